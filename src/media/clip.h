@@ -1,0 +1,114 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "image/pixel_type.h"
+
+namespace velorin {
+
+// An exact ratio, such as 24000/1001 frames a second. 0/1 means that nothing is known.
+struct Rational {
+    std::int64_t numerator = 0;
+    std::int64_t denominator = 1;
+};
+
+// How a file stores one sample. Half is worked on as float.
+enum class SampleDepth { kByte, kWord, kHalf, kFloat };
+
+// The type in which the engine works on samples of that depth.
+int PixelTypeOf(SampleDepth depth);
+
+// What went wrong with a file. The text names the file or frame and says what would be right.
+class MediaError : public std::runtime_error {
+  public:
+    enum class Kind { kInput, kOutputExists, kFailure };
+    MediaError(Kind errorKind, const std::string& text)
+        : std::runtime_error(text), kind(errorKind) {}
+    Kind kind;
+};
+
+// A picture as the engine works on it: RGBA, interleaved, the top line first in memory, without a
+// gap between rows. Values are the file's own: 0 to 255, 0 to 65535, or float as stored.
+struct Picture {
+    int width = 0;
+    int height = 0;
+    int pixelType = ZPPixUChar;
+    std::vector<std::byte> pixels;
+
+    void SetShape(int newWidth, int newHeight, int newPixelType);
+    int RowBytes() const { return width * 4 * ChannelBytes(pixelType); }
+};
+
+struct ClipInfo {
+    std::string name;  // as the user wrote it
+    bool isMovie = false;
+    int width = 0;  // as shown: a movie's rotation is already applied
+    int height = 0;
+    int channels = 0;  // as stored: 1 gray, 2 gray and alpha, 3 RGB, 4 RGB and alpha
+    SampleDepth depth = SampleDepth::kByte;
+    std::int64_t frames = 0;
+    int firstNumber = 0;   // that of a sequence's first file; 0 for a movie
+    Rational rate;         // frames a second
+    Rational pixelAspect;  // width over height of one pixel
+};
+
+// A clip that can be read at any frame. Frames count from 0. One thread at a time.
+class ClipReader {
+  public:
+    virtual ~ClipReader() = default;
+    virtual const ClipInfo& Info() const = 0;
+    // Reads frame `frame`, 0 to frames - 1, exactly, also after any other. Gray is spread over
+    // three channels; a picture without alpha gets a full one. Throws MediaError.
+    virtual void Read(std::int64_t frame, Picture& picture) = 0;
+};
+
+// Opens a movie, an image sequence (shot.%04d.png or shot.####.png) or a folder that holds exactly
+// one sequence. Throws MediaError of kind kInput.
+std::unique_ptr<ClipReader> OpenClip(const std::string& name);
+
+struct OutputSettings {
+    ClipInfo source;                         // rate, aspect and channels follow it
+    SampleDepth depth = SampleDepth::kByte;  // of the pictures that will be written
+    int firstNumber = 0;                     // of output frame 0 in a sequence's names
+    bool overwrite = false;
+};
+
+// Writes output frames, in ascending order and possibly with gaps (sequences only). Nothing stands
+// under a final name before it is whole.
+class ClipWriter {
+  public:
+    virtual ~ClipWriter() = default;  // without Finish: unfinished files are removed
+    // The picture's type is that of the settings' depth. Alpha is dropped where the source has
+    // none.
+    virtual void Write(std::int64_t frame, const Picture& picture) = 0;
+    // Makes a movie whole and gives it its name. Throws MediaError, as Write does.
+    virtual void Finish() = 0;
+};
+
+// The depth in which `name`'s format can hold samples of `wanted`: itself, or the nearest that
+// loses nothing, or else the best it has. Throws MediaError of kind kFailure for an unknown
+// extension.
+SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted);
+
+// Makes a writer for a movie or a sequence pattern. `frames` are the output frames that will be
+// written: an existing one of them is refused with kOutputExists unless `overwrite`. Checks that
+// the folder is there and can be written to.
+std::unique_ptr<ClipWriter> CreateClip(const std::string& name, const OutputSettings& settings,
+                                       const std::vector<std::int64_t>& frames);
+
+// Reads ahead of its user on a thread of its own. `next` answers the frames in the order in which
+// they will be asked for, -1 when there are no more; it is called on that thread only. A frame
+// asked for out of that order is read on the spot. At most `depth` pictures wait.
+std::unique_ptr<ClipReader> ReadAhead(std::unique_ptr<ClipReader> clip,
+                                      std::function<std::int64_t()> next, int depth);
+
+// Writes behind its user on a thread of its own; at most `depth` pictures wait. A failure is thrown
+// by a later Write or by Finish.
+std::unique_ptr<ClipWriter> WriteBehind(std::unique_ptr<ClipWriter> clip, int depth);
+
+}  // namespace velorin
