@@ -1,6 +1,8 @@
 #pragma once
 
+#include "image/float4.h"
 #include "image/rounding.h"
+#include "image/zp_image.h"
 
 namespace velorin {
 
@@ -34,5 +36,47 @@ inline Lane MixSquare(Lane topLeft, Lane topRight, Lane bottomLeft, Lane bottomR
     const Lane bottom = Mix(bottomLeft, bottomRight, tx);
     return Mix(top, bottom, ty);
 }
+
+// The pixel at a place inside the image, all channels alike.
+template <typename Form>
+PixelLanes<Form::kChannels> SamplePixel(const ZPImage& image, float sx, float sy) {
+    using Value = typename Form::Value;
+    using Lanes = PixelLanes<Form::kChannels>;
+    constexpr int kChannels = Form::kChannels;
+    const AxisSample column = LocateSample(sx, image.lastColumn);
+    const AxisSample row = LocateSample(sy, image.lastRow);
+    const Value* top = image.Row<Value>(row.index) + column.index * kChannels;
+    const Value* bottom = image.Row<Value>(row.index + 1) + column.index * kChannels;
+    return MixSquare(Lanes::Load(top), Lanes::Load(top + kChannels), Lanes::Load(bottom),
+                     Lanes::Load(bottom + kChannels), column.weight, row.weight);
+}
+
+// A flow, read along one line of a picture of possibly another size: what is fixed for the line is
+// found once.
+class FlowLine {
+  public:
+    // `fy` is the line's place on the flow's rows.
+    FlowLine(const ZPImage& flow, float fy) : lastColumn(flow.lastColumn) {
+        const AxisSample row = LocateSample(fy, flow.lastRow);
+        top = flow.Row<float>(row.index);
+        bottom = flow.Row<float>(row.index + 1);
+        rowWeight = row.weight;
+    }
+
+    // The vector at `fx` on the flow's columns, in the flow's own pixels.
+    void At(float fx, float& u, float& v) const {
+        const AxisSample column = LocateSample(fx, lastColumn);
+        const float* t = top + 2 * column.index;
+        const float* b = bottom + 2 * column.index;
+        u = MixSquare(t[0], t[2], b[0], b[2], column.weight, rowWeight);
+        v = MixSquare(t[1], t[3], b[1], b[3], column.weight, rowWeight);
+    }
+
+  private:
+    int lastColumn;
+    const float* top;
+    const float* bottom;
+    float rowWeight;
+};
 
 }  // namespace velorin

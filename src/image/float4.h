@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 #include "image/float_rules.h"
 #include "image/rounding.h"
@@ -10,19 +12,61 @@
 #include <emmintrin.h>
 #endif
 
-#include <cstring>
-
 namespace velorin {
 
-// Four independent floats: the channels of a pixel, or four outputs of one rule. Never parts of one
-// sum. The only place with intrinsics; the plain form gives the same bits.
+// N independent floats: the channels of a pixel, or outputs of one rule side by side. Never parts
+// of one sum.
+template <int N>
+struct FloatLanes {
+    float lanes[N];
+
+    static FloatLanes All(float value) {
+        FloatLanes all;
+        for (float& lane : all.lanes) lane = value;
+        return all;
+    }
+    template <typename Value>
+    static FloatLanes Load(const Value* from) {
+        FloatLanes loaded;
+        for (int i = 0; i < N; ++i) loaded.lanes[i] = static_cast<float>(from[i]);
+        return loaded;
+    }
+    void Store(float* to) const { std::memcpy(to, lanes, sizeof lanes); }
+};
+
+template <int N>
+FloatLanes<N> operator+(FloatLanes<N> a, FloatLanes<N> b) {
+    for (int i = 0; i < N; ++i) a.lanes[i] += b.lanes[i];
+    return a;
+}
+template <int N>
+FloatLanes<N> operator-(FloatLanes<N> a, FloatLanes<N> b) {
+    for (int i = 0; i < N; ++i) a.lanes[i] -= b.lanes[i];
+    return a;
+}
+template <int N>
+FloatLanes<N> operator*(FloatLanes<N> a, FloatLanes<N> b) {
+    for (int i = 0; i < N; ++i) a.lanes[i] *= b.lanes[i];
+    return a;
+}
+template <int N>
+FloatLanes<N> operator*(FloatLanes<N> a, float b) {
+    return a * FloatLanes<N>::All(b);
+}
+
+// The write of a pixel: RoundClamped on every channel.
+template <int N, typename Value>
+void StoreClamped(FloatLanes<N> value, Value* to) {
+    for (int i = 0; i < N; ++i) to[i] = RoundClamped<Value>(value.lanes[i]);
+}
+
+// Four lanes: the only place with intrinsics. The plain form gives the same bits.
 #ifdef VELORIN_SSE_LANES
 
 struct Float4 {
     __m128 lanes;
 
     static Float4 All(float value) { return {_mm_set1_ps(value)}; }
-    static Float4 Of(float a, float b, float c, float d) { return {_mm_setr_ps(a, b, c, d)}; }
     static Float4 Load(const float* from) { return {_mm_loadu_ps(from)}; }
     static Float4 Load(const std::uint8_t* from) {
         std::int32_t packed;
@@ -35,12 +79,11 @@ struct Float4 {
         const __m128i words = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
         return {_mm_cvtepi32_ps(_mm_unpacklo_epi16(words, _mm_setzero_si128()))};
     }
-
     void Store(float* to) const { _mm_storeu_ps(to, lanes); }
 
-    // Clamps and cuts each lane, NaN to 0, as RoundClamped does after its addition.
+    // Clamps and cuts each lane. Zero stands second on purpose: with a NaN, max answers its second
+    // operand, so that NaN becomes 0.
     __m128i CutClamped(float white) const {
-        // The zero stands second on purpose: with a NaN, max answers its second operand.
         const __m128 low = _mm_max_ps(lanes, _mm_setzero_ps());
         return _mm_cvttps_epi32(_mm_min_ps(low, _mm_set1_ps(white)));
     }
@@ -55,11 +98,10 @@ inline Float4 operator-(Float4 a, Float4 b) {
 inline Float4 operator*(Float4 a, Float4 b) {
     return {_mm_mul_ps(a.lanes, b.lanes)};
 }
-inline Float4 operator/(Float4 a, Float4 b) {
-    return {_mm_div_ps(a.lanes, b.lanes)};
+inline Float4 operator*(Float4 a, float b) {
+    return a * Float4::All(b);
 }
 
-// The write of a pixel: RoundClamped on all four channels.
 inline void StoreClamped(Float4 value, float* to) {
     value.Store(to);
 }
@@ -80,48 +122,12 @@ inline void StoreClamped(Float4 value, std::uint16_t* to) {
 
 #else
 
-struct Float4 {
-    float lanes[4];
-
-    static Float4 All(float value) { return {{value, value, value, value}}; }
-    static Float4 Of(float a, float b, float c, float d) { return {{a, b, c, d}}; }
-    template <typename Value>
-    static Float4 Load(const Value* from) {
-        return {{static_cast<float>(from[0]), static_cast<float>(from[1]),
-                 static_cast<float>(from[2]), static_cast<float>(from[3])}};
-    }
-
-    void Store(float* to) const { std::memcpy(to, lanes, sizeof lanes); }
-};
-
-template <typename Step>
-Float4 EachLane(Float4 a, Float4 b, Step step) {
-    for (int i = 0; i < 4; ++i) a.lanes[i] = step(a.lanes[i], b.lanes[i]);
-    return a;
-}
-
-inline Float4 operator+(Float4 a, Float4 b) {
-    return EachLane(a, b, [](float x, float y) { return x + y; });
-}
-inline Float4 operator-(Float4 a, Float4 b) {
-    return EachLane(a, b, [](float x, float y) { return x - y; });
-}
-inline Float4 operator*(Float4 a, Float4 b) {
-    return EachLane(a, b, [](float x, float y) { return x * y; });
-}
-inline Float4 operator/(Float4 a, Float4 b) {
-    return EachLane(a, b, [](float x, float y) { return x / y; });
-}
-
-template <typename Value>
-void StoreClamped(Float4 value, Value* to) {
-    for (int i = 0; i < 4; ++i) to[i] = RoundClamped<Value>(value.lanes[i]);
-}
+using Float4 = FloatLanes<4>;
 
 #endif
 
-inline Float4 operator*(Float4 a, float b) {
-    return a * Float4::All(b);
-}
+// The lanes for a pixel of N channels.
+template <int N>
+using PixelLanes = std::conditional_t<N == 4, Float4, FloatLanes<N>>;
 
 }  // namespace velorin

@@ -46,6 +46,16 @@ Value RoundUnclamped(Real value) {
     }
 }
 
+// The same for a value that the caller knows to lie in the type's range, such as a mix of two.
+template <typename Value, typename Real>
+Value RoundInside(Real value) {
+    if constexpr (std::is_floating_point_v<Value>) {
+        return static_cast<Value>(value);
+    } else {
+        return static_cast<Value>(static_cast<int>(value + static_cast<Real>(0.5)));
+    }
+}
+
 // The write of a pixel: adds 0.5 in the type of `value`, clamps to the type's range and cuts; NaN
 // becomes 0. Floats are stored as they are.
 template <typename Value, typename Real>

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "image/progress.h"
+#include "image/zp_image.h"
+
+namespace velorin {
+
+// Repairs a level's flow, in place, by direct comparison: each vector is challenged by its
+// neighbour's, which wins where it makes a 3 by 3 block of A match B better. Four sweeps carry a
+// good vector along whole rows and columns. The outermost ring of pixels is neither changed nor
+// compared with.
+//
+//   imageA, imageB  one float channel each
+//   flow            two float channels, internal sign: content at (x, y) of A is at (x - u, y - v)
+//   of B matteA, matteB  validity mattes, float; both or neither (null) progress        is ticked
+//   after each sweep
+void PropagateCandidates(ZPImage& flow, const ZPImage& imageA, const ZPImage& imageB,
+                         const ZPImage* matteA, const ZPImage* matteB,
+                         KQIdleAndProgressClass& progress);
+
+}  // namespace velorin

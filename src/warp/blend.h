@@ -1,0 +1,26 @@
+#pragma once
+
+#include "image/zp_image.h"
+
+namespace velorin {
+
+// target = target * share + other * (1 - share), in place, on rows of `rowMode`: 1 all; 3 the rows
+// 1, 3, 5 and so on; any other the rows 0, 2, 4 and so on. Colours count as premultiplied.
+//
+// Four channels: the mixed alpha decides. Where it is not above 0 the pixel is cleared; where it is
+// above white the colours are divided by the excess; integer colours are held below the alpha,
+// float ones are not. Three channels of bytes or floats are mixed plainly. Other forms do nothing.
+//
+// 1; 0 where size, channels, type or row order differ, or (with a line on standard error) a float
+// image's white point is not exactly 1.0. With share 1.0 nothing is done, with 0.0 rows are copied.
+int ZPBlendRows(ZPImage& target, const ZPImage& other, int rowMode, float share);
+
+// dest = first + (second - first) * share, every channel alike, alpha too: the cross-dissolve.
+//
+//   share  weight of `second`; within 0.005 of 0 or 1 the one image is copied. With four channels,
+//          outside 0 to 1, this is ZPBlendRows on a copy of `first`
+//
+// Knows images of one size and form with 1, 3 or 4 channels and does nothing for others.
+void ZPBlendTwo(ZPImage& dest, const ZPImage& first, const ZPImage& second, float share);
+
+}  // namespace velorin
