@@ -36,6 +36,16 @@ Value TruncateUnclamped(Real value) {
     }
 }
 
+// Carries a picture value over to another type as the number that it is, white points or not.
+template <typename Value, typename Other>
+Value PlainCast(Other value) {
+    if constexpr (std::is_floating_point_v<Other>) {
+        return TruncateUnclamped<Value>(value);
+    } else {
+        return static_cast<Value>(value);
+    }
+}
+
 // Adds 0.5 in the type of `value` and cuts, keeping the low bits: 256 becomes 0 in a byte.
 template <typename Value, typename Real>
 Value RoundUnclamped(Real value) {
