@@ -1,0 +1,106 @@
+#include "engine/frame_checkout.h"
+
+#include <array>
+#include <utility>
+
+#include "image/parallel_rows.h"
+#include "image/pixel_form.h"
+
+namespace velorin {
+
+namespace {
+
+using ChannelOrder = std::array<int, 4>;
+
+// Channel c of each pixel becomes what channel from[c] was.
+template <typename Value>
+void ReorderRows(ZPImage& image, const ChannelOrder& from, int firstRow, int lastRow) {
+    for (int y = firstRow; y <= lastRow; ++y) {
+        Value* pixel = image.Row<Value>(y);
+        for (int x = 0; x < image.width; ++x, pixel += 4) {
+            const Value old[4] = {pixel[0], pixel[1], pixel[2], pixel[3]};
+            for (int c = 0; c < 4; ++c) pixel[c] = old[from[c]];
+        }
+    }
+}
+
+void Reorder(ZPImage& image, const ChannelOrder& from) {
+    if (from == ChannelOrder{0, 1, 2, 3}) return;
+    WithPictureType(image.pixelType, [&](auto zero) {
+        ParallelRows(image.height, [&](int firstRow, int lastRow) {
+            ReorderRows<decltype(zero)>(image, from, firstRow, lastRow);
+        });
+    });
+}
+
+ChannelOrder OrderOf(const KQImageInternal& image) {
+    return {image.redIndex, image.greenIndex, image.blueIndex, image.alphaIndex};
+}
+
+}  // namespace
+
+void OrderChannelsForEngine(KQImage& image) {
+    if (image.GetChannels() == 4) Reorder(*image.internal, OrderOf(*image.Internal()));
+}
+
+void OrderChannelsForHost(KQImage& image) {
+    if (image.GetChannels() != 4) return;
+    const ChannelOrder order = OrderOf(*image.Internal());
+    ChannelOrder inverse{0, 1, 2, 3};
+    for (int c = 0; c < 4; ++c) inverse[order[c]] = c;
+    Reorder(*image.internal, inverse);
+}
+
+int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingClip) {
+    *out = nullptr;
+    const int code = useTrackingClip == 1 ? host.GetTrackingSequenceImage(out, frame)
+                                          : host.GetToBeWarpedSequenceImage(out, frame);
+    if (code != ZPErrNone) return code;
+    if (!*out || !(*out)->CheckValid(false)) throw ZPErrBadArgument;
+    OrderChannelsForEngine(**out);
+    return ZPErrNone;
+}
+
+void CheckInFrame(KQVelorin4& host, KQImage* image) {
+    if (!image) return;
+    if (image->CheckValid(false)) OrderChannelsForHost(*image);
+    host.CleanUpCheckedOutImage(image);
+}
+
+void HeldFrames::Hold(KQImage** handle, int frame, int useTrackingClip) {
+    if (*handle) return;
+    const int code = CheckOutFrame(host, handle, frame, useTrackingClip);
+    if (code != ZPErrNone) throw static_cast<ZPErr>(code);
+}
+
+void HeldFrames::Return(KQImage** handle) {
+    CheckInFrame(host, std::exchange(*handle, nullptr));
+}
+
+void HeldFrames::HoldTracked(int floorFrame, int ceilFrame, int useTrackingClip) {
+    Hold(&trackedFloor, floorFrame, useTrackingClip);
+    Hold(&trackedCeil, ceilFrame, useTrackingClip);
+}
+
+void HeldFrames::HoldWarped(int floorFrame, int ceilFrame) {
+    Hold(&warpedFloor, floorFrame, 0);
+    Hold(&warpedCeil, ceilFrame, 0);
+}
+
+void HeldFrames::WarpTracked() {
+    warpedFloor = std::exchange(trackedFloor, nullptr);
+    warpedCeil = std::exchange(trackedCeil, nullptr);
+}
+
+void HeldFrames::GiveBackTracked() {
+    Return(&trackedFloor);
+    Return(&trackedCeil);
+}
+
+void HeldFrames::GiveBack() {
+    Return(&warpedFloor);
+    Return(&warpedCeil);
+    GiveBackTracked();
+}
+
+}  // namespace velorin

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "engine/kq_velorin.h"
+
+namespace velorin {
+
+// Asks the host for a source frame, of the tracking clip if `useTrackingClip` is 1. Its channels
+// are brought into the order red, green, blue, alpha in place.
+//
+// Answers the host's code; throws ZPErrBadArgument for an image without pixels at code 0.
+int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingClip);
+
+// Undoes the reordering and gives the frame back. Null does nothing.
+void CheckInFrame(KQVelorin4& host, KQImage* image);
+
+// Four channels: from the order of the image's indices to red, green, blue, alpha, and back.
+void OrderChannelsForEngine(KQImage& image);
+void OrderChannelsForHost(KQImage& image);
+
+// The frames that a pass holds. Whatever is still held is given back at the end of its life.
+class HeldFrames {
+  public:
+    explicit HeldFrames(KQVelorin4& newHost) : host(newHost) {}
+    ~HeldFrames() { GiveBack(); }
+
+    HeldFrames(const HeldFrames&) = delete;
+    HeldFrames& operator=(const HeldFrames&) = delete;
+
+    // Check out both frames of a pair, unless held; a failing host's code is thrown.
+    void HoldTracked(int floorFrame, int ceilFrame, int useTrackingClip);
+    void HoldWarped(int floorFrame, int ceilFrame);
+    // The tracked frames become the warped ones, without a second fetch.
+    void WarpTracked();
+    void GiveBackTracked();
+    void GiveBack();
+
+    const ZPImage& TrackedFloor() const { return *trackedFloor->internal; }
+    const ZPImage& TrackedCeil() const { return *trackedCeil->internal; }
+    const ZPImage& WarpedFloor() const { return *warpedFloor->internal; }
+    const ZPImage& WarpedCeil() const { return *warpedCeil->internal; }
+
+  private:
+    void Hold(KQImage** handle, int frame, int useTrackingClip);
+    void Return(KQImage** handle);
+
+    KQVelorin4& host;
+    KQImage* warpedFloor = nullptr;
+    KQImage* warpedCeil = nullptr;
+    KQImage* trackedFloor = nullptr;
+    KQImage* trackedCeil = nullptr;
+};
+
+}  // namespace velorin

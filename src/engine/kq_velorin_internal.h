@@ -1,0 +1,127 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "engine/kq_velorin.h"
+#include "flow/optical_flow.h"
+
+namespace velorin {
+
+// Matte layers of a request at most, and all layers with the background, which comes last.
+inline constexpr int kMaxMatteLayers = 9;
+inline constexpr int kMaxLayers = kMaxMatteLayers + 1;
+
+// The parameters of KQVelorin4::RenderFrame, which tells what they mean.
+struct FrameRequest {
+    KQImage* resultImage = nullptr;
+    KQImage* secondFieldImage = nullptr;
+    std::int32_t inputFields = 0;
+    std::int32_t outputFields = 0;
+    std::int32_t vectorQuality = 0;
+    float outputTime = 0.0f;
+    float nextOutputTime = 0.0f;
+    float sourceFrameRate = 0.0f;
+    float outputFrameRate = 0.0f;
+    float compensate = 0.0f;
+    float motionSensitivity = 0.0f;
+    std::int64_t interpMethod = 0;
+    std::int64_t fullDetail = 1;
+    std::int64_t sameClipForTracking = 1;
+    std::int64_t keepFlows = 0;
+    std::int32_t matteLayers = 0;
+    const float* layerShrink = nullptr;
+    const float* layerSensitivity = nullptr;
+    KQIdleAndProgressClass* progress = nullptr;
+    bool imagesAreYCbCr = false;
+};
+
+// All that a kept flow depends on besides its two frames. Floats are compared exactly, so that a
+// NaN counts as a change; entries of layers that a request does not have are 0.
+struct FlowSettings {
+    std::int64_t interpMethod = 0;
+    std::int32_t vectorQuality = 0;
+    std::int32_t warpingMethod = 0;
+    std::int32_t layerCount = 0;
+    std::int32_t reductionSteps = 0;
+    std::int32_t inputFields = 0;
+    std::int32_t outputFields = 0;
+    float sourceFrameRate = 0.0f;
+    float outputFrameRate = 0.0f;
+    std::int32_t drawStart = 0;
+    std::int32_t drawEnd = 0;
+    bool enhance = false;
+    std::array<float, kMaxLayers> layerSensitivity{};
+    std::array<float, kMaxLayers> layerShrink{};
+    // A kept flow never belongs to another picture.
+    std::int64_t sameClipForTracking = 1;
+    bool imagesAreYCbCr = false;
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::int32_t pixelType = 0;
+
+    bool operator==(const FlowSettings&) const = default;
+};
+
+struct RenderPass;
+
+// The render itself, and what lives from one request to the next: the flows of the last frame pair
+// and the estimator.
+class KQVelorin4Internal : public KQMem {
+  public:
+    KQVelorin4Internal() = default;
+    virtual ~KQVelorin4Internal();
+
+    KQVelorin4Internal(const KQVelorin4Internal&) = delete;
+    KQVelorin4Internal& operator=(const KQVelorin4Internal&) = delete;
+
+    // KQVelorin4::RenderFrame on behalf of `host`.
+    int RenderFrame(KQVelorin4& host, const FrameRequest& request);
+
+    // Frees the kept flows and the estimator. Allowed at any time between requests.
+    void ReleaseFlows();
+
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    std::int32_t layerCount = 0;
+    std::int64_t interpMethod = 0;
+    std::int32_t reductionSteps = 0;
+    std::int32_t vectorQuality = 0;
+    std::int32_t warpingMethod = 0;
+    std::int32_t flowWidth = 0;
+    std::int32_t flowHeight = 0;
+    std::unique_ptr<ZPOpticalFlowUChar> opticalFlow;
+    std::unique_ptr<ZPImage> backFlow;  // later frame of the pair to the earlier one
+    ZPImage* forwardFlow = nullptr;     // earlier to later; borrowed from the estimator
+    std::int32_t lastFloorFrame = -1;
+    std::int32_t nearestFromFrame = -1;  // the frame that Nearest showed last
+    std::int32_t nearestToFrame = -1;    // the other one of its pair
+    FlowSettings previous;
+    std::array<bool, kMaxLayers> layerUsesOpticalFlow{};
+
+  private:
+    // render_frame.cpp
+    void RenderPasses(RenderPass& pass);
+    void RenderOnePass(RenderPass& pass);
+    // frame_pair.cpp
+    void ChooseMethod(RenderPass& pass);
+    void AskOverrides(RenderPass& pass);
+    void SelectFramePair(RenderPass& pass);
+    bool PairNeedsFlows(const RenderPass& pass) const;
+    // kept_flows.cpp
+    void UpdateFormat(RenderPass& pass);
+    FlowSettings CurrentSettings(const RenderPass& pass) const;
+    void DropChangedFlows(RenderPass& pass);
+    // direct_path.cpp
+    void RenderDirect(RenderPass& pass);
+    // single_layer.cpp
+    void RenderSingleLayer(RenderPass& pass);
+    void PrepareEstimator(RenderPass& pass);
+    void ComputeNearestFlow(RenderPass& pass);
+    void ComputeBothFlows(RenderPass& pass);
+    void WarpNearest(RenderPass& pass);
+    void WarpBlend(RenderPass& pass);
+};
+
+}  // namespace velorin

@@ -1,0 +1,97 @@
+#include <algorithm>
+#include <new>
+
+#include "engine/render_pass.h"
+#include "image/copy.h"
+
+namespace velorin {
+
+namespace {
+
+// What this engine does not render yet is refused, never rendered as something else.
+void RefuseUnbuilt(const FrameRequest& request, int hostVectors) {
+    const bool unbuilt = request.inputFields != 0 || request.outputFields != 0 ||
+                         request.matteLayers != 0 || request.compensate > 0.005f ||
+                         hostVectors == 1;
+    if (unbuilt) throw ZPErrBadArgument;
+}
+
+ZPImage* TargetOf(KQImage* handle) {
+    if (!handle || !handle->internal || !handle->internal->data) throw ZPErrBadArgument;
+    if (handle->internal->width < 2 || handle->internal->height < 2) throw ZPErrBadArgument;
+    return handle->internal;
+}
+
+void ClearTargets(RenderPass& pass) {
+    const FrameRequest& request = pass.request;
+    pass.target[0] = TargetOf(request.resultImage);
+    if (request.outputFields != 0) pass.target[1] = TargetOf(request.secondFieldImage);
+    for (ZPImage* target : pass.target) ClearImage(target);
+}
+
+void CopyLayerArrays(RenderPass& pass) {
+    const FrameRequest& request = pass.request;
+    if (request.matteLayers < 0 || request.matteLayers > kMaxMatteLayers) throw ZPErrBadArgument;
+    std::copy_n(request.layerSensitivity, request.matteLayers, pass.layerSensitivity.begin());
+    std::copy_n(request.layerShrink, request.matteLayers, pass.layerShrink.begin());
+    pass.layerSensitivity[request.matteLayers] = request.motionSensitivity;
+}
+
+// On purpose not alike: exactly 0.01 passes for the output rate and fails for the source rate.
+void CheckRates(const FrameRequest& request) {
+    if (request.outputFrameRate < 0.01f || request.sourceFrameRate <= 0.01f) {
+        throw ZPErrBadArgument;
+    }
+}
+
+}  // namespace
+
+int KQVelorin4Internal::RenderFrame(KQVelorin4& host, const FrameRequest& request) {
+    RenderPass pass(host, request);
+    int result = ZPErrNone;
+    try {
+        RenderPasses(pass);
+    } catch (ZPErr failure) {
+        result = failure;
+    } catch (const std::bad_alloc&) {
+        result = ZPErrNoMemory;
+    }
+    pass.frames.GiveBack();
+    if (result != ZPErrNone || pass.onFrame || pass.keepFlows == 0) ReleaseFlows();
+    return result;
+}
+
+void KQVelorin4Internal::RenderPasses(RenderPass& pass) {
+    const FrameRequest& request = pass.request;
+    forwardFlow = nullptr;
+    layerCount = request.matteLayers + 1;
+    CopyLayerArrays(pass);
+    ClearTargets(pass);
+    layerUsesOpticalFlow.fill(true);
+    pass.hostVectors = pass.host.UsesSuppliedVectors();
+    RefuseUnbuilt(request, pass.hostVectors);
+    ChooseMethod(pass);
+    UpdateFormat(pass);
+    CheckRates(request);
+    if (request.outputFields != 0) {
+        pass.passCount = 2;
+        pass.passStep = 0.5f;
+    }
+    for (pass.pass = 0; pass.pass < pass.passCount; ++pass.pass) RenderOnePass(pass);
+    OrderChannelsForHost(*request.resultImage);
+}
+
+void KQVelorin4Internal::RenderOnePass(RenderPass& pass) {
+    AskOverrides(pass);
+    SelectFramePair(pass);
+    DropChangedFlows(pass);
+    if (pass.vectorQuality == 0 || pass.onFrame) {
+        RenderDirect(pass);
+    } else {
+        RenderSingleLayer(pass);
+    }
+    pass.frames.GiveBack();
+    if (pass.onFrame) ReleaseFlows();
+}
+
+}  // namespace velorin

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+
+#include "engine/frame_checkout.h"
+#include "engine/kq_velorin_internal.h"
+
+namespace velorin {
+
+// One request under way: the choices made for it, and the values of its current pass.
+struct RenderPass {
+    RenderPass(KQVelorin4& newHost, const FrameRequest& newRequest)
+        : host(newHost), request(newRequest), progress(newRequest.progress), frames(newHost) {}
+
+    // The images inside the result handles.
+    const ZPImage& Sample() const { return *target[0]; }
+    ZPImage& Target() { return *target[pass]; }
+    // A working image of the result's size and form.
+    std::unique_ptr<ZPImage> CreateWorkingImage() const {
+        const ZPImage& sample = Sample();
+        return std::make_unique<ZPImage>(sample.width, sample.height, sample.channels,
+                                         sample.pixelType, 0);
+    }
+
+    KQVelorin4& host;
+    const FrameRequest& request;
+    KQIdleAndProgressClass progress;
+
+    // Of the request, as the scenes allow.
+    std::int32_t vectorQuality = 0;
+    std::int64_t interpMethod = 0;
+    std::int64_t keepFlows = 0;
+    int hostVectors = 0;
+    float requestTime = 0.0f;      // source time of the output time
+    float nextRequestTime = 0.0f;  // and of the next one
+    std::array<float, kMaxLayers> layerSensitivity{};
+    std::array<float, kMaxLayers> layerShrink{};
+    float compensateStart = 0.0f;
+    std::array<ZPImage*, 2> target{};
+    int passCount = 1;
+    float passStep = 1.0f;
+
+    // Of the pass.
+    int pass = 0;
+    float sourceTime = 0.0f;  // in frames; in fields where the input has them
+    float nextSourceTime = 0.0f;
+    std::int32_t floorFrame = 0;
+    std::int32_t ceilFrame = 0;
+    float floorWeight = 0.0f;  // share of the floor frame
+    bool onFrame = true;       // only ever cleared within a request
+    bool needFlows = false;
+    HeldFrames frames;
+};
+
+}  // namespace velorin
