@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -79,6 +80,12 @@ Value RoundClamped(Real value) {
         if (raised >= kWhite) return std::numeric_limits<Value>::max();
         return static_cast<Value>(static_cast<int>(raised));
     }
+}
+
+// Adds 0.5, brings the sum into 0 to `maximum` and cuts: `maximum` itself is never rounded up.
+template <typename Value>
+Value RoundToRange(float value, float maximum) {
+    return TruncateUnclamped<Value>(std::max(std::min(value + 0.5f, maximum), 0.0f));
 }
 
 }  // namespace velorin
