@@ -44,6 +44,15 @@ struct Picture {
     int RowBytes() const { return width * 4 * ChannelBytes(pixelType); }
 };
 
+// A rectangle on the plane in which a still format places its picture; y counts downwards.
+struct Window {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    bool operator==(const Window&) const = default;
+};
+
 struct ClipInfo {
     std::string name;  // as the user wrote it
     bool isMovie = false;
@@ -55,6 +64,12 @@ struct ClipInfo {
     int firstNumber = 0;   // that of a sequence's first file; 0 for a movie
     Rational rate;         // frames a second
     Rational pixelAspect;  // width over height of one pixel
+
+    // What an output of the same format keeps.
+    int storedBits = 0;  // of a sample, where fewer than the depth's, as in 10-bit DPX; else 0
+    bool straightAlpha = true;  // false: colours are stored multiplied by alpha
+    Window window;              // the part of the plane that the picture covers
+    Window display;             // the part that is shown; the same but in EXR
 };
 
 // A clip that can be read at any frame. Frames count from 0. One thread at a time.

@@ -1,0 +1,75 @@
+#include "media/clip.h"
+
+#include <filesystem>
+
+#include "media/sequence_name.h"
+#include "media/sequence_reader.h"
+#include "media/sequence_writer.h"
+#include "media/still_format.h"
+
+namespace velorin {
+namespace {
+
+std::string UnknownExtension(const std::string& name) {
+    return name + ": the name's extension does not tell a format; pictures of a sequence are " +
+           StillExtensions();
+}
+
+std::string SequenceAdvice(const std::string& name) {
+    return name + ": is the name of one picture; a sequence is written as in " +
+           SuggestedPattern(name);
+}
+
+}  // namespace
+
+int PixelTypeOf(SampleDepth depth) {
+    switch (depth) {
+        case SampleDepth::kByte:
+            return ZPPixUChar;
+        case SampleDepth::kWord:
+            return ZPPixUShort;
+        default:
+            return ZPPixFloat;
+    }
+}
+
+void Picture::SetShape(int newWidth, int newHeight, int newPixelType) {
+    width = newWidth;
+    height = newHeight;
+    pixelType = newPixelType;
+    pixels.resize(static_cast<std::size_t>(RowBytes()) * height);
+}
+
+std::unique_ptr<ClipReader> OpenClip(const std::string& name) {
+    std::error_code ignored;
+    const bool isFile = std::filesystem::is_regular_file(name, ignored);
+    const bool isFolder = std::filesystem::is_directory(name, ignored);
+    if (isFolder || (!isFile && ParseSequenceName(name))) {
+        return OpenSequence(name, isFolder ? FindSequenceInFolder(name) : FindSequence(name));
+    }
+    if (!isFile) {
+        throw MediaError(MediaError::Kind::kInput,
+                         name +
+                             ": no such file; a movie, a folder with one sequence or a name "
+                             "such as shot.%04d.png is wanted");
+    }
+    if (FindStillFormat(name)) throw MediaError(MediaError::Kind::kInput, SequenceAdvice(name));
+    throw MediaError(MediaError::Kind::kInput, UnknownExtension(name));
+}
+
+SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted) {
+    if (const StillFormat* format = FindStillFormat(name)) return StillDepth(*format, wanted);
+    throw MediaError(MediaError::Kind::kFailure, UnknownExtension(name));
+}
+
+std::unique_ptr<ClipWriter> CreateClip(const std::string& name, const OutputSettings& settings,
+                                       const std::vector<std::int64_t>& frames) {
+    if (const StillFormat* format = FindStillFormat(name)) {
+        const auto sequence = ParseSequenceName(name);
+        if (!sequence) throw MediaError(MediaError::Kind::kFailure, SequenceAdvice(name));
+        return CreateSequence(*sequence, *format, settings, frames);
+    }
+    throw MediaError(MediaError::Kind::kFailure, UnknownExtension(name));
+}
+
+}  // namespace velorin

@@ -1,0 +1,84 @@
+#include "media/pixel_transfer.h"
+
+namespace velorin {
+namespace {
+
+template <typename Value>
+constexpr Value FullAlpha() {
+    return static_cast<Value>(PictureType<Value>::kWhite);
+}
+
+template <typename Value>
+void Spread(const StoredPixels& stored, int x, int y, Picture& picture) {
+    const bool gray = stored.layout <= 2;
+    const bool alpha = stored.layout % 2 == 0;
+    const int* source = stored.source;
+    const int order[4] = {source[0], source[gray ? 0 : 1], source[gray ? 0 : 2],
+                          alpha ? source[gray ? 1 : 3] : 0};
+    const auto* in = reinterpret_cast<const Value*>(stored.pixels);
+    for (int row = 0; row < stored.height; ++row) {
+        const std::size_t first = static_cast<std::size_t>(y + row) * picture.width + x;
+        auto* out = reinterpret_cast<Value*>(picture.pixels.data()) + first * 4;
+        for (int i = 0; i < stored.width; ++i, in += stored.channels, out += 4) {
+            for (int c = 0; c < 3; ++c) out[c] = in[order[c]];
+            out[3] = alpha ? in[order[3]] : FullAlpha<Value>();
+        }
+    }
+}
+
+template <typename Value>
+void Clear(Picture& picture, Value alpha) {
+    auto* out = reinterpret_cast<Value*>(picture.pixels.data());
+    auto* end = out + picture.pixels.size() / sizeof(Value);
+    for (; out != end; out += 4) {
+        out[0] = out[1] = out[2] = 0;
+        out[3] = alpha;
+    }
+}
+
+template <typename Value>
+void Pack(const Picture& picture, int layout, std::vector<std::byte>& packed) {
+    const std::size_t pixels = static_cast<std::size_t>(picture.width) * picture.height;
+    packed.resize(pixels * layout * sizeof(Value));
+    const auto* in = reinterpret_cast<const Value*>(picture.pixels.data());
+    auto* out = reinterpret_cast<Value*>(packed.data());
+    const int last = layout == 2 ? 3 : layout - 1;
+    const int colours = layout <= 2 ? 1 : 3;
+    for (std::size_t i = 0; i < pixels; ++i, in += 4, out += layout) {
+        for (int c = 0; c < colours; ++c) out[c] = in[c];
+        out[layout - 1] = in[last];
+    }
+}
+
+// Calls body with a value of the picture's sample type.
+template <typename Body>
+void WithSampleType(int pixelType, Body&& body) {
+    if (pixelType == ZPPixUChar) {
+        body(std::uint8_t{});
+    } else if (pixelType == ZPPixUShort) {
+        body(std::uint16_t{});
+    } else {
+        body(float{});
+    }
+}
+
+}  // namespace
+
+void SpreadPixels(const StoredPixels& stored, int x, int y, Picture& picture) {
+    WithSampleType(picture.pixelType,
+                   [&](auto value) { Spread<decltype(value)>(stored, x, y, picture); });
+}
+
+void ClearPicture(Picture& picture, bool fullAlpha) {
+    WithSampleType(picture.pixelType, [&](auto value) {
+        using Value = decltype(value);
+        Clear<Value>(picture, fullAlpha ? FullAlpha<Value>() : Value{});
+    });
+}
+
+void PackPixels(const Picture& picture, int layout, std::vector<std::byte>& packed) {
+    WithSampleType(picture.pixelType,
+                   [&](auto value) { Pack<decltype(value)>(picture, layout, packed); });
+}
+
+}  // namespace velorin

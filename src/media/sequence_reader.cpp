@@ -1,0 +1,149 @@
+#include "media/sequence_reader.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <vector>
+
+#include "media/pixel_transfer.h"
+#include "media/still_shape.h"
+
+namespace velorin {
+namespace {
+
+// The JPEG library fills what a cut file lacks with gray and says nothing: its end mark must be
+// there. Some cameras append data of their own after it.
+bool HasJpegEnd(const std::string& fileName) {
+    constexpr std::streamoff kMostAppended = 65536;
+    std::ifstream file(fileName, std::ios::binary | std::ios::ate);
+    const std::streamoff size = file.tellg();
+    std::string tail(static_cast<std::size_t>(std::min(size, kMostAppended)), '\0');
+    file.seekg(size - static_cast<std::streamoff>(tail.size()));
+    file.read(tail.data(), static_cast<std::streamsize>(tail.size()));
+    return tail.find("\xff\xd9") != std::string::npos;
+}
+
+class SequenceReader : public ClipReader {
+  public:
+    SequenceReader(const std::string& name, const FoundSequence& found);
+    const ClipInfo& Info() const override { return info; }
+    void Read(std::int64_t frame, Picture& picture) override;
+
+  private:
+    std::string FileOf(std::int64_t frame) const {
+        return sequence.name.FileName(sequence.first + frame);
+    }
+    [[noreturn]] void Throw(std::int64_t frame, const std::string& problem) const;
+    std::unique_ptr<OIIO::ImageInput> Open(std::int64_t frame, StillShape& shape) const;
+    void CheckAlike(std::int64_t frame, const StillShape& shape) const;
+    void ReadPixels(OIIO::ImageInput& input, const StillShape& shape, std::int64_t frame,
+                    Picture& picture);
+
+    FoundSequence sequence;
+    ClipInfo info;
+    StillShape firstShape;
+    std::vector<std::byte> stored;
+};
+
+SequenceReader::SequenceReader(const std::string& name, const FoundSequence& found)
+    : sequence(found) {
+    const auto input = Open(0, firstShape);
+    info.name = name;
+    info.window = Union(firstShape.data, firstShape.display);
+    info.display = firstShape.display;
+    info.width = info.window.width;
+    info.height = info.window.height;
+    info.channels = firstShape.channels;
+    info.depth = firstShape.depth;
+    info.storedBits = firstShape.storedBits;
+    info.straightAlpha = firstShape.straightAlpha;
+    info.frames = found.count;
+    info.firstNumber = found.first;
+    info.rate = RateOfStill(input->spec());
+    info.pixelAspect = AspectOfStill(input->spec());
+}
+
+void SequenceReader::Throw(std::int64_t frame, const std::string& problem) const {
+    throw MediaError(MediaError::Kind::kInput,
+                     FileOf(frame) + " (frame " + std::to_string(frame) + ") " + problem);
+}
+
+std::unique_ptr<OIIO::ImageInput> SequenceReader::Open(std::int64_t frame,
+                                                       StillShape& shape) const {
+    OIIO::ImageSpec asStored;
+    asStored.attribute("oiio:UnassociatedAlpha", 1);
+    auto input = OIIO::ImageInput::open(FileOf(frame), &asStored);
+    if (!input) {
+        Throw(frame, "cannot be read: " + OIIO::geterror() + "; render or copy it again");
+    }
+    if (input->format_name() == std::string("jpeg") && !HasJpegEnd(FileOf(frame))) {
+        Throw(frame, "is cut short; render or copy it again");
+    }
+    std::string problem;
+    const bool placed = input->format_name() == std::string("openexr");
+    const auto described = DescribeStill(input->spec(), placed, problem);
+    if (!described) Throw(frame, problem);
+    shape = *described;
+    return input;
+}
+
+void SequenceReader::CheckAlike(std::int64_t frame, const StillShape& shape) const {
+    const bool alike = shape.display == firstShape.display && Contains(info.window, shape.data) &&
+                       shape.channels == firstShape.channels && shape.depth == firstShape.depth &&
+                       shape.storedBits == firstShape.storedBits &&
+                       shape.straightAlpha == firstShape.straightAlpha;
+    if (alike) return;
+    Throw(frame, "is not like the first frame: " + shape.Text() + " instead of " +
+                     firstShape.Text() +
+                     "; all frames of a sequence need one size, layout and depth");
+}
+
+void SequenceReader::Read(std::int64_t frame, Picture& picture) {
+    if (frame < 0 || frame >= info.frames) {
+        throw MediaError(MediaError::Kind::kInput, info.name + ": there is no frame " +
+                                                       std::to_string(frame) + "; the last is " +
+                                                       std::to_string(info.frames - 1));
+    }
+    StillShape shape;
+    const auto input = Open(frame, shape);
+    CheckAlike(frame, shape);
+    picture.SetShape(info.width, info.height, PixelTypeOf(info.depth));
+    ReadPixels(*input, shape, frame, picture);
+    input->close();
+}
+
+void SequenceReader::ReadPixels(OIIO::ImageInput& input, const StillShape& shape,
+                                std::int64_t frame, Picture& picture) {
+    std::array<int, 4> source = shape.source;
+    const auto [low, high] = std::minmax_element(source.begin(), source.begin() + shape.channels);
+    const int begin = *low;
+    const int channels = *high + 1 - begin;
+    for (int& channel : source) channel -= begin;
+
+    const OIIO::TypeDesc type = TransferType(shape.depth);
+    const bool whole = shape.data == info.window;
+    const bool direct = whole && shape.channels == 4 && source == std::array<int, 4>{0, 1, 2, 3};
+    if (!direct) {
+        stored.resize(static_cast<std::size_t>(shape.data.width) * shape.data.height * channels *
+                      type.size());
+    }
+    if (!input.read_image(0, 0, begin, begin + channels, type,
+                          direct ? picture.pixels.data() : stored.data())) {
+        Throw(frame, "cannot be read: " + input.geterror() + "; render or copy it again");
+    }
+    if (direct) return;
+    if (!whole) ClearPicture(picture, shape.channels % 2 == 1);
+    const StoredPixels pixels{stored.data(), shape.data.width, shape.data.height,
+                              channels,      shape.channels,   source.data()};
+    SpreadPixels(pixels, shape.data.x - info.window.x, shape.data.y - info.window.y, picture);
+}
+
+}  // namespace
+
+std::unique_ptr<ClipReader> OpenSequence(const std::string& name, const FoundSequence& sequence) {
+    return std::make_unique<SequenceReader>(name, sequence);
+}
+
+}  // namespace velorin

@@ -1,0 +1,154 @@
+#include "media/still_shape.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace velorin {
+namespace {
+
+int ChannelNamed(const OIIO::ImageSpec& spec, const char* name) {
+    const auto found = std::find(spec.channelnames.begin(), spec.channelnames.end(), name);
+    return found == spec.channelnames.end() ? -1
+                                            : static_cast<int>(found - spec.channelnames.begin());
+}
+
+// By the channels' names, which may stand in any order and among others; a single channel is gray
+// whatever its name.
+bool ChooseChannels(const OIIO::ImageSpec& spec, StillShape& shape) {
+    const int alpha = ChannelNamed(spec, "A");
+    const std::array<int, 3> colour{ChannelNamed(spec, "R"), ChannelNamed(spec, "G"),
+                                    ChannelNamed(spec, "B")};
+    const int gray = spec.nchannels == 1 ? 0 : ChannelNamed(spec, "Y");
+    if (colour[0] >= 0 && colour[1] >= 0 && colour[2] >= 0) {
+        shape.source = {colour[0], colour[1], colour[2], alpha};
+        shape.channels = alpha >= 0 ? 4 : 3;
+    } else if (gray >= 0 && ChannelNamed(spec, "RY") < 0) {
+        shape.source = {gray, alpha, 0, 0};
+        shape.channels = alpha >= 0 && alpha != gray ? 2 : 1;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool DepthOf(OIIO::TypeDesc type, SampleDepth& depth) {
+    if (type == OIIO::TypeDesc::UINT8) {
+        depth = SampleDepth::kByte;
+    } else if (type == OIIO::TypeDesc::UINT16) {
+        depth = SampleDepth::kWord;
+    } else if (type == OIIO::TypeDesc::HALF) {
+        depth = SampleDepth::kHalf;
+    } else if (type == OIIO::TypeDesc::FLOAT) {
+        depth = SampleDepth::kFloat;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// The chosen channels may differ in depth (EXR); the deepest of them counts.
+bool ChooseDepth(const OIIO::ImageSpec& spec, StillShape& shape) {
+    const int used = shape.channels;
+    for (int i = 0; i < used; ++i) {
+        SampleDepth depth;
+        if (!DepthOf(spec.channelformat(shape.source[i]), depth)) return false;
+        shape.depth = i == 0 ? depth : std::max(shape.depth, depth);
+    }
+    return true;
+}
+
+std::string NamesOf(const OIIO::ImageSpec& spec) {
+    std::string text;
+    for (const std::string& name : spec.channelnames) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+Rational Reduced(std::int64_t numerator, std::int64_t denominator) {
+    const std::int64_t common = std::gcd(numerator, denominator);
+    return {numerator / common, denominator / common};
+}
+
+bool IsPositive(float value) {
+    return std::isfinite(value) && value > 0.0f;
+}
+
+}  // namespace
+
+std::string StillShape::Text() const {
+    constexpr const char* kLayouts[] = {"", "gray", "gray and alpha", "RGB", "RGB and alpha"};
+    constexpr const char* kDepths[] = {"8 bits", "16 bits", "half", "float"};
+    const std::string bits =
+        storedBits > 0 ? std::to_string(storedBits) + " bits" : kDepths[static_cast<int>(depth)];
+    return std::to_string(data.width) + " x " + std::to_string(data.height) + ", " +
+           kLayouts[channels] + ", " + bits;
+}
+
+std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& spec, bool placed,
+                                        std::string& problem) {
+    StillShape shape;
+    if (spec.deep) {
+        problem = "holds deep samples; flatten it first";
+    } else if (spec.depth > 1) {
+        problem = "is a volume; a flat picture is wanted";
+    } else if (spec.get_string_attribute("tiff:ColorSpace") == "CMYK") {
+        problem = "holds CMYK; write it as RGB";
+    } else if (!ChooseChannels(spec, shape)) {
+        problem = "has the channels " + NamesOf(spec) + "; R, G, B, or Y, are wanted";
+    } else if (!ChooseDepth(spec, shape)) {
+        problem = "has samples of type " + std::string(spec.format.c_str()) +
+                  "; 8 or 16 bits, half or float are wanted";
+    } else {
+        shape.data = {placed ? spec.x : 0, placed ? spec.y : 0, spec.width, spec.height};
+        shape.display = placed ? Window{spec.full_x, spec.full_y, spec.full_width, spec.full_height}
+                               : shape.data;
+        const int bits = spec.get_int_attribute("oiio:BitsPerSample");
+        const int full = shape.depth == SampleDepth::kByte ? 8 : 16;
+        if (shape.depth <= SampleDepth::kWord && bits > 0 && bits < full) shape.storedBits = bits;
+        shape.straightAlpha = spec.get_int_attribute("oiio:UnassociatedAlpha") != 0;
+        return shape;
+    }
+    return {};
+}
+
+Window Union(const Window& a, const Window& b) {
+    const int x = std::min(a.x, b.x);
+    const int y = std::min(a.y, b.y);
+    return {x, y, std::max(a.x + a.width, b.x + b.width) - x,
+            std::max(a.y + a.height, b.y + b.height) - y};
+}
+
+bool Contains(const Window& outer, const Window& inner) {
+    return Union(outer, inner) == outer;
+}
+
+OIIO::TypeDesc TransferType(SampleDepth depth) {
+    if (depth == SampleDepth::kByte) return OIIO::TypeDesc::UINT8;
+    return depth == SampleDepth::kWord ? OIIO::TypeDesc::UINT16 : OIIO::TypeDesc::FLOAT;
+}
+
+OIIO::TypeDesc StoredType(SampleDepth depth) {
+    return depth == SampleDepth::kHalf ? OIIO::TypeDesc::HALF : TransferType(depth);
+}
+
+Rational RateOfStill(const OIIO::ImageSpec& spec) {
+    if (const auto* exact = spec.find_attribute("FramesPerSecond", OIIO::TypeRational)) {
+        const int* ratio = static_cast<const int*>(exact->data());
+        if (ratio[0] > 0 && ratio[1] > 0) return {ratio[0], ratio[1]};
+    }
+    const float rate = spec.get_float_attribute("dpx:FrameRate", 0.0f);
+    if (!IsPositive(rate) || rate > 10000.0f) return {};
+    // A float cannot hold 24000/1001: what is not whole is taken for a rate of that kind if near.
+    const auto whole = static_cast<std::int64_t>(std::lround(rate));
+    if (std::abs(rate - static_cast<float>(whole)) < 0.0005f) return {whole, 1};
+    if (std::abs(rate - static_cast<float>(whole) / 1.001f) < 0.005f) return {whole * 1000, 1001};
+    return Reduced(std::llround(rate * 1000.0f), 1000);
+}
+
+Rational AspectOfStill(const OIIO::ImageSpec& spec) {
+    const float aspect = spec.get_float_attribute("PixelAspectRatio", 1.0f);
+    if (!IsPositive(aspect) || aspect < 0.01f || aspect > 100.0f) return {1, 1};
+    return Reduced(std::llround(aspect * 10000.0f), 10000);
+}
+
+}  // namespace velorin
