@@ -1,0 +1,168 @@
+#include <atomic>
+#include <chrono>
+#include <set>
+#include <thread>
+
+#include "media/clips.h"
+#include "support/noise.h"
+
+namespace velorin {
+namespace {
+
+constexpr int kFrames = 40;
+constexpr int kBroken = 13;  // frame that no one can read or write
+
+// What a clip under test has been asked to do.
+struct Record {
+    std::atomic<int> reads = 0;
+    std::vector<std::int64_t> written;
+    bool finished = false;
+    bool gone = false;
+    std::set<std::thread::id> threads;
+};
+
+Picture PictureOf(std::int64_t frame) {
+    Picture picture;
+    picture.SetShape(2, 1, ZPPixUChar);
+    picture.pixels[0] = static_cast<std::byte>(frame);
+    return picture;
+}
+
+class CountingReader : public ClipReader {
+  public:
+    explicit CountingReader(Record& recordOfReads) : record(recordOfReads) {
+        info.frames = kFrames;
+    }
+    ~CountingReader() override { record.gone = true; }
+    const ClipInfo& Info() const override { return info; }
+    void Read(std::int64_t frame, Picture& picture) override {
+        ++record.reads;
+        record.threads.insert(std::this_thread::get_id());
+        if (frame == kBroken) throw MediaError(MediaError::Kind::kInput, "broken");
+        picture = PictureOf(frame);
+    }
+
+  private:
+    Record& record;
+    ClipInfo info;
+};
+
+class CountingWriter : public ClipWriter {
+  public:
+    explicit CountingWriter(Record& recordOfWrites) : record(recordOfWrites) {}
+    ~CountingWriter() override { record.gone = true; }
+    void Write(std::int64_t frame, const Picture& picture) override {
+        if (frame == kBroken) throw MediaError(MediaError::Kind::kFailure, "broken");
+        EXPECT_TRUE(SamePixels(picture, PictureOf(frame)));
+        record.written.push_back(frame);
+    }
+    void Finish() override { record.finished = true; }
+
+  private:
+    Record& record;
+};
+
+std::function<std::int64_t()> InOrder(std::vector<std::int64_t> frames) {
+    return [frames = std::move(frames), at = std::size_t{0}]() mutable -> std::int64_t {
+        return at < frames.size() ? frames[at++] : -1;
+    };
+}
+
+void ExpectFrame(ClipReader& clip, std::int64_t frame) {
+    Picture picture;
+    if (frame == kBroken) {
+        EXPECT_THROW(clip.Read(frame, picture), MediaError);
+    } else {
+        clip.Read(frame, picture);
+        EXPECT_TRUE(SamePixels(picture, PictureOf(frame))) << frame;
+    }
+}
+
+TEST(ReadAhead, FramesInOrderAreReadOnceAndElsewhere) {
+    for (const int depth : {1, 2, 5}) {
+        Record record;
+        // Each pair of neighbours, as a slowed clip asks for them.
+        std::vector<std::int64_t> order;
+        for (int i = 0; i + 1 < kBroken; ++i) order.insert(order.end(), {i, i + 1});
+        {
+            const auto clip =
+                ReadAhead(std::make_unique<CountingReader>(record), InOrder(order), depth);
+            EXPECT_EQ(clip->Info().frames, kFrames);
+            for (const std::int64_t frame : order) ExpectFrame(*clip, frame);
+        }
+        EXPECT_TRUE(record.gone);
+        EXPECT_EQ(record.reads, kBroken);
+        EXPECT_EQ(record.threads.count(std::this_thread::get_id()), 0u);
+    }
+}
+
+TEST(ReadAhead, AnyOtherOrderGivesTheSameFrames) {
+    Noise noise(3);
+    for (int run = 0; run < 60; ++run) {
+        Record record;
+        std::vector<std::int64_t> order;
+        for (int i = 0; i < run; ++i) order.push_back(noise.Int(0, kFrames - 1));
+        const auto clip =
+            ReadAhead(std::make_unique<CountingReader>(record), InOrder(order), 1 + run % 4);
+        // As foretold with frames left out, swapped and asked for again; then anything.
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            if (noise.Int(0, 3) > 0) ExpectFrame(*clip, order[i]);
+            if (noise.Int(0, 3) == 0) ExpectFrame(*clip, order[i / 2]);
+        }
+        for (int i = 0; i < run % 7; ++i) ExpectFrame(*clip, noise.Int(0, kFrames - 1));
+    }
+}
+
+TEST(ReadAhead, EndsAtAnyMoment) {
+    for (int asked = 0; asked < 8; ++asked) {
+        Record record;
+        {
+            const auto clip = ReadAhead(std::make_unique<CountingReader>(record),
+                                        InOrder({0, 1, 2, 3, 4, 5, 6, 7}), 3);
+            for (int i = 0; i < asked; ++i) ExpectFrame(*clip, i);
+        }
+        EXPECT_TRUE(record.gone);
+        EXPECT_LE(record.reads, asked + 4);
+    }
+}
+
+TEST(WriteBehind, WritesInOrderAndFinishes) {
+    for (const int depth : {1, 3}) {
+        Record record;
+        const auto clip = WriteBehind(std::make_unique<CountingWriter>(record), depth);
+        std::vector<std::int64_t> frames;
+        for (int i = 0; i < kBroken; ++i) frames.push_back(i);
+        for (const std::int64_t frame : frames) clip->Write(frame, PictureOf(frame));
+        clip->Finish();
+        EXPECT_EQ(record.written, frames);
+        EXPECT_TRUE(record.finished);
+    }
+}
+
+TEST(WriteBehind, AFailureReachesTheUserAndNothingFollowsIt) {
+    Record record;
+    {
+        const auto clip = WriteBehind(std::make_unique<CountingWriter>(record), 2);
+        const auto writeAll = [&] {
+            for (int i = 10; i < kFrames; ++i) clip->Write(i, PictureOf(i));
+        };
+        EXPECT_THROW(writeAll(), MediaError);
+        EXPECT_THROW(clip->Finish(), MediaError);
+    }
+    EXPECT_EQ(record.written, (std::vector<std::int64_t>{10, 11, 12}));
+    EXPECT_FALSE(record.finished);
+    EXPECT_TRUE(record.gone);
+}
+
+TEST(WriteBehind, WithoutFinishNothingIsFinished) {
+    Record record;
+    {
+        const auto clip = WriteBehind(std::make_unique<CountingWriter>(record), 2);
+        clip->Write(1, PictureOf(1));
+    }
+    EXPECT_FALSE(record.finished);
+    EXPECT_TRUE(record.gone);
+}
+
+}  // namespace
+}  // namespace velorin
