@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "support/forms.h"
+#include "support/memory_host.h"
+#include "support/noise.h"
+
+namespace velorin {
+namespace {
+
+class Interrupter : public KQIdleAndProgressClass {
+  public:
+    explicit Interrupter(int newAfter) : KQIdleAndProgressClass(nullptr), after(newAfter) {}
+    void ReportProgress(float fraction) override {
+        EXPECT_GE(fraction, 0.0f);
+        EXPECT_LE(fraction, 1.0f);
+        if (reports++ == after) interrupted = 1;
+        KQIdleAndProgressClass::ReportProgress(fraction);
+    }
+    int after;
+    int reports = 0;
+};
+
+TEST(RenderFrame, WithoutInternalNoSlotIsCalled) {
+    MemoryHost host(DrawClip(2, 8, 8, ZPPixUChar));
+    delete host.internal;
+    host.internal = nullptr;
+    EXPECT_EQ(host.Render(0.5f), 1);
+    EXPECT_TRUE(host.asked.empty() && host.tracked.empty());
+}
+
+TEST(RenderFrame, RatesAreCheckedUnevenly) {
+    MemoryHost host(DrawClip(2, 8, 8, ZPPixUChar));
+    host.outputRate = 0.01f;
+    EXPECT_EQ(host.Render(0.5f), 0);
+    host.outputRate = 0.009f;
+    EXPECT_EQ(host.Render(0.5f), ZPErrBadArgument);
+    host.outputRate = 25.0f;
+    host.sourceRate = 0.01f;
+    EXPECT_EQ(host.Render(0.5f), ZPErrBadArgument);
+}
+
+TEST(RenderFrame, AFailureGivesEverythingBack) {
+    for (std::int64_t sameClip : {0, 1}) {
+        MemoryHost host(DrawClip(3, 16, 16, ZPPixUChar));
+        host.sameClip = sameClip;
+        ASSERT_EQ(host.Render(0.5f), 0);
+        host.failingFrame = 1;
+        EXPECT_EQ(host.Render(0.6f), 1);
+        EXPECT_EQ(host.held, 0);
+        EXPECT_EQ(host.internal->opticalFlow, nullptr);
+        host.failingFrame = -1000;
+        EXPECT_EQ(host.Render(0.6f), 0);
+    }
+}
+
+TEST(RenderFrame, AnInterruptedRenderKeepsNothing) {
+    for (int after : {0, 3, 20}) {
+        MemoryHost host(DrawClip(2, 32, 32, ZPPixUChar));
+        Interrupter progress(after);
+        host.progress = &progress;
+        EXPECT_EQ(host.Render(0.5f), ZPErrInterrupted);
+        EXPECT_EQ(host.held, 0);
+        EXPECT_EQ(host.internal->opticalFlow, nullptr);
+    }
+}
+
+TEST(RenderFrame, WhatIsNotBuiltIsRefused) {
+    const float zeros[2] = {};
+    const auto refused = [&](auto change) {
+        MemoryHost host(DrawClip(2, 16, 16, ZPPixUChar));
+        change(host);
+        const int code = host.Render(0.5f);
+        EXPECT_EQ(host.held, 0);
+        return code == ZPErrBadArgument;
+    };
+    EXPECT_FALSE(refused([](MemoryHost&) {}));
+    EXPECT_TRUE(refused([](MemoryHost& host) { host.inputFieldsAsked = 1; }));
+    EXPECT_TRUE(refused([](MemoryHost& host) { host.outputFieldsAsked = 2; }));
+    EXPECT_TRUE(refused([](MemoryHost& host) { host.compensateAsked = 1.0f; }));
+    EXPECT_TRUE(refused([](MemoryHost& host) { host.warping = 1; }));
+    EXPECT_TRUE(refused([](MemoryHost& host) { host.warping = 2; }));
+    EXPECT_TRUE(refused([](MemoryHost& host) { host.method = 2; }));
+    EXPECT_TRUE(refused([&](MemoryHost& host) {
+        host.matteLayers = 1;
+        host.matteArray = zeros;
+    }));
+}
+
+TEST(RenderFrame, SmallFramesRenderAsLongAsTheirFlowHasTwoByTwoPixels) {
+    for (const auto& [width, height, quality, code] : {std::tuple{11, 7, 4, 0},
+                                                       {4, 4, 4, 0},
+                                                       {3, 8, 4, 5},
+                                                       {3, 8, 5, 0},
+                                                       {11, 7, 3, 5},
+                                                       {11, 7, 0, 0},
+                                                       {2, 2, 5, 0},
+                                                       {1, 8, 0, 5},
+                                                       {8, 1, 0, 5}}) {
+        SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+        MemoryHost host(DrawClip(2, width, height, ZPPixUChar));
+        host.quality = quality;
+        EXPECT_EQ(host.Render(0.5f), code);
+    }
+}
+
+TEST(RenderFrame, TheHostsChannelOrderComesBack) {
+    MemoryHost plain(DrawClip(2, 30, 20, ZPPixUChar));
+    MemoryHost swapped(DrawClip(2, 30, 20, ZPPixUChar));
+    const auto swap = [](ZPImage& image) {
+        for (int y = 0; y < image.height; ++y) {
+            std::uint8_t* pixel = image.Row<std::uint8_t>(y);
+            for (int x = 0; x < image.width; ++x) std::swap(pixel[4 * x], pixel[4 * x + 2]);
+        }
+    };
+    for (auto& frame : swapped.frames) swap(*frame);
+    swapped.redIndex = 2;
+    ASSERT_EQ(plain.Render(0.4f), 0);
+    ASSERT_EQ(swapped.Render(0.4f), 0);
+    swap(*swapped.result);
+    EXPECT_SAME_IMAGE(*plain.result, *swapped.result);
+}
+
+TEST(RenderFrame, SamePixelsOnAnyThreadCountAndRowOrder) {
+    for (int type : {ZPPixUChar, ZPPixUShort, ZPPixFloat}) {
+        for (std::int64_t method : {0, 1}) {
+            UseThreads(1);
+            MemoryHost reference(DrawClip(2, 150, 100, type));
+            reference.method = method;
+            ASSERT_EQ(reference.Render(0.4f), 0);
+            for (int bottomUp : {0, 1}) {
+                ForEachThreadCount([&] {
+                    MemoryHost host(DrawClip(2, 150, 100, type, 2.5f, -1.25f, bottomUp));
+                    host.method = method;
+                    ASSERT_EQ(host.Render(0.4f), 0);
+                    EXPECT_SAME_IMAGE(*reference.result, *host.result);
+                });
+            }
+        }
+    }
+}
+
+TEST(RenderFrame, ThePictureHalfWayIsTheTrueOne) {
+    const float shiftX = 4.5f;
+    const float shiftY = -3.0f;
+    for (std::int64_t method : {0, 1}) {
+        MemoryHost host(DrawClip(2, 160, 120, ZPPixUChar, shiftX, shiftY));
+        host.method = method;
+        ASSERT_EQ(host.Render(0.5f), 0);
+        const auto truth = DrawTexture(160, 120, ZPPixUChar, shiftX / 2.0f, shiftY / 2.0f);
+        double sum = 0.0;
+        int count = 0;
+        for (int y = 12; y < 108; ++y) {
+            for (int i = 4 * 12; i < 4 * 148; ++i, ++count) {
+                sum +=
+                    std::abs(host.result->Row<std::uint8_t>(y)[i] - truth->Row<std::uint8_t>(y)[i]);
+            }
+        }
+        RecordProperty("meanDifference" + std::to_string(method), std::to_string(sum / count));
+        EXPECT_LT(sum / count, 1.0);
+    }
+}
+
+TEST(RenderFrame, NotANumberNeitherCrashesNorSpreadsBeyondItsReach) {
+    MemoryHost host(DrawClip(2, 200, 60, ZPPixFloat));
+    Noise noise(3);
+    ZPImage corner(host.frames[0]->data, 8, 60, host.frames[0]->rowBytes, 4, ZPPixFloat, 0);
+    noise.Sprinkle(corner, 12);
+    ASSERT_EQ(host.Render(0.4f), 0);
+}
+
+// FNV-1a over all samples: whatever changes a pixel changes it.
+std::uint64_t Checksum(const ZPImage& image) {
+    std::uint64_t sum = 14695981039346656037u;
+    for (int y = 0; y < image.height; ++y) {
+        const std::uint8_t* row = image.Row<std::uint8_t>(y);
+        for (std::size_t i = 0; i < image.RowPixelBytes(); ++i) {
+            sum = (sum ^ row[i]) * 1099511628211u;
+        }
+    }
+    return sum;
+}
+
+// A clip that is the same on every machine: integer arithmetic alone makes it.
+std::vector<std::unique_ptr<ZPImage>> GoldenClip() {
+    std::vector<std::unique_ptr<ZPImage>> clip;
+    for (int n = 0; n < 2; ++n) {
+        auto image = std::make_unique<ZPImage>(96, 72, 4, ZPPixUChar, 0);
+        for (int y = 0; y < 72; ++y) {
+            std::uint8_t* pixel = image->Row<std::uint8_t>(y);
+            for (int x = 0; x < 96; ++x, pixel += 4) {
+                const int px = x - 3 * n, py = y + n;
+                for (int c = 0; c < 3; ++c) {
+                    pixel[c] = static_cast<std::uint8_t>(
+                        128 + (((px * px + 3 * py * px + c * 40) >> 4) % 100));
+                }
+                pixel[3] = 255;
+            }
+        }
+        clip.push_back(std::move(image));
+    }
+    return clip;
+}
+
+TEST(RenderFrame, GoldenChecksums) {
+    struct Golden {
+        std::int64_t method;
+        int quality;
+        int enhance;
+        std::uint64_t checksum;
+    };
+    for (const Golden& golden :
+         {Golden{1, 4, 0, 3821180273779490791u}, Golden{1, 5, 0, 6856738291490178158u},
+          Golden{1, 3, 0, 13394683245959646366u}, Golden{0, 4, 0, 13518392677095246264u},
+          Golden{1, 4, 1, 3070556140830155480u}, Golden{1, 0, 0, 2639536518024470657u}}) {
+        MemoryHost host(GoldenClip());
+        host.method = golden.method;
+        host.quality = golden.quality;
+        host.enhance = golden.enhance;
+        ASSERT_EQ(host.Render(0.3f), 0);
+        EXPECT_EQ(Checksum(*host.result), golden.checksum)
+            << golden.method << golden.quality << golden.enhance << std::hex
+            << Checksum(*host.result);
+    }
+}
+
+}  // namespace
+}  // namespace velorin

@@ -1,0 +1,158 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "engine/kq_velorin.h"
+#include "engine/kq_velorin_internal.h"
+#include "image/copy.h"
+#include "image/pixel_form.h"
+#include "image/rounding.h"
+
+namespace velorin {
+
+// A host over frames in memory: four channels, numbered from 0, the ends repeated. Hands out
+// private copies and counts what is checked out.
+class MemoryHost : public KQVelorin4 {
+  public:
+    explicit MemoryHost(std::vector<std::unique_ptr<ZPImage>> newFrames)
+        : frames(std::move(newFrames)) {
+        internal = new KQVelorin4Internal;
+    }
+
+    // One request with the panel's defaults and `outputTime`; the result is in `result`.
+    int Render(float outputTime) {
+        const ZPImage& sample = *frames[0];
+        result = std::make_unique<ZPImage>(sample.width, sample.height, 4, sample.pixelType,
+                                           sample.bottomUp);
+        KQImage handle;
+        KQImageInternal image(*result);
+        handle.WrapInternal(image);
+        handle.Internal()->redIndex = redIndex;
+        handle.Internal()->blueIndex = 2 - redIndex;
+        return RenderFrame(&handle, nullptr, inputFieldsAsked, outputFieldsAsked, quality,
+                           outputTime, outputTime + 1.0f, sourceRate, outputRate, compensateAsked,
+                           sensitivity, method, 1, sameClip, keepFlows, matteLayers, matteArray,
+                           matteArray, progress, imagesAreYCbCr);
+    }
+
+    int GetToBeWarpedSequenceImage(KQImage** out, int frame) override {
+        asked.push_back(frame);
+        return HandOut(out, frame);
+    }
+    int GetTrackingSequenceImage(KQImage** out, int frame) override {
+        tracked.push_back(frame);
+        return HandOut(out, frame);
+    }
+    int CleanUpCheckedOutImage(KQImage* image) override {
+        --held;
+        copies.erase(image);
+        return 0;
+    }
+    int GetMatteLayerSequenceImage(KQImage**, int, int) override { return ZPErrBadArgument; }
+    int CleanUpCheckedOutMatteImage(KQImage*) override { return 0; }
+    int GetKeyframedTime(float* out, float outputTime) override {
+        *out = timeMap(outputTime);
+        return 0;
+    }
+    int WhichScene(float frame) override { return scene(static_cast<int>(frame)); }
+    int GetDrawStartLayer() override { return 0; }
+    int GetDrawEndLayer() override { return 0; }
+    int UsesWhichWarping() override { return warping; }
+    int EnhanceImages() override { return enhance; }
+
+    std::vector<std::unique_ptr<ZPImage>> frames;
+    std::unique_ptr<ZPImage> result;
+
+    std::function<float(float)> timeMap = [](float t) { return t; };
+    std::function<int(int)> scene = [](int) { return 0; };
+    int warping = 0;
+    int enhance = 0;
+    int quality = 4;
+    int inputFieldsAsked = 0;
+    int outputFieldsAsked = 0;
+    float sourceRate = 29.97f;
+    float outputRate = 29.97f;
+    float compensateAsked = 0.0f;
+    float sensitivity = 0.7f;
+    std::int64_t method = 1;
+    std::int64_t sameClip = 1;
+    std::int64_t keepFlows = 1;
+    int matteLayers = 0;
+    const float* matteArray = nullptr;
+    bool imagesAreYCbCr = false;
+    KQIdleAndProgressClass* progress = nullptr;
+    int redIndex = 0;          // 2: frames and result hold blue first
+    int failingFrame = -1000;  // its check-out answers 1
+    int held = 0;
+    std::vector<int> asked;    // frames checked out of the clip to be warped
+    std::vector<int> tracked;  // and of the tracking clip
+
+  private:
+    struct Copy {
+        std::unique_ptr<ZPImage> pixels;
+        std::unique_ptr<KQImage> handle;
+    };
+
+    int HandOut(KQImage** out, int frame) {
+        if (frame == failingFrame) return 1;
+        const ZPImage& source = *frames[std::clamp(frame, 0, static_cast<int>(frames.size()) - 1)];
+        Copy copy{std::make_unique<ZPImage>(source.width, source.height, source.channels,
+                                            source.pixelType, source.bottomUp),
+                  std::make_unique<KQImage>()};
+        CopyExact(copy.pixels.get(), &source);
+        copy.handle->CreateInternal();
+        copy.handle->InitFourChannels(copy.pixels->data, source.width, source.height,
+                                      source.rowBytes, source.bottomUp ? 0 : 1, source.pixelType, 1,
+                                      1, redIndex, 1, 2 - redIndex, 3);
+        *out = copy.handle.get();
+        copies[*out] = std::move(copy);
+        ++held;
+        return 0;
+    }
+
+    std::map<KQImage*, Copy> copies;
+};
+
+// A smooth texture of waves, its content moved by (shiftX, shiftY) pixels to higher columns and
+// rows.
+inline std::unique_ptr<ZPImage> DrawTexture(int width, int height, int pixelType, float shiftX,
+                                            float shiftY, int bottomUp = 0) {
+    auto image = std::make_unique<ZPImage>(width, height, 4, pixelType, bottomUp);
+    WithPictureType(pixelType, [&](auto zero) {
+        using Value = decltype(zero);
+        const float white = image->whitePoint;
+        for (int y = 0; y < height; ++y) {
+            Value* pixel = image->Row<Value>(y);
+            for (int x = 0; x < width; ++x, pixel += 4) {
+                const float px = static_cast<float>(x) - shiftX;
+                const float py = static_cast<float>(y) - shiftY;
+                for (int c = 0; c < 3; ++c) {
+                    const float k = static_cast<float>(c);
+                    const float wave = std::sin(px * 0.31f + k) * std::cos(py * 0.23f - k) +
+                                       std::sin(px * 0.083f + py * 0.11f + k);
+                    pixel[c] = RoundClamped<Value>((0.5f + 0.22f * wave) * white);
+                }
+                pixel[3] = RoundClamped<Value>(white);
+            }
+        }
+    });
+    return image;
+}
+
+inline std::vector<std::unique_ptr<ZPImage>> DrawClip(int frames, int width, int height,
+                                                      int pixelType, float shiftX = 2.5f,
+                                                      float shiftY = -1.25f, int bottomUp = 0) {
+    std::vector<std::unique_ptr<ZPImage>> clip;
+    for (int i = 0; i < frames; ++i) {
+        const float n = static_cast<float>(i);
+        clip.push_back(DrawTexture(width, height, pixelType, n * shiftX, n * shiftY, bottomUp));
+    }
+    return clip;
+}
+
+}  // namespace velorin
