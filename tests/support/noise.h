@@ -1,12 +1,13 @@
 #pragma once
 
-#include <bit>
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "image/pixel_form.h"
@@ -72,22 +73,27 @@ class Noise {
     std::uint32_t state;
 };
 
-// Tells -0.0 from 0.0 and takes any NaN for another.
-inline bool SameBits(float a, float b) {
-    if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
-    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
-}
-template <typename Value>
-bool SameBits(Value a, Value b) {
-    return a == b;
-}
-
-#define EXPECT_SAME_BITS(a, b) EXPECT_PRED2(SameBitsOf, a, b)
-
+// Tells -0.0 from 0.0 and takes any NaN for another; integers are compared as numbers, whatever
+// their types.
 template <typename A, typename B>
-bool SameBitsOf(A a, B b) {
-    return SameBits(a, static_cast<A>(b));
+bool SameBits(A a, B b) {
+    if constexpr (std::is_floating_point_v<A>) {
+        const A other = static_cast<A>(b);
+        if (std::isnan(a) || std::isnan(other)) return std::isnan(a) && std::isnan(other);
+        return a == other && std::signbit(a) == std::signbit(other);
+    } else {
+        return std::cmp_equal(a, b);
+    }
 }
+
+struct SameBitsOf {
+    template <typename A, typename B>
+    bool operator()(A a, B b) const {
+        return SameBits(a, b);
+    }
+};
+
+#define EXPECT_SAME_BITS(a, b) EXPECT_PRED2(velorin::SameBitsOf(), a, b)
 
 // The first place where two images of one shape differ, as text for a failure; empty when nowhere.
 inline std::string FirstDifference(const ZPImage& a, const ZPImage& b) {
