@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <utility>
+
+#include "image/composite.h"
+#include "image/parallel_rows.h"
+#include "shuffled/shuffled_fork.h"
+#include "support/gap_image.h"
+#include "support/noise.h"
+
+namespace velorin {
+namespace {
+
+using Ranges = std::map<int, std::pair<int, int>>;
+
+void NoteRange(int slot, int /*zero*/, int firstRow, int lastRow, va_list* arguments) {
+    (*va_arg(*arguments, Ranges*))[slot] = {firstRow, lastRow};
+}
+
+TEST(Shuffled, LastSlotTakesTheRemainder) {
+    const Ranges expected = {{0, {0, 32}}, {1, {33, 65}}, {2, {66, 99}}};
+    for (int threads : {3, 4, 64}) {
+        UseShuffledFork(threads, 5);
+        Ranges ranges;
+        ParallelFor(3, 100, NoteRange, &ranges);
+        EXPECT_EQ(ranges, expected);
+    }
+}
+
+TEST(Shuffled, NoItemsForkAndNobodyWorks) {
+    UseShuffledFork(8, 6);
+    Ranges ranges;
+    ParallelFor(ChooseWorkers(0), 0, NoteRange, &ranges);
+    EXPECT_TRUE(ranges.empty());
+    EXPECT_EQ(LastOrder().size(), 8u);
+}
+
+TEST(Shuffled, FirstExceptionThrownWins) {
+    UseShuffledFork(5, 7);
+    for (int job = 0; job < 20; ++job) {
+        try {
+            ParallelRows(500, [](int firstRow, int) { throw firstRow; });
+            FAIL() << "no exception";
+        } catch (int firstRow) {
+            EXPECT_EQ(firstRow, 100 * LastOrder()[0]);
+        }
+    }
+}
+
+TEST(Shuffled, PixelsDoNotDependOnTheOrder) {
+    GapImage source(33, 257, 4, ZPPixUShort, 1);
+    GapImage under(33, 257, 4, ZPPixUShort, 0);
+    Noise noise(8);
+    noise.Fill(*source);
+    noise.Fill(*under);
+    UseShuffledFork(1, 0);
+    Snapshot expected(*under);
+    Premultiply(*source);
+    CompositeOver(*expected, 0, 0, *source, 0, 0, 32, 256);
+    for (int job = 0; job < 24; ++job) {
+        UseShuffledFork(2 + job % 7, static_cast<unsigned>(job));
+        Snapshot result(*under);
+        CompositeOver(*result, 0, 0, *source, 0, 0, 32, 256);
+        EXPECT_SAME_IMAGE(*result, *expected);
+    }
+}
+
+}  // namespace
+}  // namespace velorin
