@@ -257,7 +257,15 @@ TEST(HostDepth, NarrowsUnpremultipliedAndClamped) {
     EXPECT_EQ(ScaledWords({9, 0}, 1, negative), (std::vector<float>{0, 0}));
 }
 
-TEST(HostDepth, AllRowsOrdersAndThreads) {
+TEST(HostDepth, OnlyWideningAddsTheHalfInDouble) {
+    const float belowHalf = std::nextafter(0.5f, 0.0f);
+    const auto widen = [&](KQImage* image) { return ScaleForHostDepth(image, belowHalf); };
+    const auto narrow = [&](KQImage* image) { return ScaleClamped(image, belowHalf, 4095.0f); };
+    EXPECT_EQ(ScaledWords({1, 1, 1, 1}, 4, widen), (std::vector<float>{0, 0, 0, 0}));
+    EXPECT_EQ(ScaledWords({1}, 1, narrow), (std::vector<float>{1}));
+}
+
+TEST(HostDepth, AllRowOrdersAndThreads) {
     ForEachThreadCount([] {
         for (int bottomUp : {0, 1}) {
             GapImage image(kWidth, kHeight, 4, ZPPixUShort, bottomUp);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -28,63 +29,71 @@ std::vector<float> TryingValues() {
     return values;
 }
 
-template <typename Value>
+template <int N, typename Value>
 void ExpectStoresAsScalar() {
     const std::vector<float> values = TryingValues();
-    for (std::size_t i = 0; i + 4 <= values.size(); ++i) {
-        Value stored[6] = {77, 77, 77, 77, 77, 77};
-        StoreClamped(Float4::Load(&values[i]), stored + 1);
-        for (int c = 0; c < 4; ++c) {
+    for (std::size_t i = 0; i + N <= values.size(); ++i) {
+        Value stored[N + 2];
+        std::fill_n(stored, N + 2, Value{77});
+        StoreClamped(PixelLanes<N>::Load(&values[i]), stored + 1);
+        for (int c = 0; c < N; ++c) {
             EXPECT_SAME_BITS(stored[1 + c], RoundClamped<Value>(values[i + c])) << values[i + c];
         }
         EXPECT_EQ(stored[0], 77);
-        EXPECT_EQ(stored[5], 77);
+        EXPECT_EQ(stored[N + 1], 77);
     }
 }
 
-TEST(Float4, StoresEqualScalarRounding) {
-    ExpectStoresAsScalar<std::uint8_t>();
-    ExpectStoresAsScalar<std::uint16_t>();
-    ExpectStoresAsScalar<float>();
-}
-
-template <typename Value>
+template <int N, typename Value>
 void ExpectLoadsEveryNumber() {
-    for (int first = 0; first <= std::numeric_limits<Value>::max() - 3; first += 3) {
-        Value from[4];
-        for (int c = 0; c < 4; ++c) from[c] = static_cast<Value>(first + c);
-        float lanes[4];
-        Float4::Load(from).Store(lanes);
-        for (int c = 0; c < 4; ++c) ASSERT_EQ(lanes[c], static_cast<float>(first + c));
+    for (int first = 0; first <= std::numeric_limits<Value>::max() - N + 1; ++first) {
+        Value from[N];
+        for (int c = 0; c < N; ++c) from[c] = static_cast<Value>(first + c);
+        float lanes[N];
+        PixelLanes<N>::Load(from).Store(lanes);
+        for (int c = 0; c < N; ++c) ASSERT_EQ(lanes[c], static_cast<float>(first + c));
     }
 }
 
-TEST(Float4, LoadsIntegers) {
-    ExpectLoadsEveryNumber<std::uint8_t>();
-    ExpectLoadsEveryNumber<std::uint16_t>();
-}
-
-TEST(Float4, ArithmeticEqualsScalar) {
+template <int N>
+void ExpectArithmeticAsScalar() {
+    using Lanes = PixelLanes<N>;
     const std::vector<float> values = TryingValues();
-    for (std::size_t i = 0; i + 8 <= values.size(); ++i) {
+    for (std::size_t i = 0; i + 2 * N <= values.size(); ++i) {
         const float* x = &values[i];
-        const float* y = &values[i + 4];
-        const Float4 a = Float4::Load(x);
-        const Float4 b = Float4::Of(y[0], y[1], y[2], y[3]);
-        float sum[4], difference[4], product[4], quotient[4], scaled[4];
-        (a + b).Store(sum);
-        (a - b).Store(difference);
-        (a * b).Store(product);
-        (a / b).Store(quotient);
-        (a * y[0]).Store(scaled);
-        for (int c = 0; c < 4; ++c) {
+        const float* y = &values[i + N];
+        float sum[N], difference[N], product[N], scaled[N], same[N];
+        (Lanes::Load(x) + Lanes::Load(y)).Store(sum);
+        (Lanes::Load(x) - Lanes::Load(y)).Store(difference);
+        (Lanes::Load(x) * Lanes::Load(y)).Store(product);
+        (Lanes::Load(x) * y[0]).Store(scaled);
+        Lanes::All(x[0]).Store(same);
+        for (int c = 0; c < N; ++c) {
             EXPECT_SAME_BITS(sum[c], x[c] + y[c]);
             EXPECT_SAME_BITS(difference[c], x[c] - y[c]);
             EXPECT_SAME_BITS(product[c], x[c] * y[c]);
-            EXPECT_SAME_BITS(quotient[c], x[c] / y[c]);
             EXPECT_SAME_BITS(scaled[c], x[c] * y[0]);
+            EXPECT_SAME_BITS(same[c], x[0]);
         }
     }
+}
+
+template <int N>
+void ExpectLanesAsScalar() {
+    SCOPED_TRACE(N);
+    ExpectStoresAsScalar<N, std::uint8_t>();
+    ExpectStoresAsScalar<N, std::uint16_t>();
+    ExpectStoresAsScalar<N, float>();
+    ExpectLoadsEveryNumber<N, std::uint8_t>();
+    ExpectLoadsEveryNumber<N, std::uint16_t>();
+    ExpectArithmeticAsScalar<N>();
+}
+
+TEST(Float4, LanesEqualScalarRules) {
+    ExpectLanesAsScalar<1>();
+    ExpectLanesAsScalar<2>();
+    ExpectLanesAsScalar<3>();
+    ExpectLanesAsScalar<4>();
 }
 
 }  // namespace
