@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "media/movie_reader.h"
+#include "media/movie_writer.h"
 #include "media/sequence_name.h"
 #include "media/sequence_reader.h"
 #include "media/sequence_writer.h"
@@ -11,8 +13,8 @@ namespace velorin {
 namespace {
 
 std::string UnknownExtension(const std::string& name) {
-    return name + ": the name's extension does not tell a format; pictures of a sequence are " +
-           StillExtensions();
+    return name + ": the name's extension does not tell a format; movies are " + MovieExtensions() +
+           ", pictures of a sequence " + StillExtensions();
 }
 
 std::string SequenceAdvice(const std::string& name) {
@@ -54,11 +56,12 @@ std::unique_ptr<ClipReader> OpenClip(const std::string& name) {
                              "such as shot.%04d.png is wanted");
     }
     if (FindStillFormat(name)) throw MediaError(MediaError::Kind::kInput, SequenceAdvice(name));
-    throw MediaError(MediaError::Kind::kInput, UnknownExtension(name));
+    return OpenMovie(name);
 }
 
 SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted) {
     if (const StillFormat* format = FindStillFormat(name)) return StillDepth(*format, wanted);
+    if (IsMovieName(name)) return MovieDepth(name, wanted);
     throw MediaError(MediaError::Kind::kFailure, UnknownExtension(name));
 }
 
@@ -69,6 +72,7 @@ std::unique_ptr<ClipWriter> CreateClip(const std::string& name, const OutputSett
         if (!sequence) throw MediaError(MediaError::Kind::kFailure, SequenceAdvice(name));
         return CreateSequence(*sequence, *format, settings, frames);
     }
+    if (IsMovieName(name)) return CreateMovie(name, settings);
     throw MediaError(MediaError::Kind::kFailure, UnknownExtension(name));
 }
 

@@ -68,6 +68,8 @@ struct ClipInfo {
     // What an output of the same format keeps.
     int storedBits = 0;  // of a sample, where fewer than the depth's, as in 10-bit DPX; else 0
     bool straightAlpha = true;  // false: colours are stored multiplied by alpha
+    int primaries = 2;          // of a movie, as ITU-T H.273 numbers them; 2 where nothing is known
+    int transfer = 2;           // of a movie, likewise
     Window window;              // the part of the plane that the picture covers
     Window display;             // the part that is shown; the same but in EXR
 };

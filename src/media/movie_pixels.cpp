@@ -1,0 +1,327 @@
+#include "media/movie_pixels.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+
+extern "C" {
+#include <libavutil/bswap.h>
+#include <libavutil/display.h>
+}
+
+namespace velorin {
+namespace {
+
+const AVPixFmtDescriptor& Descriptor(int format) {
+    const AVPixFmtDescriptor* found = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+    if (found == nullptr) throw std::runtime_error("its pixel format is not known");
+    return *found;
+}
+
+// RGB whose samples can be addressed one by one.
+bool IsPlainRgb(int format) {
+    const AVPixFmtDescriptor& d = Descriptor(format);
+    constexpr std::uint64_t kOther = AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM |
+                                     AV_PIX_FMT_FLAG_HWACCEL | AV_PIX_FMT_FLAG_BAYER |
+                                     AV_PIX_FMT_FLAG_FLOAT;
+    if ((d.flags & AV_PIX_FMT_FLAG_RGB) == 0 || (d.flags & kOther) != 0) return false;
+    return std::all_of(d.comp, d.comp + d.nb_components, [&](const AVComponentDescriptor& c) {
+        return c.depth >= 8 && c.depth <= 16 && c.depth == d.comp[0].depth &&
+               c.shift + c.depth <= 16;
+    });
+}
+
+// Where one channel's samples stand in a frame.
+struct Channel {
+    std::uint8_t* data;
+    std::ptrdiff_t rowBytes;
+    int step;
+    int shift;
+    int depth;
+    bool wide;  // two bytes a sample
+    bool swapped;
+};
+
+Channel ChannelOf(const AVFrame& frame, int index) {
+    const AVPixFmtDescriptor& d = Descriptor(frame.format);
+    const AVComponentDescriptor& c = d.comp[index];
+    const bool wide = c.shift + c.depth > 8;
+    return {frame.data[c.plane] + c.offset,
+            frame.linesize[c.plane],
+            c.step,
+            c.shift,
+            c.depth,
+            wide,
+            wide && ((d.flags & AV_PIX_FMT_FLAG_BE) != 0) == (AV_HAVE_BIGENDIAN == 0)};
+}
+
+template <typename Stored>
+Stored Load(const std::uint8_t* at) {
+    Stored value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+
+// 8 bits and 16 bits stay; what is between is stretched so that white stays white.
+template <typename Value>
+Value Widen(unsigned sample, int depth) {
+    if (depth == static_cast<int>(8 * sizeof(Value))) return static_cast<Value>(sample);
+    const unsigned most = (1u << depth) - 1u;
+    return static_cast<Value>((sample * 65535u + most / 2) / most);
+}
+
+template <typename Value>
+void UnpackChannel(const Channel& channel, int width, int height, Value* out) {
+    const unsigned mask = (1u << channel.depth) - 1u;
+    for (int y = 0; y < height; ++y) {
+        const std::uint8_t* in = channel.data + y * channel.rowBytes;
+        for (int x = 0; x < width; ++x, in += channel.step, out += 4) {
+            unsigned sample = channel.wide ? Load<std::uint16_t>(in) : *in;
+            if (channel.swapped) sample = av_bswap16(static_cast<std::uint16_t>(sample));
+            *out = Widen<Value>((sample >> channel.shift) & mask, channel.depth);
+        }
+    }
+}
+
+template <typename Value>
+void UnpackRgb(const AVFrame& frame, Picture& picture) {
+    auto* out = reinterpret_cast<Value*>(picture.pixels.data());
+    const int channels = Descriptor(frame.format).nb_components;
+    for (int c = 0; c < channels; ++c) {
+        UnpackChannel(ChannelOf(frame, c), frame.width, frame.height, out + c);
+    }
+    if (channels > 3) return;
+    const auto* end = out + static_cast<std::size_t>(frame.width) * frame.height * 4;
+    for (; out != end; out += 4) out[3] = static_cast<Value>(PictureType<Value>::kWhite);
+}
+
+// The counterpart of UnpackRgb, for formats of as many bits as the picture.
+template <typename Value>
+void PackRgb(const Picture& picture, AVFrame& frame) {
+    const auto* pixels = reinterpret_cast<const Value*>(picture.pixels.data());
+    const int channels = Descriptor(frame.format).nb_components;
+    for (int c = 0; c < channels; ++c) {
+        const Channel channel = ChannelOf(frame, c);
+        const Value* in = pixels + c;
+        for (int y = 0; y < frame.height; ++y) {
+            std::uint8_t* out = channel.data + y * channel.rowBytes;
+            for (int x = 0; x < frame.width; ++x, in += 4, out += channel.step) {
+                std::memcpy(out, in, sizeof(Value));
+            }
+        }
+    }
+}
+
+// Copies the pixels of an RGBA picture turned.
+template <typename Value>
+void TurnPixels(const Picture& from, const Turn& turn, Picture& to) {
+    struct Pixel {
+        Value channel[4];
+    };
+    const auto* in = reinterpret_cast<const Pixel*>(from.pixels.data());
+    auto* out = reinterpret_cast<Pixel*>(to.pixels.data());
+    for (int y = 0; y < from.height; ++y) {
+        for (int x = 0; x < from.width; ++x, ++in) {
+            int toX = turn.transposed ? y : x;
+            int toY = turn.transposed ? x : y;
+            if (turn.mirrorX) toX = to.width - 1 - toX;
+            if (turn.mirrorY) toY = to.height - 1 - toY;
+            out[static_cast<std::size_t>(toY) * to.width + toX] = *in;
+        }
+    }
+}
+
+void TurnPicture(const Turn& turn, Picture& picture) {
+    if (!turn.transposed && !turn.mirrorX && !turn.mirrorY) return;
+    Picture turned;
+    turned.SetShape(turn.transposed ? picture.height : picture.width,
+                    turn.transposed ? picture.width : picture.height, picture.pixelType);
+    if (picture.pixelType == ZPPixUChar) {
+        TurnPixels<std::uint8_t>(picture, turn, turned);
+    } else {
+        TurnPixels<std::uint16_t>(picture, turn, turned);
+    }
+    picture = std::move(turned);
+}
+
+// The numbers are those of the scaling library as well.
+int MatrixOf(const AVFrame& frame) {
+    switch (frame.colorspace) {
+        case AVCOL_SPC_BT709:
+        case AVCOL_SPC_FCC:
+        case AVCOL_SPC_BT470BG:
+        case AVCOL_SPC_SMPTE170M:
+        case AVCOL_SPC_SMPTE240M:
+        case AVCOL_SPC_BT2020_NCL:
+        case AVCOL_SPC_BT2020_CL:
+            return frame.colorspace;
+        default:
+            return frame.height >= 720 ? SWS_CS_ITU709 : SWS_CS_ITU601;
+    }
+}
+
+bool HasFullRange(const AVFrame& frame) {
+    switch (frame.format) {
+        case AV_PIX_FMT_YUVJ420P:
+        case AV_PIX_FMT_YUVJ422P:
+        case AV_PIX_FMT_YUVJ444P:
+        case AV_PIX_FMT_YUVJ440P:
+        case AV_PIX_FMT_YUVJ411P:
+            return true;
+        default:
+            return frame.color_range == AVCOL_RANGE_JPEG;
+    }
+}
+
+// Where chroma samples stand, in 1/256 of a luma sample; to the left, as most codecs have it,
+// unless the frame says otherwise. -513 leaves an axis without subsampling alone.
+struct ChromaPlace {
+    int x = -513;
+    int y = -513;
+};
+
+ChromaPlace ChromaPlaceOf(const AVFrame& frame) {
+    const AVPixFmtDescriptor& d = Descriptor(frame.format);
+    const AVChromaLocation location = frame.chroma_location;
+    ChromaPlace place;
+    if (d.log2_chroma_w == 1) {
+        const bool centred = location == AVCHROMA_LOC_CENTER || location == AVCHROMA_LOC_TOP ||
+                             location == AVCHROMA_LOC_BOTTOM;
+        place.x = centred ? 128 : 0;
+    }
+    if (d.log2_chroma_h == 1) {
+        const bool top = location == AVCHROMA_LOC_TOPLEFT || location == AVCHROMA_LOC_TOP;
+        const bool bottom = location == AVCHROMA_LOC_BOTTOMLEFT || location == AVCHROMA_LOC_BOTTOM;
+        place.y = top ? 0 : bottom ? 256 : 128;
+    }
+    return place;
+}
+
+// A scaler between two frames of one size, with the matrix and range of the one that is Y'CbCr.
+AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video, bool toVideo) {
+    AvScaler scaler(sws_alloc_context());
+    if (!scaler) throw std::bad_alloc();
+    const auto set = [&](const char* option, int value) {
+        av_opt_set_int(scaler.get(), option, value, 0);
+    };
+    set("srcw", from.width);
+    set("srch", from.height);
+    set("src_format", from.format);
+    set("dstw", to.width);
+    set("dsth", to.height);
+    set("dst_format", to.format);
+    set("sws_flags",
+        SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT);
+    av_opt_set(scaler.get(), "sws_dither", "none", 0);
+    const ChromaPlace place = ChromaPlaceOf(video);
+    set(toVideo ? "dst_h_chr_pos" : "src_h_chr_pos", place.x);
+    set(toVideo ? "dst_v_chr_pos" : "src_v_chr_pos", place.y);
+    const int* matrix = sws_getCoefficients(MatrixOf(video));
+    const int videoRange = HasFullRange(video) ? 1 : 0;
+    sws_setColorspaceDetails(scaler.get(), matrix, toVideo ? 1 : videoRange, matrix,
+                             toVideo ? videoRange : 1, 0, 1 << 16, 1 << 16);
+    if (sws_init_context(scaler.get(), nullptr, nullptr) < 0) {
+        throw std::runtime_error("its pixel format, " + std::string(Descriptor(from.format).name) +
+                                 ", cannot be converted");
+    }
+    return scaler;
+}
+
+AvFrame MakeRgbFrame(int width, int height, AVPixelFormat format) {
+    AvFrame frame = MakeFrame();
+    frame->width = width;
+    frame->height = height;
+    frame->format = format;
+    if (av_frame_get_buffer(frame.get(), 0) < 0) throw std::bad_alloc();
+    return frame;
+}
+
+void Scale(SwsContext* scaler, const AVFrame& from, AVFrame& to) {
+    const int rows =
+        sws_scale(scaler, from.data, from.linesize, 0, from.height, to.data, to.linesize);
+    if (rows < to.height) throw std::runtime_error("its pixels cannot be converted");
+}
+
+bool SameVideo(const AVFrame& a, const AVFrame& b) {
+    return a.width == b.width && a.height == b.height && a.format == b.format &&
+           a.colorspace == b.colorspace && a.color_range == b.color_range &&
+           a.chroma_location == b.chroma_location;
+}
+
+}  // namespace
+
+Turn TurnOf(const AVStream& stream) {
+    std::size_t size = 0;
+    const std::uint8_t* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    std::int32_t matrix[9];
+    if (data == nullptr || size < sizeof matrix) return {};
+    std::memcpy(matrix, data, sizeof matrix);
+    // Shown x is matrix[0] x + matrix[3] y, shown y is matrix[1] x + matrix[4] y.
+    const bool straight = matrix[1] == 0 && matrix[3] == 0;
+    const bool crossed = matrix[0] == 0 && matrix[4] == 0;
+    if (straight == crossed) return {};
+    if (straight) return {false, matrix[0] < 0, matrix[4] < 0};
+    return {true, matrix[3] < 0, matrix[1] < 0};
+}
+
+int ChannelsOf(AVPixelFormat format) {
+    const AVPixFmtDescriptor& d = Descriptor(format);
+    const bool alpha = (d.flags & (AV_PIX_FMT_FLAG_ALPHA | AV_PIX_FMT_FLAG_PAL)) != 0;
+    const bool gray = d.nb_components <= 2 && (d.flags & AV_PIX_FMT_FLAG_PAL) == 0;
+    return (gray ? 1 : 3) + (alpha ? 1 : 0);
+}
+
+SampleDepth DepthOf(AVPixelFormat format) {
+    const AVPixFmtDescriptor& d = Descriptor(format);
+    const bool deep = std::any_of(d.comp, d.comp + d.nb_components,
+                                  [](const AVComponentDescriptor& c) { return c.depth > 8; });
+    return deep ? SampleDepth::kWord : SampleDepth::kByte;
+}
+
+void PixelConverter::ConvertToRgb(const AVFrame& frame) {
+    if (!scaler || !SameVideo(frame, made)) {
+        const bool deep = DepthOf(static_cast<AVPixelFormat>(frame.format)) == SampleDepth::kWord;
+        rgb = MakeRgbFrame(frame.width, frame.height, deep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA);
+        scaler = MakeScaler(frame, *rgb, frame, false);
+        made.width = frame.width;
+        made.height = frame.height;
+        made.format = frame.format;
+        made.colorspace = frame.colorspace;
+        made.color_range = frame.color_range;
+        made.chroma_location = frame.chroma_location;
+    }
+    Scale(scaler.get(), frame, *rgb);
+}
+
+void PixelConverter::ToPicture(const AVFrame& frame, const Turn& turn, Picture& picture) {
+    const bool plain = IsPlainRgb(frame.format);
+    if (!plain) ConvertToRgb(frame);
+    const AVFrame& source = plain ? frame : *rgb;
+    const SampleDepth depth = DepthOf(static_cast<AVPixelFormat>(source.format));
+    picture.SetShape(frame.width, frame.height, PixelTypeOf(depth));
+    if (depth == SampleDepth::kByte) {
+        UnpackRgb<std::uint8_t>(source, picture);
+    } else {
+        UnpackRgb<std::uint16_t>(source, picture);
+    }
+    TurnPicture(turn, picture);
+}
+
+void PixelConverter::ToFrame(const Picture& picture, AVFrame& frame) {
+    const bool deep = picture.pixelType != ZPPixUChar;
+    const bool plain = IsPlainRgb(frame.format);
+    if (!plain && !scaler) {
+        rgb = MakeRgbFrame(frame.width, frame.height, deep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA);
+        scaler = MakeScaler(*rgb, frame, frame, true);
+    }
+    AVFrame& packed = plain ? frame : *rgb;
+    if (deep) {
+        PackRgb<std::uint16_t>(picture, packed);
+    } else {
+        PackRgb<std::uint8_t>(picture, packed);
+    }
+    if (!plain) Scale(scaler.get(), *rgb, frame);
+}
+
+}  // namespace velorin

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "media/clip.h"
+#include "media/libav.h"
+
+namespace velorin {
+
+// How a movie's pictures are turned to be shown.
+struct Turn {
+    bool transposed = false;  // rows become columns, before the mirroring
+    bool mirrorX = false;
+    bool mirrorY = false;
+};
+
+// The turn that a stream asks for; quarter turns and mirrors only, anything else is none.
+Turn TurnOf(const AVStream& stream);
+
+// The layout, 1 to 4 channels, and the depth in which pictures of that format are handed over.
+int ChannelsOf(AVPixelFormat format);
+SampleDepth DepthOf(AVPixelFormat format);
+
+// Converts between the libraries' frames and pictures. RGB of 8 and 16 bits comes and goes as it
+// is, RGB between is stretched to 16 bits, and Y'CbCr goes through the scaling library.
+class PixelConverter {
+  public:
+    // Throws std::bad_alloc, or std::runtime_error for a format that cannot be converted.
+    void ToPicture(const AVFrame& frame, const Turn& turn, Picture& picture);
+    // `frame` has its format, size, matrix and range set, and memory of its own.
+    void ToFrame(const Picture& picture, AVFrame& frame);
+
+  private:
+    void ConvertToRgb(const AVFrame& frame);
+
+    AvScaler scaler;
+    AVFrame made{};  // what the scaler was made for
+    AvFrame rgb;
+};
+
+}  // namespace velorin

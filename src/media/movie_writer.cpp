@@ -1,0 +1,281 @@
+#include "media/movie_writer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <new>
+
+#include "media/libav.h"
+#include "media/movie_pixels.h"
+#include "media/safe_file.h"
+
+namespace velorin {
+namespace {
+
+// What one movie format is written with.
+struct MovieFormat {
+    const char* extension;
+    const char* muxer;
+    const char* text;
+};
+
+constexpr MovieFormat kFormats[] = {
+    {"mp4", "mp4", "mp4 (H.264)"},
+    {"mov", "mov", "mov (ProRes)"},
+    {"mkv", "matroska", "mkv (FFV1, lossless)"},
+};
+
+const MovieFormat* FindFormat(const std::string& name) {
+    std::string extension = std::filesystem::path(name).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+    for (const MovieFormat& format : kFormats) {
+        if (extension == std::string(".") + format.extension) return &format;
+    }
+    return nullptr;
+}
+
+// Codec, pixel format and options for pictures of one kind.
+struct Encoding {
+    const AVCodec* codec = nullptr;
+    AVPixelFormat pixelFormat = AV_PIX_FMT_NONE;
+    std::vector<std::pair<std::string, std::string>> options;
+};
+
+Encoding ChooseH264(int width, int height) {
+    // Halved chroma needs even sizes.
+    const bool even = width % 2 == 0 && height % 2 == 0;
+    return {avcodec_find_encoder_by_name("libx264"),
+            even ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_YUV444P,
+            {{"crf", "16"}, {"preset", "medium"}}};
+}
+
+Encoding ChooseProRes(bool alpha, int width) {
+    const AVCodec* codec = avcodec_find_encoder_by_name("prores_ks");
+    if (alpha) return {codec, AV_PIX_FMT_YUVA444P10, {{"profile", "4"}, {"alpha_bits", "16"}}};
+    // The encoder loses the last chroma column of an odd width, and what stands beside it.
+    if (width % 2 != 0) return {codec, AV_PIX_FMT_YUV444P10, {{"profile", "4"}}};
+    return {codec, AV_PIX_FMT_YUV422P10, {{"profile", "3"}}};
+}
+
+Encoding ChooseFfv1(bool alpha, bool deep) {
+    const AVPixelFormat byteFormat = alpha ? AV_PIX_FMT_BGRA : AV_PIX_FMT_BGR0;
+    const AVPixelFormat wordFormat = alpha ? AV_PIX_FMT_GBRAP16 : AV_PIX_FMT_GBRP16;
+    return {avcodec_find_encoder(AV_CODEC_ID_FFV1),
+            deep ? wordFormat : byteFormat,
+            {{"level", "3"}, {"slices", "4"}, {"slicecrc", "1"}, {"g", "1"}}};
+}
+
+Encoding ChooseEncoding(const MovieFormat& format, const Picture& picture, bool alpha) {
+    const std::string extension = format.extension;
+    if (extension == "mkv") return ChooseFfv1(alpha, picture.pixelType != ZPPixUChar);
+    Encoding encoding;
+    if (extension == "mov") encoding = ChooseProRes(alpha, picture.width);
+    return encoding.codec != nullptr ? encoding : ChooseH264(picture.width, picture.height);
+}
+
+class MovieWriter : public ClipWriter {
+  public:
+    MovieWriter(const std::string& fileName, const MovieFormat& movieFormat,
+                const OutputSettings& outputSettings)
+        : name(fileName),
+          format(movieFormat),
+          settings(outputSettings),
+          file(fileName, outputSettings.overwrite) {}
+    void Write(std::int64_t frame, const Picture& picture) override;
+    void Finish() override;
+
+  private:
+    [[noreturn]] void Throw(int error) const;
+    void Check(int result) const {
+        if (result < 0) Throw(result);
+    }
+    void Start(const Picture& picture);
+    void OpenCodec(const Picture& picture, const Encoding& encoding);
+    void OpenFile();
+    void MakeVideoFrame(const Picture& picture, const Encoding& encoding);
+    void Encode(const AVFrame* picture);
+
+    // Closes the file before it goes, or is given its name.
+    struct CloseOutput {
+        void operator()(AVFormatContext* output) const {
+            avio_closep(&output->pb);
+            avformat_free_context(output);
+        }
+    };
+
+    std::string name;
+    const MovieFormat& format;
+    OutputSettings settings;
+    SafeFile file;
+    std::unique_ptr<AVFormatContext, CloseOutput> output;
+    AvCodec codec;
+    AvFrame video;
+    AvPacket packet;
+    AVStream* stream = nullptr;
+    PixelConverter converter;
+    std::int64_t written = 0;
+    std::int64_t current = 0;  // the frame in hand, for messages
+};
+
+void MovieWriter::Throw(int error) const {
+    const std::string named = name + ", frame " + std::to_string(current);
+    if (AVUNERROR(error) > 0 && AVUNERROR(error) < 256) throw WriteFailure(named, AVUNERROR(error));
+    throw MediaError(MediaError::Kind::kFailure, named + ": cannot be written: " + AvText(error));
+}
+
+void MovieWriter::OpenCodec(const Picture& picture, const Encoding& encoding) {
+    codec.reset(avcodec_alloc_context3(encoding.codec));
+    if (!codec) throw std::bad_alloc();
+    const ClipInfo& source = settings.source;
+    const bool hasRate = source.rate.numerator > 0;
+    const AVRational rate{hasRate ? static_cast<int>(source.rate.numerator) : 24,
+                          hasRate ? static_cast<int>(source.rate.denominator) : 1};
+    const bool rgb = (av_pix_fmt_desc_get(encoding.pixelFormat)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
+    codec->width = picture.width;
+    codec->height = picture.height;
+    codec->pix_fmt = encoding.pixelFormat;
+    codec->framerate = rate;
+    codec->time_base = av_inv_q(rate);
+    codec->sample_aspect_ratio = {static_cast<int>(source.pixelAspect.numerator),
+                                  static_cast<int>(source.pixelAspect.denominator)};
+    codec->colorspace = rgb ? AVCOL_SPC_RGB : AVCOL_SPC_BT709;
+    codec->color_range = rgb ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    const bool known = source.primaries != AVCOL_PRI_UNSPECIFIED;
+    codec->color_primaries =
+        known || rgb ? static_cast<AVColorPrimaries>(source.primaries) : AVCOL_PRI_BT709;
+    codec->color_trc = known || rgb ? static_cast<AVColorTransferCharacteristic>(source.transfer)
+                                    : AVCOL_TRC_BT709;
+    if (!rgb) codec->chroma_sample_location = AVCHROMA_LOC_LEFT;
+    codec->thread_count = 0;
+    if (output->oformat->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+
+    AVDictionary* options = nullptr;
+    for (const auto& [key, value] : encoding.options) {
+        av_dict_set(&options, key.c_str(), value.c_str(), 0);
+    }
+    const int result = avcodec_open2(codec.get(), encoding.codec, &options);
+    av_dict_free(&options);
+    Check(result);
+}
+
+void MovieWriter::MakeVideoFrame(const Picture& picture, const Encoding& encoding) {
+    video = MakeFrame();
+    video->width = picture.width;
+    video->height = picture.height;
+    video->format = encoding.pixelFormat;
+    video->colorspace = codec->colorspace;
+    video->color_range = codec->color_range;
+    video->color_primaries = codec->color_primaries;
+    video->color_trc = codec->color_trc;
+    video->chroma_location = codec->chroma_sample_location;
+    video->sample_aspect_ratio = codec->sample_aspect_ratio;
+    Check(av_frame_get_buffer(video.get(), 0));
+}
+
+void MovieWriter::OpenFile() {
+    stream = avformat_new_stream(output.get(), nullptr);
+    if (stream == nullptr) throw std::bad_alloc();
+    stream->time_base = codec->time_base;
+    stream->avg_frame_rate = stream->r_frame_rate = codec->framerate;
+    stream->sample_aspect_ratio = codec->sample_aspect_ratio;
+    Check(avcodec_parameters_from_context(stream->codecpar, codec.get()));
+    Check(avio_open(&output->pb, output->url, AVIO_FLAG_WRITE));
+    AVDictionary* options = nullptr;
+    // The head first, so that players and this program can begin before the end has come.
+    if (std::string(format.muxer) != "matroska") av_dict_set(&options, "movflags", "+faststart", 0);
+    const int result = avformat_write_header(output.get(), &options);
+    av_dict_free(&options);
+    Check(result);
+}
+
+void MovieWriter::Start(const Picture& picture) {
+    SilenceLibraries();
+    const bool alpha = settings.source.channels % 2 == 0;
+    const Encoding encoding = ChooseEncoding(format, picture, alpha);
+    if (encoding.codec == nullptr) {
+        throw MediaError(MediaError::Kind::kFailure,
+                         name + ": no encoder for this format is installed; write mkv instead");
+    }
+    AVFormatContext* made = nullptr;
+    Check(avformat_alloc_output_context2(&made, nullptr, format.muxer,
+                                         ("file:" + file.TemporaryName()).c_str()));
+    output.reset(made);
+    // Without dates and random numbers: equal runs give equal files.
+    output->flags |= AVFMT_FLAG_BITEXACT;
+    OpenCodec(picture, encoding);
+    OpenFile();
+    MakeVideoFrame(picture, encoding);
+    packet = MakePacket();
+}
+
+void MovieWriter::Encode(const AVFrame* picture) {
+    Check(avcodec_send_frame(codec.get(), picture));
+    while (true) {
+        const int result = avcodec_receive_packet(codec.get(), packet.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
+        Check(result);
+        // Else the last frame has no length and the movie's rate comes out too high.
+        if (packet->duration == 0) packet->duration = 1;
+        av_packet_rescale_ts(packet.get(), codec->time_base, stream->time_base);
+        packet->stream_index = stream->index;
+        Check(av_interleaved_write_frame(output.get(), packet.get()));
+        Check(output->pb->error);
+    }
+}
+
+void MovieWriter::Write(std::int64_t frame, const Picture& picture) {
+    current = frame;
+    if (!output) Start(picture);
+    if (picture.width != codec->width || picture.height != codec->height) {
+        throw MediaError(MediaError::Kind::kFailure,
+                         name + ", frame " + std::to_string(frame) +
+                             ": differs in size from the first; a movie needs one size");
+    }
+    Check(av_frame_make_writable(video.get()));
+    converter.ToFrame(picture, *video);
+    video->pts = written++;
+    Encode(video.get());
+}
+
+void MovieWriter::Finish() {
+    if (!output) return;
+    Encode(nullptr);
+    Check(av_write_trailer(output.get()));
+    avio_flush(output->pb);
+    Check(output->pb->error);
+    Check(avio_closep(&output->pb));
+    file.Commit();
+}
+
+}  // namespace
+
+bool IsMovieName(const std::string& name) {
+    return FindFormat(name) != nullptr;
+}
+
+std::string MovieExtensions() {
+    std::string text;
+    for (const MovieFormat& format : kFormats) {
+        text += (text.empty() ? "" : ", ") + std::string(format.text);
+    }
+    return text;
+}
+
+SampleDepth MovieDepth(const std::string& name, SampleDepth wanted) {
+    const MovieFormat* format = FindFormat(name);
+    const bool byteOnly = format != nullptr && std::string(format->extension) == "mp4";
+    return byteOnly || wanted == SampleDepth::kByte ? SampleDepth::kByte : SampleDepth::kWord;
+}
+
+std::unique_ptr<ClipWriter> CreateMovie(const std::string& name, const OutputSettings& settings) {
+    std::error_code ignored;
+    if (settings.overwrite && settings.source.isMovie &&
+        std::filesystem::equivalent(name, settings.source.name, ignored)) {
+        throw MediaError(MediaError::Kind::kFailure,
+                         name + ": is the input itself; choose another output name");
+    }
+    return std::make_unique<MovieWriter>(name, *FindFormat(name), settings);
+}
+
+}  // namespace velorin

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "media/clip.h"
+
+namespace velorin {
+
+// Whether the name's extension is that of a movie that can be written.
+bool IsMovieName(const std::string& name);
+
+// "mp4 (H.264), ..." for messages.
+std::string MovieExtensions();
+
+// The depth in which that movie holds samples of `wanted`: see DepthForOutput.
+SampleDepth MovieDepth(const std::string& name, SampleDepth wanted);
+
+// Writes a movie: mp4 with H.264, mov with ProRes, mkv with FFV1, which loses nothing. The rate is
+// the source's, or 24 frames a second where it has none. Throws MediaError.
+std::unique_ptr<ClipWriter> CreateMovie(const std::string& name, const OutputSettings& settings);
+
+}  // namespace velorin
