@@ -98,7 +98,7 @@ void KQImage::RefreshMirrors(int newRowDirection, int newPixelType) {
 }
 
 int KQImage::WrapInternal(KQImageInternal& image) {
-    DropInternal();
+    if (&image != internal) DropInternal();
     internal = &image;
     ownsInternal = 0;
     const int direction = image.bottomUp ? 0 : 1;
