@@ -30,6 +30,13 @@ RowSelection SelectRows(int rowMode) {
     return {rowMode == 3 ? 1 : 0, 2};
 }
 
+template <typename Work>
+void ForEachSelectedRow(const RowSelection& rows, int height, const Work& work) {
+    ParallelRows(rows.Count(height), [&](int firstRow, int lastRow) {
+        for (int i = firstRow; i <= lastRow; ++i) work(rows.first + i * rows.step);
+    });
+}
+
 // Weighs by alpha; `white` is the type's.
 template <typename Value>
 void BlendPremultiplied(Value* target, const Value* other, float share) {
@@ -52,8 +59,7 @@ void BlendPremultiplied(Value* target, const Value* other, float share) {
         for (int c = 0; c < 4; ++c) target[c] = mixed[c];
     } else {
         for (int c = 0; c < 4; ++c) {
-            const float clamped = std::clamp(mixed[c], 0.0f, kWhite);
-            target[c] = RoundInside<Value>(static_cast<double>(clamped));
+            target[c] = RoundClamped<Value>(static_cast<double>(mixed[c]));
         }
         for (int c = 0; c < 3; ++c) target[c] = std::min(target[c], target[3]);
     }
@@ -95,24 +101,23 @@ bool Within(float share, double of) {
 
 int ZPBlendRows(ZPImage& target, const ZPImage& other, int rowMode, float share) {
     if (!Compatible(target, other)) return 0;
+    if (share == 1.0f) return 1;
+    const RowSelection rows = SelectRows(rowMode);
+    if (share == 0.0f) {
+        ForEachSelectedRow(rows, target.height, [&](int y) {
+            std::memcpy(target.Row<char>(y), other.Row<char>(y), target.RowPixelBytes());
+        });
+        return 1;
+    }
     if (target.pixelType == ZPPixFloat && (target.whitePoint != 1.0f || other.whitePoint != 1.0f)) {
         std::fputs("ZPBlend: float image doesn't have 1.0 for white point\n", stderr);
         return 0;
     }
-    if (share == 1.0f) return 1;
-    const RowSelection rows = SelectRows(rowMode);
     WithPictureForm(target, [&](auto form) {
         using Form = decltype(form);
         using Value = typename Form::Value;
-        ParallelRows(rows.Count(target.height), [&](int firstRow, int lastRow) {
-            for (int i = firstRow; i <= lastRow; ++i) {
-                const int y = rows.first + i * rows.step;
-                if (share == 0.0f) {
-                    std::memcpy(target.Row<Value>(y), other.Row<Value>(y), target.RowPixelBytes());
-                } else {
-                    BlendRow<Form>(target.Row<Value>(y), other.Row<Value>(y), target.width, share);
-                }
-            }
+        ForEachSelectedRow(rows, target.height, [&](int y) {
+            BlendRow<Form>(target.Row<Value>(y), other.Row<Value>(y), target.width, share);
         });
     });
     return 1;

@@ -11,8 +11,9 @@ namespace velorin {
 // above white the colours are divided by the excess; integer colours are held below the alpha,
 // float ones are not. Three channels of bytes or floats are mixed plainly. Other forms do nothing.
 //
-// 1; 0 where size, channels, type or row order differ, or (with a line on standard error) a float
-// image's white point is not exactly 1.0. With share 1.0 nothing is done, with 0.0 rows are copied.
+// 1; 0 where size, channels, type or row order differ. With share 1.0 nothing is done, with 0.0
+// rows are copied; any other share is refused with 0, and a line on standard error, where a float
+// image's white point is not exactly 1.0.
 int ZPBlendRows(ZPImage& target, const ZPImage& other, int rowMode, float share);
 
 // dest = first + (second - first) * share, every channel alike, alpha too: the cross-dissolve.
