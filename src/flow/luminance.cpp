@@ -84,12 +84,13 @@ void ConvertRows(ZPImage& dest, const ZPImage& frame, bool lumaIsFirst, int firs
 
 }  // namespace
 
-void ConvertToLuminance(ZPImage& dest, const ZPImage& frame, bool lumaIsFirst) {
+bool ConvertToLuminance(ZPImage& dest, const ZPImage& frame, bool lumaIsFirst) {
     if (frame.pixelType == ZPPixFloat && frame.whitePoint != 1.0f) {
         std::fputs(" floating image input to ZPOpticalFlowUChar is not in correct range\n", stderr);
-        return;
+        return false;
     }
-    WithPictureForm(frame, [&](auto form) {
+    if (frame.channels == 2) return false;
+    return WithPictureForm(frame, [&](auto form) {
         using Form = decltype(form);
         if constexpr (Form::kChannels != 2) {
             ParallelRows(std::min(dest.height, frame.height), [&](int firstRow, int lastRow) {

@@ -12,7 +12,7 @@ namespace velorin {
 //                 channel with its video range expanded
 //
 // A float frame whose white point is not exactly 1.0 is refused with a line on standard error, and
-// `dest` keeps what it held.
-void ConvertToLuminance(ZPImage& dest, const ZPImage& frame, bool lumaIsFirst);
+// `dest` keeps what it held. Answers whether the frame was one that it knows.
+bool ConvertToLuminance(ZPImage& dest, const ZPImage& frame, bool lumaIsFirst);
 
 }  // namespace velorin

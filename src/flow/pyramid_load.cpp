@@ -30,11 +30,13 @@ void Harden(ZPImage& matte) {
     });
 }
 
-void ConvertTo(ZPImage& dest, const ZPImage& image, bool lumaIsFirst, bool isMatte) {
-    ConvertToLuminance(dest, image, lumaIsFirst);
-    if (!isMatte) return;
-    ScaleValues(dest, 0.003921569f);
-    Harden(dest);
+bool ConvertTo(ZPImage& dest, const ZPImage& image, bool lumaIsFirst, bool isMatte) {
+    const bool known = ConvertToLuminance(dest, image, lumaIsFirst);
+    if (isMatte) {
+        ScaleValues(dest, 0.003921569f);
+        Harden(dest);
+    }
+    return known;
 }
 
 void ReduceInto(ZPImage& dest, ZPImage& source, bool isMatte) {
@@ -102,10 +104,14 @@ void ZPOpticalFlowUChar::LoadLevelZero(ZPImage& level, const ZPImage& image, boo
     // A caller's error; the work goes on with the frame's own size.
     if (w != width || h != height) std::fputs("incorrect with and height\n", stderr);
     if (w < 1 || h < 1) throw ZPErrBadArgument;
-    if (reductionSteps == 0) return ConvertTo(level, image, lumaIsFirstChannel, isMatte);
+    if (reductionSteps == 0) {
+        ConvertTo(level, image, lumaIsFirstChannel, isMatte);
+        return;
+    }
 
     std::unique_ptr<ZPImage> larger = CreateChannel(image.width, image.height);
-    ConvertTo(*larger, image, lumaIsFirstChannel, isMatte);
+    // A frame that is refused counts as black: nobody's memory becomes a picture.
+    if (!ConvertTo(*larger, image, lumaIsFirstChannel, isMatte)) ClearImage(larger.get());
     for (int i = 1; i < reductionSteps; ++i) {
         std::unique_ptr<ZPImage> smaller = CreateChannel(larger->width / 2, larger->height / 2);
         ReduceInto(*smaller, *larger, isMatte);
