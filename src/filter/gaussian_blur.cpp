@@ -16,7 +16,6 @@ constexpr int kMaxTaps = 4096;
 // the whole kernel sums to 1. On purpose of base 2: the weight is 1/512 at the radius.
 int FillHalfKernel(float radius, std::array<float, kMaxTaps>& weights) {
     const int taps = TruncateInside(radius) + 1;
-    if (taps > kMaxTaps) throw ZPErrBadArgument;
     const float s = (radius / 3.0f) * (radius / 3.0f);
     float sum = 0.0f;
     for (int i = 0; i < taps; ++i) {

@@ -39,7 +39,7 @@ void BlurStage(ZPImage& image, bool isSum, int mode);
 
 // Carries a flow to the next finer level: samples it at x * (w - 1) / (W - 1) and stretches its
 // vectors by (W - 1) / (w - 1); so for y. Throws ZPErrBadArgument unless both are float images of
-// equal channel count.
+// two channels.
 void ResampleFlow(ZPImage& fine, const ZPImage& coarse);
 
 }  // namespace velorin

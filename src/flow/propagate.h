@@ -10,10 +10,11 @@ namespace velorin {
 // good vector along whole rows and columns. The outermost ring of pixels is neither changed nor
 // compared with.
 //
-//   imageA, imageB  one float channel each
 //   flow            two float channels, internal sign: content at (x, y) of A is at (x - u, y - v)
-//   of B matteA, matteB  validity mattes, float; both or neither (null) progress        is ticked
-//   after each sweep
+//                   of B
+//   imageA, imageB  one float channel each
+//   matteA, matteB  validity mattes, float; where one is null there are none
+//   progress        is ticked after each sweep
 void PropagateCandidates(ZPImage& flow, const ZPImage& imageA, const ZPImage& imageB,
                          const ZPImage* matteA, const ZPImage* matteB,
                          KQIdleAndProgressClass& progress);

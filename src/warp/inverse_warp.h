@@ -14,8 +14,7 @@ namespace velorin {
 //   extendEdges  1: a place off the image is pulled back along the motion line to the border
 //                0: pixels that read off the image fade out within one pixel around it
 //   coverageOut  null, or one channel of bytes, of the source's size: 255 where all of the pixel
-//   came
-//                from inside the image
+//                came from inside the image
 //   mipMode      1
 //   amount       fraction of the vector, of either sign; below 0.005 in size the source is copied
 //
