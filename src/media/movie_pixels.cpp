@@ -7,8 +7,9 @@
 
 extern "C" {
 #include <libavutil/bswap.h>
-#include <libavutil/display.h>
 }
+
+#include "media/video_matrix.h"
 
 namespace velorin {
 namespace {
@@ -30,30 +31,6 @@ bool IsPlainRgb(int format) {
         return c.depth >= 8 && c.depth <= 16 && c.depth == d.comp[0].depth &&
                c.shift + c.depth <= 16;
     });
-}
-
-// Where one channel's samples stand in a frame.
-struct Channel {
-    std::uint8_t* data;
-    std::ptrdiff_t rowBytes;
-    int step;
-    int shift;
-    int depth;
-    bool wide;  // two bytes a sample
-    bool swapped;
-};
-
-Channel ChannelOf(const AVFrame& frame, int index) {
-    const AVPixFmtDescriptor& d = Descriptor(frame.format);
-    const AVComponentDescriptor& c = d.comp[index];
-    const bool wide = c.shift + c.depth > 8;
-    return {frame.data[c.plane] + c.offset,
-            frame.linesize[c.plane],
-            c.step,
-            c.shift,
-            c.depth,
-            wide,
-            wide && ((d.flags & AV_PIX_FMT_FLAG_BE) != 0) == (AV_HAVE_BIGENDIAN == 0)};
 }
 
 template <typename Stored>
@@ -94,6 +71,18 @@ void UnpackRgb(const AVFrame& frame, Picture& picture) {
     if (channels > 3) return;
     const auto* end = out + static_cast<std::size_t>(frame.width) * frame.height * 4;
     for (; out != end; out += 4) out[3] = static_cast<Value>(PictureType<Value>::kWhite);
+}
+
+// Whether frames of that format are laid out as pictures are, but for gaps between the rows.
+bool IsLikePicture(int format) {
+    return format == AV_PIX_FMT_RGBA || format == AV_PIX_FMT_RGBA64;
+}
+
+void CopyRows(const std::uint8_t* from, std::ptrdiff_t fromBytes, std::uint8_t* to,
+              std::ptrdiff_t toBytes, int rows, std::size_t rowBytes) {
+    for (int y = 0; y < rows; ++y, from += fromBytes, to += toBytes) {
+        std::memcpy(to, from, rowBytes);
+    }
 }
 
 // The counterpart of UnpackRgb, for formats of as many bits as the picture.
@@ -145,35 +134,6 @@ void TurnPicture(const Turn& turn, Picture& picture) {
     picture = std::move(turned);
 }
 
-// The numbers are those of the scaling library as well.
-int MatrixOf(const AVFrame& frame) {
-    switch (frame.colorspace) {
-        case AVCOL_SPC_BT709:
-        case AVCOL_SPC_FCC:
-        case AVCOL_SPC_BT470BG:
-        case AVCOL_SPC_SMPTE170M:
-        case AVCOL_SPC_SMPTE240M:
-        case AVCOL_SPC_BT2020_NCL:
-        case AVCOL_SPC_BT2020_CL:
-            return frame.colorspace;
-        default:
-            return frame.height >= 720 ? SWS_CS_ITU709 : SWS_CS_ITU601;
-    }
-}
-
-bool HasFullRange(const AVFrame& frame) {
-    switch (frame.format) {
-        case AV_PIX_FMT_YUVJ420P:
-        case AV_PIX_FMT_YUVJ422P:
-        case AV_PIX_FMT_YUVJ444P:
-        case AV_PIX_FMT_YUVJ440P:
-        case AV_PIX_FMT_YUVJ411P:
-            return true;
-        default:
-            return frame.color_range == AVCOL_RANGE_JPEG;
-    }
-}
-
 // Where chroma samples stand, in 1/256 of a luma sample; to the left, as most codecs have it,
 // unless the frame says otherwise. -513 leaves an axis without subsampling alone.
 struct ChromaPlace {
@@ -198,8 +158,9 @@ ChromaPlace ChromaPlaceOf(const AVFrame& frame) {
     return place;
 }
 
-// A scaler between two frames of one size, with the matrix and range of the one that is Y'CbCr.
-AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video, bool toVideo) {
+// A scaler between two frames of one size, one of which is Y'CbCr: `video` says with which matrix,
+// range and places of chroma.
+AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video) {
     AvScaler scaler(sws_alloc_context());
     if (!scaler) throw std::bad_alloc();
     const auto set = [&](const char* option, int value) {
@@ -215,12 +176,15 @@ AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video
         SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT);
     av_opt_set(scaler.get(), "sws_dither", "none", 0);
     const ChromaPlace place = ChromaPlaceOf(video);
-    set(toVideo ? "dst_h_chr_pos" : "src_h_chr_pos", place.x);
-    set(toVideo ? "dst_v_chr_pos" : "src_v_chr_pos", place.y);
+    set(&to == &video ? "dst_h_chr_pos" : "src_h_chr_pos", place.x);
+    set(&to == &video ? "dst_v_chr_pos" : "src_v_chr_pos", place.y);
     const int* matrix = sws_getCoefficients(MatrixOf(video));
-    const int videoRange = HasFullRange(video) ? 1 : 0;
-    sws_setColorspaceDetails(scaler.get(), matrix, toVideo ? 1 : videoRange, matrix,
-                             toVideo ? videoRange : 1, 0, 1 << 16, 1 << 16);
+    const auto range = [&](const AVFrame& frame) {
+        const bool rgb = (Descriptor(frame.format).flags & AV_PIX_FMT_FLAG_RGB) != 0;
+        return rgb || HasFullRange(video) ? 1 : 0;
+    };
+    sws_setColorspaceDetails(scaler.get(), matrix, range(from), matrix, range(to), 0, 1 << 16,
+                             1 << 16);
     if (sws_init_context(scaler.get(), nullptr, nullptr) < 0) {
         throw std::runtime_error("its pixel format, " + std::string(Descriptor(from.format).name) +
                                  ", cannot be converted");
@@ -228,7 +192,7 @@ AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video
     return scaler;
 }
 
-AvFrame MakeRgbFrame(int width, int height, AVPixelFormat format) {
+AvFrame MakeBetween(int width, int height, AVPixelFormat format) {
     AvFrame frame = MakeFrame();
     frame->width = width;
     frame->height = height;
@@ -241,6 +205,41 @@ void Scale(SwsContext* scaler, const AVFrame& from, AVFrame& to) {
     const int rows =
         sws_scale(scaler, from.data, from.linesize, 0, from.height, to.data, to.linesize);
     if (rows < to.height) throw std::runtime_error("its pixels cannot be converted");
+}
+
+bool IsGray(int format) {
+    const AVPixFmtDescriptor& d = Descriptor(format);
+    return d.nb_components <= 2 && (d.flags & (AV_PIX_FMT_FLAG_PAL | AV_PIX_FMT_FLAG_BITSTREAM |
+                                               AV_PIX_FMT_FLAG_FLOAT)) == 0;
+}
+
+bool IsDeepVideo(int format) {
+    const AVPixFmtDescriptor& d = Descriptor(format);
+    return d.nb_components >= 3 && d.comp[0].depth > 8 && format != AV_PIX_FMT_XYZ12LE &&
+           format != AV_PIX_FMT_XYZ12BE &&
+           (d.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_FLOAT)) == 0;
+}
+
+// Planar, with as many chroma samples as luma ones and at least as deep as `format`.
+AVPixelFormat FullChroma(int format) {
+    const AVPixFmtDescriptor& d = Descriptor(format);
+    const bool alpha = d.nb_components == 4;
+    switch (d.comp[0].depth) {
+        case 9:
+            return alpha ? AV_PIX_FMT_YUVA444P9 : AV_PIX_FMT_YUV444P9;
+        case 10:
+            return alpha ? AV_PIX_FMT_YUVA444P10 : AV_PIX_FMT_YUV444P10;
+        case 12:
+            return alpha ? AV_PIX_FMT_YUVA444P12 : AV_PIX_FMT_YUV444P12;
+        default:
+            return alpha ? AV_PIX_FMT_YUVA444P16 : AV_PIX_FMT_YUV444P16;
+    }
+}
+
+// What the scaling library converts such frames to and from.
+AVPixelFormat FormatBetween(int format, bool deep) {
+    if (deep && IsDeepVideo(format)) return FullChroma(format);
+    return deep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA;
 }
 
 bool SameVideo(const AVFrame& a, const AVFrame& b) {
@@ -279,28 +278,39 @@ SampleDepth DepthOf(AVPixelFormat format) {
     return deep ? SampleDepth::kWord : SampleDepth::kByte;
 }
 
-void PixelConverter::ConvertToRgb(const AVFrame& frame) {
+const AVFrame& PixelConverter::Scaled(const AVFrame& frame) {
+    const bool deep = DepthOf(static_cast<AVPixelFormat>(frame.format)) == SampleDepth::kWord;
+    const AVPixelFormat format = FormatBetween(frame.format, deep);
+    if (format == frame.format) return frame;
     if (!scaler || !SameVideo(frame, made)) {
-        const bool deep = DepthOf(static_cast<AVPixelFormat>(frame.format)) == SampleDepth::kWord;
-        rgb = MakeRgbFrame(frame.width, frame.height, deep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA);
-        scaler = MakeScaler(frame, *rgb, frame, false);
+        between = MakeBetween(frame.width, frame.height, format);
+        scaler = MakeScaler(frame, *between, frame);
         made.width = frame.width;
         made.height = frame.height;
         made.format = frame.format;
         made.colorspace = frame.colorspace;
         made.color_range = frame.color_range;
         made.chroma_location = frame.chroma_location;
+        between->colorspace = frame.colorspace;
+        between->color_range = frame.color_range;
     }
-    Scale(scaler.get(), frame, *rgb);
+    Scale(scaler.get(), frame, *between);
+    return *between;
 }
 
 void PixelConverter::ToPicture(const AVFrame& frame, const Turn& turn, Picture& picture) {
-    const bool plain = IsPlainRgb(frame.format);
-    if (!plain) ConvertToRgb(frame);
-    const AVFrame& source = plain ? frame : *rgb;
+    const bool direct = IsPlainRgb(frame.format) || IsGray(frame.format);
+    const AVFrame& source = direct ? frame : Scaled(frame);
     const SampleDepth depth = DepthOf(static_cast<AVPixelFormat>(source.format));
     picture.SetShape(frame.width, frame.height, PixelTypeOf(depth));
-    if (depth == SampleDepth::kByte) {
+    if (IsLikePicture(source.format)) {
+        const int bytes = picture.RowBytes();
+        CopyRows(source.data[0], source.linesize[0],
+                 reinterpret_cast<std::uint8_t*>(picture.pixels.data()), bytes, picture.height,
+                 static_cast<std::size_t>(bytes));
+    } else if (!IsPlainRgb(source.format)) {
+        UnpackVideo(source, picture);
+    } else if (depth == SampleDepth::kByte) {
         UnpackRgb<std::uint8_t>(source, picture);
     } else {
         UnpackRgb<std::uint16_t>(source, picture);
@@ -310,18 +320,28 @@ void PixelConverter::ToPicture(const AVFrame& frame, const Turn& turn, Picture& 
 
 void PixelConverter::ToFrame(const Picture& picture, AVFrame& frame) {
     const bool deep = picture.pixelType != ZPPixUChar;
-    const bool plain = IsPlainRgb(frame.format);
-    if (!plain && !scaler) {
-        rgb = MakeRgbFrame(frame.width, frame.height, deep ? AV_PIX_FMT_RGBA64 : AV_PIX_FMT_RGBA);
-        scaler = MakeScaler(*rgb, frame, frame, true);
+    const AVPixelFormat format = FormatBetween(frame.format, deep);
+    const bool direct = IsPlainRgb(frame.format) || format == frame.format;
+    if (!direct && !scaler) {
+        between = MakeBetween(frame.width, frame.height, format);
+        between->colorspace = frame.colorspace;
+        between->color_range = frame.color_range;
+        scaler = MakeScaler(*between, frame, frame);
     }
-    AVFrame& packed = plain ? frame : *rgb;
-    if (deep) {
-        PackRgb<std::uint16_t>(picture, packed);
+    AVFrame& target = direct ? frame : *between;
+    if (IsLikePicture(target.format)) {
+        const int bytes = picture.RowBytes();
+        CopyRows(reinterpret_cast<const std::uint8_t*>(picture.pixels.data()), bytes,
+                 target.data[0], target.linesize[0], picture.height,
+                 static_cast<std::size_t>(bytes));
+    } else if (!IsPlainRgb(target.format)) {
+        PackVideo(picture, target);
+    } else if (deep) {
+        PackRgb<std::uint16_t>(picture, target);
     } else {
-        PackRgb<std::uint8_t>(picture, packed);
+        PackRgb<std::uint8_t>(picture, target);
     }
-    if (!plain) Scale(scaler.get(), *rgb, frame);
+    if (!direct) Scale(scaler.get(), *between, frame);
 }
 
 }  // namespace velorin

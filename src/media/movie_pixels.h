@@ -20,20 +20,21 @@ int ChannelsOf(AVPixelFormat format);
 SampleDepth DepthOf(AVPixelFormat format);
 
 // Converts between the libraries' frames and pictures. RGB of 8 and 16 bits comes and goes as it
-// is, RGB between is stretched to 16 bits, and Y'CbCr goes through the scaling library.
+// is, and RGB between is stretched to 16 bits.
 class PixelConverter {
   public:
     // Throws std::bad_alloc, or std::runtime_error for a format that cannot be converted.
     void ToPicture(const AVFrame& frame, const Turn& turn, Picture& picture);
-    // `frame` has its format, size, matrix and range set, and memory of its own.
+    // `frame` has its format, size, matrix and range set, and memory of its own. One converter is
+    // for frames of one kind, and pictures of one type.
     void ToFrame(const Picture& picture, AVFrame& frame);
 
   private:
-    void ConvertToRgb(const AVFrame& frame);
+    const AVFrame& Scaled(const AVFrame& frame);
 
     AvScaler scaler;
-    AVFrame made{};  // what the scaler was made for
-    AvFrame rgb;
+    AVFrame made{};   // what the scaler was made for
+    AvFrame between;  // RGB, or Y'CbCr with as many chroma samples as luma ones
 };
 
 }  // namespace velorin

@@ -98,9 +98,9 @@ class MovieWriter : public ClipWriter {
 
     // Closes the file before it goes, or is given its name.
     struct CloseOutput {
-        void operator()(AVFormatContext* output) const {
-            avio_closep(&output->pb);
-            avformat_free_context(output);
+        void operator()(AVFormatContext* context) const {
+            avio_closep(&context->pb);
+            avformat_free_context(context);
         }
     };
 

@@ -13,16 +13,22 @@
 namespace velorin {
 namespace {
 
-// The JPEG library fills what a cut file lacks with gray and says nothing: its end mark must be
-// there. Some cameras append data of their own after it.
-bool HasJpegEnd(const std::string& fileName) {
+// What stands at the end of a whole file: the JPEG library fills what a cut one lacks with gray and
+// says nothing, and the PNG library prints a line of its own. Null for a format that needs no look.
+const char* EndMark(const std::string& format) {
+    if (format == "jpeg") return "\xff\xd9";
+    return format == "png" ? "IEND" : nullptr;
+}
+
+// Whether the mark is there; some cameras append data of their own after it.
+bool HasEnd(const std::string& fileName, const char* mark) {
     constexpr std::streamoff kMostAppended = 65536;
     std::ifstream file(fileName, std::ios::binary | std::ios::ate);
     const std::streamoff size = file.tellg();
     std::string tail(static_cast<std::size_t>(std::min(size, kMostAppended)), '\0');
     file.seekg(size - static_cast<std::streamoff>(tail.size()));
     file.read(tail.data(), static_cast<std::streamsize>(tail.size()));
-    return tail.find("\xff\xd9") != std::string::npos;
+    return tail.find(mark) != std::string::npos;
 }
 
 class SequenceReader : public ClipReader {
@@ -36,6 +42,7 @@ class SequenceReader : public ClipReader {
         return sequence.name.FileName(sequence.first + frame);
     }
     [[noreturn]] void Throw(std::int64_t frame, const std::string& problem) const;
+    [[noreturn]] void ThrowUnreadable(std::int64_t frame, const std::string& reason) const;
     std::unique_ptr<OIIO::ImageInput> Open(std::int64_t frame, StillShape& shape) const;
     void CheckAlike(std::int64_t frame, const StillShape& shape) const;
     void ReadPixels(OIIO::ImageInput& input, const StillShape& shape, std::int64_t frame,
@@ -70,20 +77,26 @@ void SequenceReader::Throw(std::int64_t frame, const std::string& problem) const
                      FileOf(frame) + " (frame " + std::to_string(frame) + ") " + problem);
 }
 
+void SequenceReader::ThrowUnreadable(std::int64_t frame, const std::string& reason) const {
+    Throw(frame, "cannot be read (" + (reason.empty() ? "it is cut short or damaged" : reason) +
+                     "); render or copy it again");
+}
+
 std::unique_ptr<OIIO::ImageInput> SequenceReader::Open(std::int64_t frame,
                                                        StillShape& shape) const {
     OIIO::ImageSpec asStored;
     asStored.attribute("oiio:UnassociatedAlpha", 1);
     auto input = OIIO::ImageInput::open(FileOf(frame), &asStored);
     if (!input) {
-        Throw(frame, "cannot be read: " + OIIO::geterror() + "; render or copy it again");
+        ThrowUnreadable(frame, OIIO::geterror());
     }
-    if (input->format_name() == std::string("jpeg") && !HasJpegEnd(FileOf(frame))) {
+    const std::string format = input->format_name();
+    const char* mark = EndMark(format);
+    if (mark != nullptr && !HasEnd(FileOf(frame), mark)) {
         Throw(frame, "is cut short; render or copy it again");
     }
     std::string problem;
-    const bool placed = input->format_name() == std::string("openexr");
-    const auto described = DescribeStill(input->spec(), placed, problem);
+    const auto described = DescribeStill(input->spec(), format == "openexr", problem);
     if (!described) Throw(frame, problem);
     shape = *described;
     return input;
@@ -131,7 +144,7 @@ void SequenceReader::ReadPixels(OIIO::ImageInput& input, const StillShape& shape
     }
     if (!input.read_image(0, 0, begin, begin + channels, type,
                           direct ? picture.pixels.data() : stored.data())) {
-        Throw(frame, "cannot be read: " + input.geterror() + "; render or copy it again");
+        ThrowUnreadable(frame, input.geterror());
     }
     if (direct) return;
     if (!whole) ClearPicture(picture, shape.channels % 2 == 1);

@@ -246,6 +246,10 @@ TEST(Movie, OtherCodecsAndContainersAreExactToo) {
     };
     const std::map<std::string, std::string> openGroups{
         {"x264-params", "open-gop=1:keyint=12:min-keyint=12:bframes=3:scenecut=0"}};
+    for (const char* file : {"prores.mov", "ffv1.mkv"}) {
+        WriteClip(folder / file, MovieSettings(), NumberedPictures(kFrames));
+        ExpectExactFrames(folder / file, FromTo(0, kFrames - 1));
+    }
     check("open.mp4", "libx264", openGroups);
     check("open.mkv", "libx264", openGroups);
     check("open.ts", "libx264", openGroups);
