@@ -1,5 +1,6 @@
 #include <cmath>
 
+#include "engine/on_frame.h"
 #include "engine/render_pass.h"
 #include "image/rounding.h"
 
@@ -13,11 +14,6 @@ float SourceTime(KQVelorin4& host, float outputTime) {
     float time = 0.0f;
     host.GetKeyframedTime(&time, outputTime);
     return time;
-}
-
-bool LiesOnFrame(float sourceTime) {
-    const float d = sourceTime - std::floor(sourceTime);
-    return !(std::fabs(d) > 0.005f && std::fabs(d - 1.0f) > 0.005f);
 }
 
 }  // namespace
