@@ -1,0 +1,82 @@
+#include "cli/time_law.h"
+
+namespace velorin {
+
+namespace {
+
+constexpr std::int64_t kFramesOfBase = 4096;
+
+bool IsDigit(char letter) {
+    return letter >= '0' && letter <= '9';
+}
+
+std::int64_t DivideDown(std::int64_t a, std::int64_t b) {
+    return a / b - (a % b < 0 ? 1 : 0);
+}
+
+// On purpose not a running sum of the speed: each frame is placed by one multiplication.
+class ConstantSpeedLaw final : public TimeLaw {
+  public:
+    explicit ConstantSpeedLaw(Decimal newSpeed) : speed(newSpeed) {}
+
+    // Whole and fractional speed apart, so that no product leaves 64 bits.
+    SourceTime At(std::int64_t outputFrame, int halves) const override {
+        const std::int64_t steps = 2 * outputFrame + halves;
+        const std::int64_t denominator = 2 * speed.denominator;
+        const std::int64_t parts =
+            steps * (speed.numerator % speed.denominator) +
+            (steps % 2) * (speed.numerator / speed.denominator) * speed.denominator;
+        return {steps / 2 * (speed.numerator / speed.denominator) + parts / denominator,
+                parts % denominator, denominator};
+    }
+
+    std::optional<std::int64_t> Length(std::int64_t sourceFrames) const override {
+        if (speed.numerator == 0) return std::nullopt;
+        return (sourceFrames - 1) * speed.denominator / speed.numerator + 1;
+    }
+
+  private:
+    Decimal speed;
+};
+
+}  // namespace
+
+std::optional<Decimal> ParseDecimal(std::string_view text) {
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+')) text.remove_prefix(1);
+    Decimal value;
+    int digits = 0;
+    bool pastPoint = false;
+    for (const char letter : text) {
+        if (letter == '.' && !pastPoint) {
+            pastPoint = true;
+            continue;
+        }
+        if (!IsDigit(letter)) return std::nullopt;
+        ++digits;
+        const bool fits = pastPoint ? value.denominator < 1000000000 : value.numerator < 100000000;
+        if (!fits) return std::nullopt;
+        value.numerator = value.numerator * 10 + (letter - '0');
+        if (pastPoint) value.denominator *= 10;
+    }
+    if (digits == 0) return std::nullopt;
+    if (negative) value.numerator = -value.numerator;
+    return value;
+}
+
+std::int64_t SourceTime::Base() const {
+    return DivideDown(frame, kFramesOfBase) * kFramesOfBase;
+}
+
+float SourceTime::After(std::int64_t base) const {
+    const std::int64_t parts = (frame - base) * denominator + numerator;
+    // The quotient is rounded to a double on its way, and still the result is the nearest float: a
+    // quotient off the middle of two floats lies at least 2^-25 / 2^27 of its size off it.
+    return static_cast<float>(static_cast<double>(parts) / static_cast<double>(denominator));
+}
+
+std::unique_ptr<TimeLaw> ConstantSpeed(Decimal speed) {
+    return std::make_unique<ConstantSpeedLaw>(speed);
+}
+
+}  // namespace velorin
