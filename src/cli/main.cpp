@@ -1,0 +1,95 @@
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "cli/exit_codes.h"
+#include "cli/options.h"
+#include "cli/retime.h"
+#include "image/err.h"
+#include "media/clip.h"
+
+namespace velorin {
+
+namespace {
+
+constexpr char kHelp[] =
+    "Usage: velorin VERB ...\n"
+    "\n"
+    "Computes the frames of a shot at another speed, by its motion.\n"
+    "\n"
+    "Verbs:\n"
+    "  retime INPUT -o OUTPUT [options]   render a clip at another speed;\n"
+    "                                     velorin retime --help tells all options\n"
+    "\n"
+    "  -h, --help                         this text\n"
+    "  --version                          the version of the program\n";
+
+// On one line, whatever a library had to say.
+int Fail(int code, std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::fprintf(stderr, "velorin: %s\n", text.c_str());
+    return code;
+}
+
+int CodeOf(const MediaError& failure) {
+    switch (failure.kind) {
+        case MediaError::Kind::kInput:
+            return kExitInput;
+        case MediaError::Kind::kOutputExists:
+            return kExitOutputExists;
+        default:
+            return kExitFailure;
+    }
+}
+
+int RunRetime(int count, char** words) {
+    const std::optional<RetimeOptions> options = ParseRetime(count, words);
+    if (options) return Retime(*options);
+    std::fputs(RetimeHelp().c_str(), stdout);
+    return kExitDone;
+}
+
+int RunVerb(int count, char** words) {
+    const std::string_view verb = count > 1 ? words[1] : "";
+    if (verb == "retime") return RunRetime(count - 2, words + 2);
+    if (verb == "-h" || verb == "--help") {
+        std::fputs(kHelp, stdout);
+        return kExitDone;
+    }
+    if (verb == "--version") {
+        std::puts("velorin " VELORIN_VERSION);
+        return kExitDone;
+    }
+    if (verb.empty()) throw UsageError("a verb is missing, such as retime; see velorin --help");
+    throw UsageError(std::string(verb) + " is not a verb; see velorin --help");
+}
+
+// Every failure of the program becomes one line and a code here.
+int Main(int count, char** words) {
+    try {
+        return RunVerb(count, words);
+    } catch (const UsageError& failure) {
+        return Fail(kExitUsage, failure.what());
+    } catch (const MediaError& failure) {
+        const int code = CodeOf(failure);
+        const std::string advice = code == kExitOutputExists ? " with --overwrite" : "";
+        return Fail(code, failure.what() + advice);
+    } catch (const std::bad_alloc&) {
+        return Fail(kExitFailure, "out of memory; smaller frames or a coarser --quality need less");
+    } catch (const std::exception& failure) {
+        return Fail(kExitFailure, failure.what());
+    } catch (ZPErr failure) {
+        return Fail(kExitFailure, "the engine failed with code " + std::to_string(failure));
+    }
+}
+
+}  // namespace
+
+}  // namespace velorin
+
+int main(int count, char** words) {
+    return velorin::Main(count, words);
+}

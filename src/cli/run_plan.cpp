@@ -1,0 +1,182 @@
+#include "cli/run_plan.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <limits>
+#include <numeric>
+
+#include "cli/clip_host.h"
+#include "engine/on_frame.h"
+#include "image/rounding.h"
+#include "media/sequence_name.h"
+#include "media/still_format.h"
+
+namespace velorin {
+
+namespace {
+
+constexpr int kSmallestSide = 2;
+// The filters' lines hold 16384 samples, margins included.
+constexpr int kLargestSide = 16000;
+
+// Halvings of the frame before motion is estimated, by the engine's quality.
+int HalvingsOf(int quality) {
+    constexpr int kHalvings[] = {3, 3, 3, 2, 1, 0};
+    return kHalvings[quality];
+}
+
+int Halved(int side, int times) {
+    for (; times > 0; --times) side /= 2;
+    return side;
+}
+
+std::string SizeText(int width, int height) {
+    return std::to_string(width) + "x" + std::to_string(height);
+}
+
+[[noreturn]] void RefuseSize(const ClipInfo& source, const std::string& why) {
+    throw MediaError(
+        MediaError::Kind::kInput,
+        source.name + ": frames of " + SizeText(source.width, source.height) + " pixels " + why);
+}
+
+void CheckSize(const ClipInfo& source) {
+    const int smaller = std::min(source.width, source.height);
+    const int larger = std::max(source.width, source.height);
+    if (smaller < kSmallestSide) RefuseSize(source, "are too small; both sides must be 2 or more");
+    if (larger > kLargestSide) RefuseSize(source, "are too large; a side can have 16000 at most");
+}
+
+bool CanEstimate(const ClipInfo& source, int quality) {
+    return Halved(std::min(source.width, source.height), HalvingsOf(quality)) >= kSmallestSide;
+}
+
+// The coarsest quality that would do is named: it is the nearest to what was asked for.
+void CheckWorkingSize(const RunPlan& plan, int quality) {
+    if (plan.pairs == 0 || CanEstimate(plan.source, quality)) return;
+    int fitting = quality;
+    while (!CanEstimate(plan.source, fitting)) ++fitting;
+    RefuseSize(plan.source, "are too small to estimate motion with --quality " +
+                                std::string(ChoiceWord("--quality", quality)) + "; --quality " +
+                                std::string(ChoiceWord("--quality", fitting)) + " would do");
+}
+
+std::int64_t LengthOf(const RetimeOptions& options, const RunPlan& plan) {
+    if (options.length) return *options.length;
+    const std::optional<std::int64_t> length = plan.law->Length(plan.source.frames);
+    if (!length) throw UsageError("--speed 0 never leaves the clip; say how long with --length N");
+    if (*length > std::numeric_limits<std::int32_t>::max()) {
+        throw UsageError("--speed makes " + std::to_string(*length) +
+                         " frames of the clip; say how many are wanted with --length N");
+    }
+    return *length;
+}
+
+void ChooseFrames(const RetimeOptions& options, RunPlan& plan) {
+    if (options.frames.empty()) {
+        plan.frames.resize(static_cast<std::size_t>(plan.length));
+        std::iota(plan.frames.begin(), plan.frames.end(), std::int64_t{0});
+    } else {
+        plan.frames = ChosenFrames(options.frames, plan.length);
+        plan.framesLeftOut = ReachesPast(options.frames, plan.length);
+    }
+}
+
+void CountPairs(const RetimeOptions& options, RunPlan& plan) {
+    std::int64_t lastPair = -1;
+    for (const std::int64_t frame : plan.frames) {
+        const FramePlace place = PlaceOf(*plan.law, frame);
+        if (LiesOnFrame(place.time)) {
+            ++plan.onFrame;
+            continue;
+        }
+        const std::int64_t pair = place.base + Truncate(place.time);
+        if (pair != lastPair && options.quality != 0) ++plan.pairs;
+        lastPair = pair;
+    }
+}
+
+// A sequence needs a place for the number in its name.
+void CheckOutputName(const std::string& name) {
+    if (FindStillFormat(name) && !ParseSequenceName(name)) {
+        throw UsageError("-o " + name + ": is the name of one picture; write the sequence as " +
+                         SuggestedPattern(name));
+    }
+}
+
+SampleDepth HeldDepth(const std::string& output, SampleDepth wanted) {
+    try {
+        return DepthForOutput(output, wanted);
+    } catch (const MediaError& failure) {
+        throw UsageError(std::string("-o ") + failure.what());
+    }
+}
+
+SampleDepth DepthOf(const RetimeOptions& options, const ClipInfo& source) {
+    CheckOutputName(options.output);
+    const SampleDepth held = HeldDepth(options.output, options.depth.value_or(source.depth));
+    if (options.depth && held != *options.depth) {
+        throw UsageError(
+            "--depth " + std::string(ChoiceWord("--depth", static_cast<int>(*options.depth))) +
+            ": " + options.output + " cannot hold it; give --depth " +
+            std::string(ChoiceWord("--depth", static_cast<int>(held))) + " or another format");
+    }
+    return held;
+}
+
+std::string NumberText(double number) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.10g", number);
+    return text;
+}
+
+std::string DepthText(SampleDepth depth) {
+    return "depth " + std::string(ChoiceWord("--depth", static_cast<int>(depth)));
+}
+
+std::string MotionText(const RunPlan& plan, const RetimeOptions& options) {
+    const std::string onFrame = std::to_string(plan.onFrame) + " on a source frame";
+    if (plan.pairs == 0) return "none estimated; " + onFrame;
+    return "estimated at " + SizeText(plan.flowWidth, plan.flowHeight) + " between " +
+           std::to_string(plan.pairs) + (plan.pairs == 1 ? " pair" : " pairs") + " of frames; " +
+           onFrame + (options.keepFlows ? "" : "; not kept between frames");
+}
+
+}  // namespace
+
+RunPlan MakePlan(const RetimeOptions& options, const ClipInfo& source) {
+    RunPlan plan;
+    plan.source = source;
+    CheckSize(source);
+    plan.law = ConstantSpeed(options.speed);
+    plan.length = LengthOf(options, plan);
+    ChooseFrames(options, plan);
+    CountPairs(options, plan);
+    plan.flowWidth = Halved(source.width, HalvingsOf(options.quality));
+    plan.flowHeight = Halved(source.height, HalvingsOf(options.quality));
+    CheckWorkingSize(plan, options.quality);
+    plan.depth = DepthOf(options, source);
+    plan.firstNumber = options.startNumber.value_or(source.firstNumber);
+    return plan;
+}
+
+std::string Describe(const RunPlan& plan, const RetimeOptions& options, int threads) {
+    const ClipInfo& source = plan.source;
+    const double speed = static_cast<double>(options.speed.numerator) /
+                         static_cast<double>(options.speed.denominator);
+    std::string text = "input: " + source.name + ", " + std::to_string(source.frames) +
+                       " frames of " + SizeText(source.width, source.height) + ", " +
+                       std::to_string(source.channels) + " channels, " + DepthText(source.depth);
+    text += "\noutput: " + options.output + ", " + std::to_string(plan.frames.size()) + " of " +
+            std::to_string(plan.length) + " frames, " + DepthText(plan.depth) +
+            ", frame 0 has number " + std::to_string(plan.firstNumber);
+    text += "\nsettings: speed " + NumberText(speed) + ", interp " +
+            std::string(ChoiceWord("--interp", options.interp)) + ", quality " +
+            std::string(ChoiceWord("--quality", options.quality)) + ", warp " +
+            std::string(ChoiceWord("--warp", options.warp)) + ", prep " +
+            std::string(ChoiceWord("--prep", options.enhance)) + ", sensitivity " +
+            NumberText(options.sensitivity) + ", threads " + std::to_string(threads);
+    return text + "\nmotion: " + MotionText(plan, options);
+}
+
+}  // namespace velorin

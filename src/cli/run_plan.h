@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/options.h"
+#include "cli/time_law.h"
+#include "media/clip.h"
+
+namespace velorin {
+
+// What a run will do, worked out and checked before anything is written.
+struct RunPlan {
+    ClipInfo source;
+    std::unique_ptr<TimeLaw> law;
+    std::int64_t length = 0;           // output frames of the whole clip
+    std::vector<std::int64_t> frames;  // those to render, ascending
+    bool framesLeftOut = false;        // some were asked for that lie past the end
+    SampleDepth depth = SampleDepth::kByte;
+    int firstNumber = 0;
+    std::int64_t onFrame = 0;  // frames that are source frames as they stand
+    std::int64_t pairs = 0;    // pairs of source frames that motion is estimated between
+    int flowWidth = 0;         // size at which it is estimated
+    int flowHeight = 0;
+};
+
+// Throws UsageError for options that do not fit the clip, and MediaError of kind kInput for a clip
+// whose frames are too small or too large.
+RunPlan MakePlan(const RetimeOptions& options, const ClipInfo& source);
+
+// The plan in a few lines, for the user who wants to know.
+std::string Describe(const RunPlan& plan, const RetimeOptions& options, int threads);
+
+}  // namespace velorin

@@ -1,0 +1,92 @@
+#include "cli/run_plan.h"
+
+#include <gtest/gtest.h>
+
+namespace velorin {
+namespace {
+
+ClipInfo Clip(int width, int height, std::int64_t frames) {
+    ClipInfo info;
+    info.name = "shot.%04d.png";
+    info.width = width;
+    info.height = height;
+    info.channels = 3;
+    info.frames = frames;
+    info.firstNumber = 101;
+    return info;
+}
+
+RetimeOptions Slow(const char* speed) {
+    RetimeOptions options;
+    options.output = "out.%04d.png";
+    options.speed = ParseDecimal(speed).value();
+    return options;
+}
+
+// The text by which a clip of that size is refused; empty when it is taken.
+std::string Refusal(int width, int height, const char* speed, int quality) {
+    RetimeOptions options = Slow(speed);
+    options.quality = quality;
+    try {
+        MakePlan(options, Clip(width, height, 5));
+    } catch (const MediaError& failure) {
+        EXPECT_EQ(failure.kind, MediaError::Kind::kInput);
+        return failure.what();
+    }
+    return "";
+}
+
+TEST(RunPlan, CountsFramesAndPairs) {
+    const RunPlan plan = MakePlan(Slow("0.4"), Clip(96, 72, 4));
+    EXPECT_EQ(plan.length, 8);
+    EXPECT_EQ(plan.frames.size(), 8u);
+    EXPECT_EQ(plan.onFrame, 2);
+    EXPECT_EQ(plan.pairs, 3);
+    EXPECT_EQ(plan.flowWidth, 48);
+    EXPECT_EQ(plan.flowHeight, 36);
+    EXPECT_EQ(plan.firstNumber, 101);
+
+    RetimeOptions some = Slow("0.5");
+    some.frames = ParseFrames("15-30").value();
+    const RunPlan part = MakePlan(some, Clip(96, 72, 10));
+    EXPECT_EQ(part.frames, std::vector<std::int64_t>({15, 16, 17, 18}));
+    EXPECT_TRUE(part.framesLeftOut);
+
+    RetimeOptions still = Slow("0");
+    EXPECT_THROW(MakePlan(still, Clip(96, 72, 10)), UsageError);
+    still.length = 3;
+    EXPECT_EQ(MakePlan(still, Clip(96, 72, 10)).onFrame, 3);
+    EXPECT_THROW(MakePlan(Slow("0.000000001"), Clip(96, 72, 10)), UsageError);
+}
+
+TEST(RunPlan, RefusesSizesAndSaysWhichQualityWouldDo) {
+    EXPECT_EQ(Refusal(11, 7, "0.4", 4), "");
+    EXPECT_NE(Refusal(11, 7, "0.4", 3).find("--quality best would do"), std::string::npos);
+    EXPECT_NE(Refusal(3, 40, "0.4", 1).find("--quality full would do"), std::string::npos);
+    EXPECT_NE(Refusal(40, 15, "0.4", 1).find("--quality high would do"), std::string::npos);
+    EXPECT_EQ(Refusal(40, 16, "0.4", 1), "");
+    // Nothing is estimated.
+    EXPECT_EQ(Refusal(2, 2, "1", 4), "");
+    EXPECT_EQ(Refusal(2, 2, "0.4", 0), "");
+    EXPECT_NE(Refusal(1, 20, "1", 0).find("too small"), std::string::npos);
+    EXPECT_EQ(Refusal(16000, 2, "1", 0), "");
+    EXPECT_NE(Refusal(16001, 2, "1", 0).find("too large"), std::string::npos);
+}
+
+TEST(RunPlan, FollowsTheInputsDepthWhereTheFormatHoldsIt) {
+    ClipInfo info = Clip(96, 72, 4);
+    info.depth = SampleDepth::kHalf;
+    RetimeOptions options = Slow("0.4");
+    EXPECT_EQ(MakePlan(options, info).depth, SampleDepth::kWord);
+    options.depth = SampleDepth::kFloat;
+    EXPECT_THROW(MakePlan(options, info), UsageError);
+    options.output = "out.%04d.exr";
+    EXPECT_EQ(MakePlan(options, info).depth, SampleDepth::kFloat);
+    for (const char* name : {"out.png", "out.nosuch", "out"}) {
+        options.output = name;
+        EXPECT_THROW(MakePlan(options, info), UsageError) << name;
+    }
+}
+
+}  // namespace
+}  // namespace velorin
