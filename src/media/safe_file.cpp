@@ -26,10 +26,11 @@ MediaError ExistsAlready(const std::string& target) {
 
 std::string TemporaryNameFor(const std::string& target, int attempt) {
     const fs::path path(target);
-    return (path.parent_path() /
-            ("." + path.stem().string() + ".velorin-" + std::to_string(getpid()) + "-" +
-             std::to_string(attempt) + path.extension().string()))
-        .string();
+    std::string name = ".";
+    name += path.stem().string();
+    name += ".velorin-" + std::to_string(getpid()) + "-" + std::to_string(attempt);
+    name += path.extension().string();
+    return (path.parent_path() / name).string();
 }
 
 }  // namespace

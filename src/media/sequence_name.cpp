@@ -77,7 +77,7 @@ std::string MissingNumbers(const std::vector<int>& numbers) {
         }
         if (!text.empty()) text += ", ";
         text += std::to_string(first);
-        if (last > first) text += "-" + std::to_string(last);
+        if (last > first) text.append("-").append(std::to_string(last));
     }
     if (rest > 0) text += " and " + std::to_string(rest) + " more";
     return text;
