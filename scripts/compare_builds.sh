@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Renders small clips with two builds of the program and with 1, 2 and 8 threads, and fails unless
+# all frames are the same to the last byte: scripts/compare_builds.sh PROGRAM PROGRAM
+set -euo pipefail
+[ $# = 2 ] || { echo "usage: scripts/compare_builds.sh PROGRAM PROGRAM" >&2; exit 2; }
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# draw SUFFIX PIXEL_FORMAT: five frames that zoom, as bytes, 16 bits or floats.
+draw() {
+    mkdir "$work/$1"
+    ffmpeg -v error -f lavfi -i mandelbrot=size=322x182:rate=24 -frames:v 5 \
+        -vf "format=$2" "$work/$1/in.%04d.${1#*-}"
+}
+
+# render NAME PROGRAM THREADS CLIP OPTION...: prints a checksum of each frame.
+render() {
+    local result="$work/$1" program=$2 threads=$3 clip=$4
+    shift 4
+    mkdir "$result"
+    "$program" retime "$work/$clip/in.%04d.${clip#*-}" -o "$result/f.%04d.${clip#*-}" \
+        --speed 0.4 --threads "$threads" --progress none "$@"
+    (cd "$result" && sha256sum -- *)
+    rm -r "$result"
+}
+
+draw bytes-png rgb24
+draw shorts-png rgb48be
+draw floats-exr gbrpf32le
+failed=0
+for settings in "bytes-png --interp blend" "shorts-png --interp nearest" "floats-exr --interp blend"; do
+    read -ra words <<<"$settings"
+    expected=$(render once "$1" 1 "${words[@]}")
+    [ "$(wc -l <<<"$expected")" = 11 ] || { echo "compare_builds: 11 frames expected" >&2; exit 1; }
+    for threads in 1 2 8; do
+        for program in "$1" "$2"; do
+            if [ "$(render again "$program" "$threads" "${words[@]}")" != "$expected" ]; then
+                echo "compare_builds: $program, $threads threads, $settings: other pixels" >&2
+                failed=1
+            fi
+        done
+    done
+done
+[ "$failed" = 1 ] || echo "the same pixels in bytes, 16 bits and floats, with 1, 2 and 8 threads"
+exit "$failed"
