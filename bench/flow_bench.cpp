@@ -1,0 +1,126 @@
+#include "bench/timing.h"
+#include "flow/level_solver.h"
+#include "flow/luminance.h"
+#include "flow/optical_flow.h"
+#include "flow/propagate.h"
+#include "image/arithmetic.h"
+#include "image/copy.h"
+
+namespace velorin {
+namespace {
+
+std::shared_ptr<ZPOpticalFlowUChar> CreateEstimator() {
+    auto estimator = std::make_shared<ZPOpticalFlowUChar>(kFrameWidth, kFrameHeight, 1, 0, 0, 2);
+    estimator->SetSensitivity(0.7f);
+    return estimator;
+}
+
+void ComputeWhole(ZPOpticalFlowUChar& estimator) {
+    estimator.ComputeFlowFromImages(nullptr, &DrawnFrame(ZPPixUChar, 0), &DrawnFrame(ZPPixUChar, 1),
+                                    1, 1, 0, nullptr, false);
+}
+
+// The finest level after a whole computation, with the flow in its internal sign again.
+struct FinestLevel {
+    FinestLevel() {
+        ComputeWhole(*estimator);
+        ScaleValues(*estimator->Flow(), -1.0f);
+        flow = CreateCopy(*estimator->Flow());
+    }
+    Operation Reset(std::function<void()> run) {
+        return {CountPixels(*flow), std::move(run),
+                [this] { CopyExact(flow.get(), estimator->Flow()); }};
+    }
+
+    std::shared_ptr<ZPOpticalFlowUChar> estimator = CreateEstimator();
+    const ZPImage& imageA = *estimator->imagePyramidA[0];
+    const ZPImage& imageB = *estimator->imagePyramidB[0];
+    ZPImage& gradientX = *estimator->gradientXPyramid[0];
+    ZPImage& gradientY = *estimator->gradientYPyramid[0];
+    ZPImage& tensor = *estimator->tensorPyramid[0];
+    ZPImage& mismatch = *estimator->mismatchPyramid[0];
+    std::shared_ptr<ZPImage> flow;
+};
+
+FinestLevel& Level() {
+    static FinestLevel level;
+    return level;
+}
+
+Operation PrepareGradients() {
+    FinestLevel& level = Level();
+    return level.Reset([&level] {
+        ComputeGradients(level.gradientX, level.gradientY, level.imageA);
+        ComputeTensor(level.tensor, level.gradientX, level.gradientY);
+        BlurStage(level.tensor, true, 1);
+    });
+}
+
+Operation PrepareMismatch() {
+    FinestLevel& level = Level();
+    return level.Reset([&level] {
+        ComputeMismatch(level.mismatch, {level.imageA, level.imageB, level.gradientX,
+                                         level.gradientY, *level.flow, nullptr});
+        BlurStage(level.mismatch, true, 1);
+    });
+}
+
+Operation PrepareSolve() {
+    FinestLevel& level = Level();
+    return level.Reset([&level] {
+        SolveFlow(*level.flow, level.tensor, level.mismatch);
+        BlurStage(*level.flow, false, 1);
+    });
+}
+
+Operation PreparePropagation() {
+    FinestLevel& level = Level();
+    return level.Reset([&level] {
+        KQIdleAndProgressClass progress(nullptr);
+        PropagateCandidates(*level.flow, level.imageA, level.imageB, nullptr, nullptr, progress);
+    });
+}
+
+Operation PrepareLevelResample() {
+    FinestLevel& level = Level();
+    return level.Reset([&level] { ResampleFlow(*level.flow, *level.estimator->flowPyramid[1]); });
+}
+
+Operation PrepareLuminance() {
+    const ZPImage& frame = DrawnFrame(ZPPixUChar, 0);
+    const auto dest = std::make_shared<ZPImage>(kFrameWidth, kFrameHeight, 1, ZPPixFloat, 0);
+    return {CountPixels(frame), [dest, &frame] { ConvertToLuminance(*dest, frame, false); }, {}};
+}
+
+Operation PrepareLoad() {
+    const ZPImage& frame = DrawnFrame(ZPPixUChar, 0);
+    const auto estimator = CreateEstimator();
+    return {CountPixels(frame),
+            [estimator, &frame] { estimator->LoadImage(frame, nullptr, nullptr, false, false); },
+            {}};
+}
+
+Operation PrepareWhole() {
+    const auto estimator = CreateEstimator();
+    ComputeWhole(*estimator);  // so that the frames are drawn
+    return {static_cast<std::int64_t>(kFrameWidth) * kFrameHeight,
+            [estimator] { ComputeWhole(*estimator); },
+            {}};
+}
+
+bool Register() {
+    Time("flow: luminance of a full HD frame, 8-bit x 4", PrepareLuminance);
+    Time("flow: load of a full HD frame into a pyramid", PrepareLoad);
+    Time("flow: gradients and blurred tensor, 960 x 540", PrepareGradients);
+    Time("flow: blurred mismatch, 960 x 540", PrepareMismatch);
+    Time("flow: solve and blur, 960 x 540", PrepareSolve);
+    Time("flow: propagation, 960 x 540", PreparePropagation);
+    Time("flow: level resample to 960 x 540", PrepareLevelResample);
+    Time("flow: whole flow between full HD frames at half size", PrepareWhole);
+    return true;
+}
+
+const bool kRegistered = Register();
+
+}  // namespace
+}  // namespace velorin
