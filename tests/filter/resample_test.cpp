@@ -5,22 +5,13 @@
 #include "support/forms.h"
 #include "support/gap_image.h"
 #include "support/noise.h"
+#include "support/plain_bilinear.h"
 
 namespace velorin {
 namespace {
 
-struct Tap {
-    int index;
-    float weight;
-};
-
-Tap PlainTap(int at, int sourceSide, int destSide) {
-    const float scale = static_cast<float>(sourceSide - 1) / static_cast<float>(destSide - 1);
-    const float position = static_cast<float>(at) * scale;
-    Tap tap{static_cast<int>(position), 0.0f};
-    tap.weight = position - static_cast<float>(tap.index);
-    if (tap.index >= sourceSide - 1) tap = {sourceSide - 2, 1.0f};
-    return tap;
+float Scale(int sourceSide, int destSide) {
+    return static_cast<float>(sourceSide - 1) / static_cast<float>(destSide - 1);
 }
 
 // The low bits of a rounded value, as an integer pixel takes them.
@@ -32,16 +23,11 @@ float PlainUnclamped(int type, float value) {
 
 void PlainResample(ZPImage& dest, const ZPImage& source) {
     for (int y = 0; y < dest.height; ++y) {
-        const Tap row = PlainTap(y, source.height, dest.height);
+        const float sy = static_cast<float>(y) * Scale(source.height, dest.height);
         for (int x = 0; x < dest.width; ++x) {
-            const Tap column = PlainTap(x, source.width, dest.width);
+            const float sx = static_cast<float>(x) * Scale(source.width, dest.width);
             for (int c = 0; c < dest.channels; ++c) {
-                const auto at = [&](int i, int j) {
-                    return ValueAt(source, column.index + i, row.index + j, c);
-                };
-                const float top = at(0, 0) + column.weight * (at(1, 0) - at(0, 0));
-                const float bottom = at(0, 1) + column.weight * (at(1, 1) - at(0, 1));
-                float value = top + row.weight * (bottom - top);
+                float value = PlainBilinear(source, sx, sy, c);
                 if (dest.whitePoint != source.whitePoint) {
                     value *= dest.whitePoint / source.whitePoint;
                 }

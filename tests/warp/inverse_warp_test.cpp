@@ -2,33 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <string>
+#include <utility>
 
 #include "image/copy.h"
 #include "image/parallel.h"
 #include "support/forms.h"
 #include "support/gap_image.h"
 #include "support/noise.h"
+#include "support/plain_bilinear.h"
 
 namespace velorin {
 namespace {
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-
-float PlainBilinear(const ZPImage& image, float sx, float sy, int c) {
-    int ix = static_cast<int>(sx), iy = static_cast<int>(sy);
-    float ax = sx - static_cast<float>(ix), ay = sy - static_cast<float>(iy);
-    if (ix >= image.width - 1) ix = image.width - 2, ax = 1.0f;
-    if (iy >= image.height - 1) iy = image.height - 2, ay = 1.0f;
-    const float a = ValueAt(image, ix, iy, c), b = ValueAt(image, ix + 1, iy, c);
-    const float d = ValueAt(image, ix, iy + 1, c), e = ValueAt(image, ix + 1, iy + 1, c);
-    const float top = a + (b - a) * ax;
-    const float bottom = d + (e - d) * ax;
-    return top + (bottom - top) * ay;
-}
 
 float PlainStored(int type, float value) {
     if (type == ZPPixFloat) return value;

@@ -1,0 +1,191 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "flow/level_solver.h"
+#include "flow/optical_flow.h"
+#include "flow/propagate.h"
+#include "image/arithmetic.h"
+#include "image/copy.h"
+#include "support/forms.h"
+#include "support/gap_image.h"
+#include "support/noise.h"
+
+namespace velorin {
+namespace {
+
+constexpr int kWidth = 48;
+constexpr int kHeight = 38;
+
+void FillFrame(ZPImage& frame, double shiftX, double shiftY) {
+    for (int y = 0; y < frame.height; ++y) {
+        for (int x = 0; x < frame.width; ++x) {
+            const double px = x - shiftX, py = y - shiftY;
+            const double waves = std::sin(0.4 * px + 0.2 * py) + std::sin(0.15 * px - 0.5 * py);
+            PutValue(frame, x, y, 0, static_cast<float>(std::floor(128 + 50 * waves)));
+        }
+    }
+}
+
+// Hints as the reduction leaves them: sums and weights between 0 and 1 on coarser levels.
+void FillHints(ZPOpticalFlowUChar& flow) {
+    Noise noise(71);
+    for (int n = 0; n < flow.levelCount; ++n) {
+        ZPImage& weights = *flow.hintWeightPyramid[n];
+        for (int y = 0; y < weights.height; ++y) {
+            for (int x = 0; x < weights.width; ++x) {
+                const float weight = noise.Int(0, 19) > 0 ? 0.0f : n == 0 ? 1.0f : 0.25f;
+                PutValue(weights, x, y, 0, weight);
+                PutValue(*flow.hintFlowPyramid[n], x, y, 0, weight * noise.Float(-3.0f, 3.0f));
+                PutValue(*flow.hintFlowPyramid[n], x, y, 1, weight * noise.Float(-3.0f, 3.0f));
+            }
+        }
+    }
+}
+
+// The level loop as it is told, on the pyramids that `in` loaded, with the whole pyramid in use.
+struct PlainLoop {
+    ZPOpticalFlowUChar& in;
+    bool skipPropagation;
+    KQIdleAndProgressClass progress{nullptr};
+
+    void Hints(int n) {
+        if (in.guided) in.ImposeHints(n);
+    }
+    void Propagate(int n) {
+        if (skipPropagation) return;
+        PropagateCandidates(*in.flowPyramid[n], *in.imagePyramidA[n], *in.imagePyramidB[n],
+                            in.mattePyramidA[n].get(), in.mattePyramidB[n].get(), progress);
+    }
+    void Level(int n) {
+        ZPImage& flow = *in.flowPyramid[n];
+        ZPImage gx(flow.width, flow.height, 1, ZPPixFloat, 0);
+        ZPImage gy(flow.width, flow.height, 1, ZPPixFloat, 0);
+        ZPImage tensor(flow.width, flow.height, 3, ZPPixFloat, 0);
+        ZPImage mismatch(flow.width, flow.height, 2, ZPPixFloat, 0);
+        Hints(n);
+        ComputeGradients(gx, gy, *in.imagePyramidA[n]);
+        if (in.masked) ClearGradientsAtMatte(gx, gy, *in.mattePyramidA[n]);
+        ComputeTensor(tensor, gx, gy);
+        BlurStage(tensor, true, 1);
+        for (int i = 0; i < 3; ++i) {
+            ComputeMismatch(mismatch, {*in.imagePyramidA[n], *in.imagePyramidB[n], gx, gy, flow,
+                                       in.mattePyramidB[n].get()});
+            BlurStage(mismatch, true, 1);
+            SolveFlow(flow, tensor, mismatch);
+            BlurStage(flow, false, 1);
+            if (n == 0 && i == 1) {
+                Propagate(n);
+                Hints(n);
+            }
+        }
+        if (n != 0) Propagate(n);
+        Hints(n);
+    }
+    void Run() {
+        in.HighPass();
+        ClearImage(in.flowPyramid[in.levelCount - 1].get());
+        for (int n = in.levelCount - 1; n >= 0; --n) {
+            Level(n);
+            if (n > 0) ResampleFlow(*in.flowPyramid[n - 1], *in.flowPyramid[n]);
+        }
+        ScaleValues(*in.Flow(), -1.0f);
+    }
+};
+
+TEST(Guided, TheWholeLoopHonoursHintsAndMattes) {
+    ZPImage a(kWidth, kHeight, 1, ZPPixUChar, 0), b(kWidth, kHeight, 1, ZPPixUChar, 0);
+    ZPImage matte(kWidth, kHeight, 1, ZPPixUChar, 0);
+    FillFrame(a, 0, 0);
+    FillFrame(b, 1.5, -1.0);
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) PutValue(matte, x, y, 0, x > 30 && y < 9 ? 0 : 255.0f);
+    }
+    for (int variant = 0; variant < 8; ++variant) {
+        const bool guided = variant & 1, masked = variant & 2, skip = variant & 4;
+        SCOPED_TRACE("variant " + std::to_string(variant));
+        ZPOpticalFlowUChar flow(kWidth, kHeight, 0, guided, masked, 2);
+        ZPOpticalFlowUChar plain(kWidth, kHeight, 0, guided, masked, 2);
+        for (ZPOpticalFlowUChar* each : {&flow, &plain}) {
+            for (bool toB : {false, true}) each->LoadMatte(matte, toB);
+            each->LoadImage(b, nullptr, nullptr, true, false);
+            each->LoadImage(a, nullptr, nullptr, false, false);
+            if (guided) FillHints(*each);
+        }
+        ForEachThreadCount([&] {
+            flow.LoadImage(b, nullptr, nullptr, true, false);
+            flow.LoadImage(a, nullptr, nullptr, false, false);
+            flow.ComputeFlow(nullptr, 1, 1, skip, nullptr);
+            if (GetThreadCount() == 1) PlainLoop{plain, skip}.Run();
+            EXPECT_SAME_IMAGE(*flow.Flow(), *plain.Flow());
+        });
+        if (!guided) continue;
+        // The last word on level 0: the hint, with the sign turned.
+        const ZPImage& weights = *flow.hintWeightPyramid[0];
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                if (ValueAt(weights, x, y, 0) == 0.0f) continue;
+                EXPECT_SAME_BITS(ValueAt(*flow.Flow(), x, y, 1),
+                                 -ValueAt(*flow.hintFlowPyramid[0], x, y, 1));
+            }
+        }
+    }
+}
+
+TEST(Guided, HintsReplaceTheFlowWhereTheyHaveWeight) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    ZPOpticalFlowUChar flow(20, 20, 0, 1, 0, 2), plain(20, 20, 0, 0, 0, 2);
+    EXPECT_FALSE(plain.HasHints(0));
+    EXPECT_FALSE(flow.HasHints(0));
+    EXPECT_FALSE(flow.HasHints(1));
+    PutValue(*flow.hintWeightPyramid[1], 3, 9, 0, nan);
+    EXPECT_TRUE(flow.HasHints(1));
+    for (int x = 0; x < 20; ++x) PutValue(*flow.Flow(), x, 0, 0, 9.0f);
+    PutValue(*flow.hintFlowPyramid[0], 5, 0, 0, 0.75f);
+    PutValue(*flow.hintWeightPyramid[0], 5, 0, 0, 0.5f);
+    PutValue(*flow.hintFlowPyramid[0], 6, 0, 0, 0.75f);  // no weight: not a hint
+    PutValue(*flow.hintWeightPyramid[0], 7, 0, 0, nan);
+    flow.ImposeHints(0);
+    EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 5, 0, 0), 1.5f);
+    EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 6, 0, 0), 9.0f);
+    EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 7, 0, 0), nan);
+    EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 8, 0, 0), 9.0f);
+}
+
+// On black frames nothing is solved: level 0 inherits the hints of level 1, +-3.5 at its middle,
+// and has none itself, so that the test of sanity runs there.
+float MiddleAfterSanityTest(float left, float right) {
+    ZPOpticalFlowUChar flow(8, 8, 0, 1, 0, 2);
+    for (int y = 0; y < 4; ++y) {
+        for (int x = 0; x < 4; ++x) {
+            PutValue(*flow.hintFlowPyramid[1], x, y, 0, x < 2 ? left : right);
+            PutValue(*flow.hintWeightPyramid[1], x, y, 0, 1.0f);
+        }
+    }
+    flow.ComputeFlow(nullptr, 0, -1, 1, nullptr);
+    EXPECT_EQ(flow.levelCount, 2);
+    return ValueAt(*flow.Flow(), 3, 4, 0);
+}
+
+TEST(Guided, SanityTestLooksAlongTheInternalVector) {
+    // From (3, y) along -3.5 lies outside and against it inside: on purpose the former decides.
+    EXPECT_SAME_BITS(MiddleAfterSanityTest(-3.5f, 3.5f), -0.0f);
+    EXPECT_NEAR(MiddleAfterSanityTest(3.5f, -3.5f), -3.5f, 1e-5);
+}
+
+TEST(Guided, ANarrowLevelWithoutHintsIsCleared) {
+    ZPImage a(2, 40, 1, ZPPixUChar, 0), b(2, 40, 1, ZPPixUChar, 0);
+    FillFrame(a, 0, 0);
+    FillFrame(b, 0, 1.0);
+    for (int guided : {0, 1, 2}) {
+        ZPOpticalFlowUChar flow(2, 40, 0, guided > 0, 0, 2);
+        if (guided == 2) PutValue(*flow.hintWeightPyramid[0], 0, 0, 0, 1.0f);
+        flow.ComputeFlowFromImages(nullptr, &a, &b, 1, 1, 0, nullptr, false);
+        EXPECT_EQ(SameBits(ValueAt(*flow.Flow(), 1, 20, 1), -0.0f), guided == 1);
+    }
+}
+
+}  // namespace
+}  // namespace velorin
