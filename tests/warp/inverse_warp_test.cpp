@@ -214,10 +214,11 @@ TEST(InverseWarp, EdgeWeightRunsOnWithinAStrip) {
     }
     PutValue(above.flow, 0, 15, 0, -0.25f);
     PutValue(above.flow, 0, 15, 1, 0.0f);
+    PutValue(above.flow, 2, 15, 0, -3.0f);  // exactly -1.0 is off the image: sets nothing
     PutValue(above.flow, 3, 15, 1, 0.5f);
     above.Run(false);
     EXPECT_EQ(above.Covered(0, 15), 191);
-    EXPECT_EQ(above.Covered(2, 15), 255);
+    EXPECT_EQ(above.Covered(2, 15), 0);
     EXPECT_EQ(above.Covered(3, 15), static_cast<int>(0.375f * 255.0f + 0.5f));
 }
 
