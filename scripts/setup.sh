@@ -52,3 +52,14 @@ run_tests() {
     shift
     ctest --test-dir "$build/$preset" --output-on-failure -j "$(nproc)" "$@"
 }
+
+# print_section NAME COMMAND [--write]: prints what the command prints; with --write also puts it
+# between the marks NAME and /NAME of docs/performance.md.
+print_section() {
+    local table page="$root/docs/performance.md"
+    table=$("$2")
+    printf '%s\n' "$table"
+    [ "${3:-}" = --write ] || return 0
+    sed -i -e "/^<!-- $1 -->/,/^<!-- \/$1 -->/{//!d}" "$page"
+    sed -i -e "/^<!-- $1 -->/r /dev/stdin" "$page" <<<$'\n'"$table"$'\n'
+}
