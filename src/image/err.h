@@ -3,7 +3,7 @@
 namespace velorin {
 
 // What the library throws, by value, and what calls that answer with a code answer (0 is success).
-enum ZPErr {
+enum ZPErr : int {
     ZPErrNone = 0,
     ZPErrNoMemory = 1,     // an allocation failed, or a mutex could not be made
     ZPErrBadArgument = 5,  // a null or empty image, or a request that the operation does not know
