@@ -61,10 +61,14 @@ int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingCli
     return ZPErrNone;
 }
 
-void CheckInFrame(KQVelorin4& host, KQImage* image) {
+void CheckInFrame(KQVelorin4& host, KQImage* image) noexcept {
     if (!image) return;
-    if (image->CheckValid(false)) OrderChannelsForHost(*image);
-    host.CleanUpCheckedOutImage(image);
+    try {
+        if (image->CheckValid(false)) OrderChannelsForHost(*image);
+        host.CleanUpCheckedOutImage(image);
+    } catch (...) {
+        // No more than a failing code: the other frames must go back as well.
+    }
 }
 
 void HeldFrames::Hold(KQImage** handle, int frame, int useTrackingClip) {

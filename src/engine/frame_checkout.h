@@ -10,8 +10,8 @@ namespace velorin {
 // Answers the host's code; throws ZPErrBadArgument for an image without pixels at code 0.
 int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingClip);
 
-// Undoes the reordering and gives the frame back. Null does nothing.
-void CheckInFrame(KQVelorin4& host, KQImage* image);
+// Undoes the reordering and gives the frame back, whatever the host makes of it. Null does nothing.
+void CheckInFrame(KQVelorin4& host, KQImage* image) noexcept;
 
 // Four channels: from the order of the image's indices to red, green, blue, alpha, and back.
 void OrderChannelsForEngine(KQImage& image);

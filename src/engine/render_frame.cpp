@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <new>
 
 #include "engine/render_pass.h"
 #include "image/copy.h"
@@ -53,7 +52,7 @@ int KQVelorin4Internal::RenderFrame(KQVelorin4& host, const FrameRequest& reques
         RenderPasses(pass);
     } catch (ZPErr failure) {
         result = failure;
-    } catch (const std::bad_alloc&) {
+    } catch (...) {  // memory, or whatever a slot of the host threw
         result = ZPErrNoMemory;
     }
     pass.frames.GiveBack();

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <stdexcept>
 
+#include "support/failing_allocator.h"
 #include "support/forms.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
@@ -53,6 +55,71 @@ TEST(RenderFrame, AFailureGivesEverythingBack) {
         host.failingFrame = -1000;
         EXPECT_EQ(host.Render(0.6f), 0);
     }
+}
+
+// Throws something foreign out of the slot that is called at number `at`.
+class ThrowingHost : public MemoryHost {
+  public:
+    using MemoryHost::MemoryHost;
+    int GetToBeWarpedSequenceImage(KQImage** out, int frame) override {
+        Count();
+        return MemoryHost::GetToBeWarpedSequenceImage(out, frame);
+    }
+    int CleanUpCheckedOutImage(KQImage* image) override {
+        MemoryHost::CleanUpCheckedOutImage(image);
+        Count();
+        return 0;
+    }
+    int GetKeyframedTime(float* out, float outputTime) override {
+        Count();
+        return MemoryHost::GetKeyframedTime(out, outputTime);
+    }
+    int EnhanceImages() override {
+        Count();
+        return 0;
+    }
+    int at = -1;
+    int calls = 0;
+
+  private:
+    void Count() {
+        if (calls++ == at) throw std::runtime_error("of the host");
+    }
+};
+
+TEST(RenderFrame, WhatAHostThrowsGoesNoFurther) {
+    // In order: two times, one setting, two check-outs, and two frames given back.
+    for (int at = 0; at < 7; ++at) {
+        SCOPED_TRACE(at);
+        ThrowingHost host(DrawClip(2, 16, 16, ZPPixUChar));
+        host.at = at;
+        EXPECT_EQ(host.Render(0.5f), at < 5 ? ZPErrNoMemory : ZPErrNone);
+        EXPECT_EQ(host.held, 0);
+        EXPECT_EQ(host.internal->opticalFlow == nullptr, at < 5);
+    }
+}
+
+TEST(RenderFrame, FailingMemoryLeavesNothingBehind) {
+    MemoryHost host(DrawClip(2, 16, 16, ZPPixUChar));
+    int code = ZPErrNone;
+    const auto render = [&] {
+        try {
+            code = host.Render(0.5f);
+        } catch (ZPErr failure) {
+            code = failure;  // the test's own result image
+        }
+        EXPECT_EQ(host.held, 0);
+        if (code != ZPErrNone) {
+            EXPECT_EQ(host.internal->opticalFlow, nullptr);
+            EXPECT_EQ(host.internal->backFlow, nullptr);
+        }
+        host.internal->ReleaseFlows();
+        host.result.reset();
+    };
+    FailEachAllocation(render, [&](bool failed, int live) {
+        EXPECT_EQ(code != ZPErrNone, failed);
+        EXPECT_EQ(live, 0);
+    });
 }
 
 TEST(RenderFrame, AnInterruptedRenderKeepsNothing) {
