@@ -9,6 +9,10 @@ void KQVelorin4Internal::RenderDirect(RenderPass& pass) {
     pass.frames.HoldWarped(pass.floorFrame, pass.ceilFrame);
     const ZPImage& floorFrame = pass.frames.WarpedFloor();
     const ZPImage& ceilFrame = pass.frames.WarpedCeil();
+    // The copies take any size and type, but walk both images by one channel count.
+    for (const ZPImage* frame : {&floorFrame, &ceilFrame}) {
+        if (frame->channels != pass.Sample().channels) throw ZPErrBadArgument;
+    }
     switch (pass.interpMethod) {
         case 0:
             return CopyConverted(pass.Target(), pass.floorWeight >= 0.5f ? floorFrame : ceilFrame);

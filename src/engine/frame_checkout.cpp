@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "image/copy.h"
 #include "image/parallel_rows.h"
 #include "image/pixel_form.h"
 
@@ -56,7 +57,7 @@ int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingCli
     const int code = useTrackingClip == 1 ? host.GetTrackingSequenceImage(out, frame)
                                           : host.GetToBeWarpedSequenceImage(out, frame);
     if (code != ZPErrNone) return code;
-    if (!*out || !(*out)->CheckValid(false)) throw ZPErrBadArgument;
+    if (!ResolveImage(*out)) throw ZPErrBadArgument;
     OrderChannelsForEngine(**out);
     return ZPErrNone;
 }

@@ -31,6 +31,8 @@ void ClearTargets(RenderPass& pass) {
 void CopyLayerArrays(RenderPass& pass) {
     const FrameRequest& request = pass.request;
     if (request.matteLayers < 0 || request.matteLayers > kMaxMatteLayers) throw ZPErrBadArgument;
+    const bool given = request.layerSensitivity && request.layerShrink;
+    if (request.matteLayers > 0 && !given) throw ZPErrBadArgument;
     std::copy_n(request.layerSensitivity, request.matteLayers, pass.layerSensitivity.begin());
     std::copy_n(request.layerShrink, request.matteLayers, pass.layerShrink.begin());
     pass.layerSensitivity[request.matteLayers] = request.motionSensitivity;
@@ -63,8 +65,8 @@ int KQVelorin4Internal::RenderFrame(KQVelorin4& host, const FrameRequest& reques
 void KQVelorin4Internal::RenderPasses(RenderPass& pass) {
     const FrameRequest& request = pass.request;
     forwardFlow = nullptr;
-    layerCount = request.matteLayers + 1;
     CopyLayerArrays(pass);
+    layerCount = request.matteLayers + 1;
     ClearTargets(pass);
     layerUsesOpticalFlow.fill(true);
     pass.hostVectors = pass.host.UsesSuppliedVectors();

@@ -1,4 +1,5 @@
 #include "engine/render_pass.h"
+#include "image/copy.h"
 #include "warp/blend.h"
 #include "warp/inverse_warp.h"
 
@@ -8,9 +9,10 @@ namespace {
 
 enum Warping { kInverse = 0 };
 
-// Moves `source` into `dest` along `flow` by `amount` of it, borders extended.
+// Moves `source` into `dest` along `flow` by `amount` of it, borders extended. A source that does
+// not fit leaves black.
 void Inverse(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amount) {
-    ZPInverseWarp(dest, source, flow, 1, nullptr, 1, amount);
+    if (!ZPInverseWarp(dest, source, flow, 1, nullptr, 1, amount)) ClearImage(&dest);
 }
 
 // Which part of the whole bar the next stage of this pass moves.
@@ -82,6 +84,7 @@ void KQVelorin4Internal::ComputeNearestFlow(RenderPass& pass) {
 void KQVelorin4Internal::ComputeBothFlows(RenderPass& pass) {
     if (!backFlow) {
         backFlow = std::make_unique<ZPImage>(flowWidth, flowHeight, 2, ZPPixFloat, 0);
+        ClearImage(backFlow.get());  // frames that do not fit each other leave it so
     }
     const ZPImage& floorFrame = pass.frames.TrackedFloor();
     const ZPImage& ceilFrame = pass.frames.TrackedCeil();

@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <cstring>
 #include <stdexcept>
 
 #include "support/failing_allocator.h"
 #include "support/forms.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
+#include "support/wrapping_handle.h"
+#include "warp/blend.h"
 
 namespace velorin {
 namespace {
@@ -235,6 +239,70 @@ TEST(RenderFrame, NotANumberNeitherCrashesNorSpreadsBeyondItsReach) {
     ZPImage corner(host.frames[0]->data, 8, 60, host.frames[0]->rowBytes, 4, ZPPixFloat, 0);
     noise.Sprinkle(corner, 12);
     ASSERT_EQ(host.Render(0.4f), 0);
+}
+
+TEST(RenderFrame, MissingArgumentsAreRefused) {
+    MemoryHost host(DrawClip(2, 16, 16, ZPPixUChar));
+    const auto refused = [&](KQImage* result, int fields, int mattes, const float* array) {
+        return host.RenderFrame(result, nullptr, 0, fields, 4, 0.5f, 1.5f, 25.0f, 25.0f, 0.0f, 0.7f,
+                                1, 1, 1, 1, mattes, array, array, nullptr,
+                                false) == ZPErrBadArgument;
+    };
+    ZPImage pixels(16, 16, 4, ZPPixUChar, 0);
+    WrappingHandle result(pixels);
+    KQImage empty;
+    const float zeros[kMaxLayers] = {};
+    EXPECT_FALSE(refused(&result, 0, 0, nullptr));
+    EXPECT_TRUE(refused(nullptr, 0, 0, nullptr));
+    EXPECT_TRUE(refused(&empty, 0, 0, nullptr));
+    EXPECT_TRUE(refused(&result, 1, 0, nullptr));
+    EXPECT_TRUE(refused(&result, 0, 1, nullptr));
+    EXPECT_TRUE(refused(&result, 0, kMaxLayers, zeros));
+    EXPECT_TRUE(refused(&result, 0, INT32_MAX, zeros));
+    EXPECT_EQ(host.held, 0);
+}
+
+TEST(RenderFrame, FramesThatDoNotFitTheResultAreNotReadBeyondTheirPixels) {
+    const auto render = [](std::unique_ptr<ZPImage> later, int quality, std::int64_t method) {
+        MemoryHost host(DrawClip(1, 20, 16, ZPPixUChar));
+        host.frames.push_back(std::move(later));
+        host.quality = quality;
+        host.method = method;
+        const int code = host.Render(0.75f);
+        EXPECT_EQ(host.held, 0);
+        return code;
+    };
+    for (int quality : {0, 4}) {
+        for (std::int64_t method : {0, 1}) {
+            EXPECT_EQ(
+                render(std::make_unique<ZPImage>(nullptr, 20, 16, 80, 4, 0, 0), quality, method),
+                ZPErrBadArgument);
+        }
+    }
+    EXPECT_EQ(render(std::make_unique<ZPImage>(20, 16, 3, ZPPixUChar, 0), 0, 0), ZPErrBadArgument);
+}
+
+void* AllocateDirty(void*, std::size_t size) {
+    void* block = std::malloc(size);
+    if (block) std::memset(block, 0x5A, size);
+    return block;
+}
+void Release(void*, void* block) {
+    std::free(block);
+}
+
+// The one frame that fits counts as still and the other as black.
+TEST(RenderFrame, AFrameOfAnotherSizeIsBlackAndNeverStrayMemory) {
+    KQSetAllocator(nullptr, &AllocateDirty, &Release);
+    MemoryHost host(DrawClip(1, 40, 32, ZPPixUChar));
+    host.frames.push_back(DrawTexture(38, 32, ZPPixUChar, 0.0f, 0.0f));
+    EXPECT_EQ(host.Render(0.25f), 0);
+    KQSetAllocator(nullptr, nullptr, nullptr);
+    ZPImage black(40, 32, 4, ZPPixUChar, 0);
+    ClearImage(&black);
+    ZPImage wanted(40, 32, 4, ZPPixUChar, 0);
+    ZPBlendTwo(wanted, *host.frames[0], black, 0.25f);
+    EXPECT_SAME_IMAGE(*host.result, wanted);
 }
 
 // FNV-1a over all samples: whatever changes a pixel changes it.

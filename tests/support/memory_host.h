@@ -15,8 +15,8 @@
 
 namespace velorin {
 
-// A host over frames in memory: four channels, numbered from 0, the ends repeated. Hands out
-// private copies and counts what is checked out.
+// A host over frames in memory: four channels (three, to be refused), numbered from 0, the
+// ends repeated. Hands out private copies and counts what is checked out.
 class MemoryHost : public KQVelorin4 {
   public:
     explicit MemoryHost(std::vector<std::unique_ptr<ZPImage>> newFrames)
@@ -106,9 +106,15 @@ class MemoryHost : public KQVelorin4 {
                   std::make_unique<KQImage>()};
         CopyExact(copy.pixels.get(), &source);
         copy.handle->CreateInternal();
-        copy.handle->InitFourChannels(copy.pixels->data, source.width, source.height,
-                                      source.rowBytes, source.bottomUp ? 0 : 1, source.pixelType, 1,
-                                      1, redIndex, 1, 2 - redIndex, 3);
+        const int direction = source.bottomUp ? 0 : 1;
+        if (source.channels == 3) {
+            copy.handle->InitThreeChannels(copy.pixels->data, source.width, source.height,
+                                           source.rowBytes, direction, source.pixelType);
+        } else {
+            copy.handle->InitFourChannels(copy.pixels->data, source.width, source.height,
+                                          source.rowBytes, direction, source.pixelType, 1, 1,
+                                          redIndex, 1, 2 - redIndex, 3);
+        }
         *out = copy.handle.get();
         copies[*out] = std::move(copy);
         ++held;
