@@ -70,6 +70,7 @@ void KQVelorin4Internal::SelectFramePair(RenderPass& pass) {
         s = SourceTime(pass.host, request.outputTime + p * 0.5f);
         s1 = SourceTime(pass.host, request.outputTime + (p + 1.0f) * 0.5f);
     }
+    AskOverrides(pass);
     if (request.inputFields != 0) {
         s *= 2.0f;
         s1 *= 2.0f;

@@ -83,7 +83,6 @@ void KQVelorin4Internal::RenderPasses(RenderPass& pass) {
 }
 
 void KQVelorin4Internal::RenderOnePass(RenderPass& pass) {
-    AskOverrides(pass);
     SelectFramePair(pass);
     DropChangedFlows(pass);
     if (pass.vectorQuality == 0 || pass.onFrame) {
