@@ -80,9 +80,8 @@ class KQVelorin4 : public KQMem {
     //
     //   secondFieldImage   second field pass; read only when outputFields is not 0
     //   inputFields        0 progressive, 1 upper field first, 2 lower field first; so outputFields
-    //   vectorQuality      0 no vectors, 1 and 2 an eighth of the frame's size, 3 a quarter, 4
-    //   half,
-    //                      5 the frame's own size
+    //   vectorQuality      0 no vectors, 1 and 2 an eighth of the frame's size, 3 a quarter,
+    //                      4 half, 5 the frame's own size
     //   outputTime         in output frames; nextOutputTime is that of the following frame
     //   frame rates        above 0.01; a change of either drops kept flows, nothing else
     //   motionSensitivity  of the background layer, 0.0 to 1.0; so layerSensitivity

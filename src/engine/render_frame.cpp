@@ -90,6 +90,7 @@ void KQVelorin4Internal::RenderOnePass(RenderPass& pass) {
     } else {
         RenderSingleLayer(pass);
     }
+    pass.progress.Tick();
     pass.frames.GiveBack();
     if (pass.onFrame) ReleaseFlows();
 }

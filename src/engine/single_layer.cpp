@@ -11,8 +11,10 @@ enum Warping { kInverse = 0 };
 
 // Moves `source` into `dest` along `flow` by `amount` of it, borders extended. A source that does
 // not fit leaves black.
-void Inverse(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amount) {
+void Inverse(RenderPass& pass, ZPImage& dest, const ZPImage& source, const ZPImage& flow,
+             float amount) {
     if (!ZPInverseWarp(dest, source, flow, 1, nullptr, 1, amount)) ClearImage(&dest);
+    pass.progress.Tick();
 }
 
 // Which part of the whole bar the next stage of this pass moves.
@@ -105,7 +107,7 @@ void KQVelorin4Internal::WarpNearest(RenderPass& pass) {
     const bool showsFloor = pass.floorWeight >= 0.5f;
     const ZPImage& shown = showsFloor ? pass.frames.WarpedFloor() : pass.frames.WarpedCeil();
     const float amount = showsFloor ? 1.0f - pass.floorWeight : pass.floorWeight;
-    Inverse(pass.Target(), shown, *opticalFlow->Flow(), amount);
+    Inverse(pass, pass.Target(), shown, *opticalFlow->Flow(), amount);
 }
 
 void KQVelorin4Internal::WarpBlend(RenderPass& pass) {
@@ -113,8 +115,8 @@ void KQVelorin4Internal::WarpBlend(RenderPass& pass) {
     const std::unique_ptr<ZPImage> ceilWarped = pass.CreateWorkingImage();
     const float fromFloor = 1.0f - pass.floorWeight;
     const float fromCeil = pass.floorWeight;
-    Inverse(*floorWarped, pass.frames.WarpedFloor(), *backFlow, fromFloor);
-    Inverse(*ceilWarped, pass.frames.WarpedCeil(), *forwardFlow, fromCeil);
+    Inverse(pass, *floorWarped, pass.frames.WarpedFloor(), *backFlow, fromFloor);
+    Inverse(pass, *ceilWarped, pass.frames.WarpedCeil(), *forwardFlow, fromCeil);
     ZPBlendTwo(pass.Target(), *floorWarped, *ceilWarped, fromFloor);
 }
 

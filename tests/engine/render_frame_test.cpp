@@ -137,6 +137,18 @@ TEST(RenderFrame, AnInterruptedRenderKeepsNothing) {
     }
 }
 
+TEST(RenderFrame, AFrameWithoutEstimationCanBeInterruptedToo) {
+    for (float time : {0.5f, 1.0f}) {  // kept flows, and a frame on a source frame
+        MemoryHost host(DrawClip(2, 32, 32, ZPPixUChar));
+        ASSERT_EQ(host.Render(0.4f), 0);
+        Interrupter progress(0);
+        host.progress = &progress;
+        EXPECT_EQ(host.Render(time), ZPErrInterrupted);
+        EXPECT_EQ(host.held, 0);
+        EXPECT_EQ(host.internal->opticalFlow, nullptr);
+    }
+}
+
 TEST(RenderFrame, WhatIsNotBuiltIsRefused) {
     const float zeros[2] = {};
     const auto refused = [&](auto change) {
