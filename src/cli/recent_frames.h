@@ -9,7 +9,7 @@ namespace velorin {
 // one, and so agree on what has to be read.
 class RecentFrames {
   public:
-    static constexpr int kCount = 3;
+    static constexpr int kCount = 2;
 
     // The place of `frame`, 0 to kCount - 1: its own, or that of the one used longest ago, which
     // it takes over. `held` tells which.

@@ -21,8 +21,8 @@ namespace velorin {
 
 namespace {
 
-constexpr int kReadAhead = 3;
-constexpr int kWriteBehind = 2;
+constexpr int kReadAhead = 1;
+constexpr int kWriteBehind = 1;
 constexpr float kFrameRate = 29.97f;  // has no effect on the picture
 
 // Asks the engine for one output frame after the other.
@@ -35,6 +35,7 @@ class FrameRenderer {
                          kReadAhead),
                *plan.law, options.enhance != 0) {
         rendered.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.source.depth));
+        if (plan.depth == plan.source.depth) return;
         written.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.depth));
     }
 
@@ -69,7 +70,7 @@ const Picture* FrameRenderer::Render(std::int64_t frame, ProgressLine& progress)
 }
 
 const Picture& FrameRenderer::Converted() {
-    if (rendered.pixelType == written.pixelType) return rendered;
+    if (written.pixels.empty() || rendered.pixelType == written.pixelType) return rendered;
     KQImage from;
     KQImage to;
     WrapPicture(from, rendered);

@@ -42,6 +42,9 @@ void MovieStream::Open() {
     }
 }
 
+// Each holds a picture of its own; the engine, which the decoder runs beside, is slower than two.
+constexpr int kDecoderThreads = 2;
+
 void MovieStream::OpenDecoder() {
     const AVCodecParameters& parameters = *Stream().codecpar;
     const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
@@ -51,7 +54,7 @@ void MovieStream::OpenDecoder() {
     if (!decoder) throw std::bad_alloc();
     avcodec_parameters_to_context(decoder.get(), &parameters);
     decoder->pkt_timebase = Stream().time_base;
-    decoder->thread_count = 0;  // as many as the processors that this process may use
+    decoder->thread_count = kDecoderThreads;
     const int result = avcodec_open2(decoder.get(), codec, nullptr);
     if (result < 0) {
         ThrowInput(name + ": its codec " + codecName + " cannot be decoded (" + AvText(result) +

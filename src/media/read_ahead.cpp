@@ -12,8 +12,8 @@ namespace velorin {
 namespace {
 
 constexpr std::int64_t kNoFrame = -1;
-// Pictures that the user has had or passed over, for one who goes back a step or asks again.
-constexpr std::size_t kKept = 3;
+// Pictures that the user has had or passed over, for one who asks again.
+constexpr std::size_t kKept = 1;
 
 // A frame as it was read: a picture, or the failure in its place.
 struct ReadFrame {
