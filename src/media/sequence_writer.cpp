@@ -81,7 +81,7 @@ class SequenceWriter : public ClipWriter {
     void Finish() override {}
 
   private:
-    OIIO::ImageSpec SpecFor(const Picture& picture) const;
+    OIIO::ImageSpec LayoutFor(const Picture& picture) const;
 
     SequenceName name;
     OutputSettings settings;
@@ -97,44 +97,46 @@ std::vector<std::string> ChannelNames(int channels) {
     return {"R", "G", "B", "A"};
 }
 
-OIIO::ImageSpec SequenceWriter::SpecFor(const Picture& picture) const {
+OIIO::ImageSpec SequenceWriter::LayoutFor(const Picture& picture) const {
     const ClipInfo& source = settings.source;
-    OIIO::ImageSpec spec(picture.width, picture.height, channels, StoredType(settings.depth));
-    spec.channelnames = ChannelNames(channels);
-    spec.alpha_channel = channels % 2 == 0 ? channels - 1 : -1;
+    OIIO::ImageSpec layout(picture.width, picture.height, channels, StoredType(settings.depth));
+    layout.channelnames = ChannelNames(channels);
+    layout.alpha_channel = channels % 2 == 0 ? channels - 1 : -1;
     // Tells PNG and TIFF that nothing is to be divided by alpha, and TIFF what its alpha is.
-    if (source.straightAlpha || extension == "png") spec.attribute("oiio:UnassociatedAlpha", 1);
+    if (source.straightAlpha || extension == "png") layout.attribute("oiio:UnassociatedAlpha", 1);
     if (source.storedBits > 0 && settings.depth == source.depth && extension == "dpx") {
-        spec.attribute("oiio:BitsPerSample", source.storedBits);
+        layout.attribute("oiio:BitsPerSample", source.storedBits);
     }
     if (extension == "jpg" || extension == "jpeg") {
-        spec.attribute("Compression", "jpeg:100");
-        spec.attribute("jpeg:subsampling", "4:4:4");
+        layout.attribute("Compression", "jpeg:100");
+        layout.attribute("jpeg:subsampling", "4:4:4");
     }
+    // The library would write the time of day, and equal renders would give unequal files.
+    if (extension == "exr") layout.attribute("DateTime", "");
     if (extension == "exr" && source.window.width == picture.width &&
         source.window.height == picture.height) {
-        spec.x = source.window.x;
-        spec.y = source.window.y;
-        spec.full_x = source.display.x;
-        spec.full_y = source.display.y;
-        spec.full_width = source.display.width;
-        spec.full_height = source.display.height;
+        layout.x = source.window.x;
+        layout.y = source.window.y;
+        layout.full_x = source.display.x;
+        layout.full_y = source.display.y;
+        layout.full_width = source.display.width;
+        layout.full_height = source.display.height;
     }
     const Rational aspect = source.pixelAspect;
     if (aspect.numerator > 0 && aspect.numerator != aspect.denominator) {
-        spec.attribute("PixelAspectRatio", static_cast<float>(aspect.numerator) /
-                                               static_cast<float>(aspect.denominator));
+        layout.attribute("PixelAspectRatio", static_cast<float>(aspect.numerator) /
+                                                 static_cast<float>(aspect.denominator));
     }
     if (source.rate.numerator > 0) {
         const int rate[2] = {static_cast<int>(source.rate.numerator),
                              static_cast<int>(source.rate.denominator)};
-        if (extension == "exr") spec.attribute("FramesPerSecond", OIIO::TypeRational, rate);
+        if (extension == "exr") layout.attribute("FramesPerSecond", OIIO::TypeRational, rate);
         if (extension == "dpx") {
-            spec.attribute("dpx:FrameRate",
-                           static_cast<float>(rate[0]) / static_cast<float>(rate[1]));
+            layout.attribute("dpx:FrameRate",
+                             static_cast<float>(rate[0]) / static_cast<float>(rate[1]));
         }
     }
-    return spec;
+    return layout;
 }
 
 void SequenceWriter::Write(std::int64_t frame, const Picture& picture) {
@@ -148,7 +150,7 @@ void SequenceWriter::Write(std::int64_t frame, const Picture& picture) {
     }
     if (channels < 4) PackPixels(picture, channels, packed);
     const std::byte* pixels = channels < 4 ? packed.data() : picture.pixels.data();
-    const bool written = output->open(file.TemporaryName(), SpecFor(picture)) &&
+    const bool written = output->open(file.TemporaryName(), LayoutFor(picture)) &&
                          output->write_image(TransferType(settings.depth), pixels);
     const bool closed = output->close();
     if (proxy.Failure() != 0) throw WriteFailure(named, proxy.Failure());

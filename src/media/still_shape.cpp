@@ -7,23 +7,24 @@
 namespace velorin {
 namespace {
 
-int ChannelNamed(const OIIO::ImageSpec& spec, const char* name) {
-    const auto found = std::find(spec.channelnames.begin(), spec.channelnames.end(), name);
-    return found == spec.channelnames.end() ? -1
-                                            : static_cast<int>(found - spec.channelnames.begin());
+int ChannelNamed(const OIIO::ImageSpec& layout, const char* name) {
+    const auto found = std::find(layout.channelnames.begin(), layout.channelnames.end(), name);
+    return found == layout.channelnames.end()
+               ? -1
+               : static_cast<int>(found - layout.channelnames.begin());
 }
 
 // By the channels' names, which may stand in any order and among others; a single channel is gray
 // whatever its name.
-bool ChooseChannels(const OIIO::ImageSpec& spec, StillShape& shape) {
-    const int alpha = ChannelNamed(spec, "A");
-    const std::array<int, 3> colour{ChannelNamed(spec, "R"), ChannelNamed(spec, "G"),
-                                    ChannelNamed(spec, "B")};
-    const int gray = spec.nchannels == 1 ? 0 : ChannelNamed(spec, "Y");
+bool ChooseChannels(const OIIO::ImageSpec& layout, StillShape& shape) {
+    const int alpha = ChannelNamed(layout, "A");
+    const std::array<int, 3> colour{ChannelNamed(layout, "R"), ChannelNamed(layout, "G"),
+                                    ChannelNamed(layout, "B")};
+    const int gray = layout.nchannels == 1 ? 0 : ChannelNamed(layout, "Y");
     if (colour[0] >= 0 && colour[1] >= 0 && colour[2] >= 0) {
         shape.source = {colour[0], colour[1], colour[2], alpha};
         shape.channels = alpha >= 0 ? 4 : 3;
-    } else if (gray >= 0 && ChannelNamed(spec, "RY") < 0) {
+    } else if (gray >= 0 && ChannelNamed(layout, "RY") < 0) {
         shape.source = {gray, alpha, 0, 0};
         shape.channels = alpha >= 0 && alpha != gray ? 2 : 1;
     } else {
@@ -48,19 +49,19 @@ bool DepthOf(OIIO::TypeDesc type, SampleDepth& depth) {
 }
 
 // The chosen channels may differ in depth (EXR); the deepest of them counts.
-bool ChooseDepth(const OIIO::ImageSpec& spec, StillShape& shape) {
+bool ChooseDepth(const OIIO::ImageSpec& layout, StillShape& shape) {
     const int used = shape.channels;
     for (int i = 0; i < used; ++i) {
         SampleDepth depth;
-        if (!DepthOf(spec.channelformat(shape.source[i]), depth)) return false;
+        if (!DepthOf(layout.channelformat(shape.source[i]), depth)) return false;
         shape.depth = i == 0 ? depth : std::max(shape.depth, depth);
     }
     return true;
 }
 
-std::string NamesOf(const OIIO::ImageSpec& spec) {
+std::string NamesOf(const OIIO::ImageSpec& layout) {
     std::string text;
-    for (const std::string& name : spec.channelnames) text += (text.empty() ? "" : ", ") + name;
+    for (const std::string& name : layout.channelnames) text += (text.empty() ? "" : ", ") + name;
     return text;
 }
 
@@ -84,28 +85,29 @@ std::string StillShape::Text() const {
            kLayouts[channels] + ", " + bits;
 }
 
-std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& spec, bool placed,
+std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& layout, bool placed,
                                         std::string& problem) {
     StillShape shape;
-    if (spec.deep) {
+    if (layout.deep) {
         problem = "holds deep samples; flatten it first";
-    } else if (spec.depth > 1) {
+    } else if (layout.depth > 1) {
         problem = "is a volume; a flat picture is wanted";
-    } else if (spec.get_string_attribute("tiff:ColorSpace") == "CMYK") {
+    } else if (layout.get_string_attribute("tiff:ColorSpace") == "CMYK") {
         problem = "holds CMYK; write it as RGB";
-    } else if (!ChooseChannels(spec, shape)) {
-        problem = "has the channels " + NamesOf(spec) + "; R, G, B, or Y, are wanted";
-    } else if (!ChooseDepth(spec, shape)) {
-        problem = "has samples of type " + std::string(spec.format.c_str()) +
+    } else if (!ChooseChannels(layout, shape)) {
+        problem = "has the channels " + NamesOf(layout) + "; R, G, B, or Y, are wanted";
+    } else if (!ChooseDepth(layout, shape)) {
+        problem = "has samples of type " + std::string(layout.format.c_str()) +
                   "; 8 or 16 bits, half or float are wanted";
     } else {
-        shape.data = {placed ? spec.x : 0, placed ? spec.y : 0, spec.width, spec.height};
-        shape.display = placed ? Window{spec.full_x, spec.full_y, spec.full_width, spec.full_height}
-                               : shape.data;
-        const int bits = spec.get_int_attribute("oiio:BitsPerSample");
+        shape.data = {placed ? layout.x : 0, placed ? layout.y : 0, layout.width, layout.height};
+        shape.display =
+            placed ? Window{layout.full_x, layout.full_y, layout.full_width, layout.full_height}
+                   : shape.data;
+        const int bits = layout.get_int_attribute("oiio:BitsPerSample");
         const int full = shape.depth == SampleDepth::kByte ? 8 : 16;
         if (shape.depth <= SampleDepth::kWord && bits > 0 && bits < full) shape.storedBits = bits;
-        shape.straightAlpha = spec.get_int_attribute("oiio:UnassociatedAlpha") != 0;
+        shape.straightAlpha = layout.get_int_attribute("oiio:UnassociatedAlpha") != 0;
         return shape;
     }
     return {};
@@ -131,12 +133,12 @@ OIIO::TypeDesc StoredType(SampleDepth depth) {
     return depth == SampleDepth::kHalf ? OIIO::TypeDesc::HALF : TransferType(depth);
 }
 
-Rational RateOfStill(const OIIO::ImageSpec& spec) {
-    if (const auto* exact = spec.find_attribute("FramesPerSecond", OIIO::TypeRational)) {
+Rational RateOfStill(const OIIO::ImageSpec& layout) {
+    if (const auto* exact = layout.find_attribute("FramesPerSecond", OIIO::TypeRational)) {
         const int* ratio = static_cast<const int*>(exact->data());
         if (ratio[0] > 0 && ratio[1] > 0) return {ratio[0], ratio[1]};
     }
-    const float rate = spec.get_float_attribute("dpx:FrameRate", 0.0f);
+    const float rate = layout.get_float_attribute("dpx:FrameRate", 0.0f);
     if (!IsPositive(rate) || rate > 10000.0f) return {};
     // A float cannot hold 24000/1001: what is not whole is taken for a rate of that kind if near.
     const auto whole = static_cast<std::int64_t>(std::lround(rate));
@@ -145,8 +147,8 @@ Rational RateOfStill(const OIIO::ImageSpec& spec) {
     return Reduced(std::llround(rate * 1000.0f), 1000);
 }
 
-Rational AspectOfStill(const OIIO::ImageSpec& spec) {
-    const float aspect = spec.get_float_attribute("PixelAspectRatio", 1.0f);
+Rational AspectOfStill(const OIIO::ImageSpec& layout) {
+    const float aspect = layout.get_float_attribute("PixelAspectRatio", 1.0f);
     if (!IsPositive(aspect) || aspect < 0.01f || aspect > 100.0f) return {1, 1};
     return Reduced(std::llround(aspect * 10000.0f), 10000);
 }

@@ -27,7 +27,7 @@ struct StillShape {
 
 // Reads the header of one still. `placed`: the format has a data and a display window (EXR). What
 // it holds may be unusable: then the answer is empty and `problem` says why.
-std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& spec, bool placed,
+std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& layout, bool placed,
                                         std::string& problem);
 
 // The rectangle that holds both.
@@ -40,8 +40,8 @@ OIIO::TypeDesc TransferType(SampleDepth depth);
 OIIO::TypeDesc StoredType(SampleDepth depth);
 
 // Frames a second from the header of a still; 0/1 if it does not tell.
-Rational RateOfStill(const OIIO::ImageSpec& spec);
+Rational RateOfStill(const OIIO::ImageSpec& layout);
 // 1/1 if the header does not tell.
-Rational AspectOfStill(const OIIO::ImageSpec& spec);
+Rational AspectOfStill(const OIIO::ImageSpec& layout);
 
 }  // namespace velorin

@@ -102,11 +102,11 @@ TEST(Sequence, EveryFormatKeepsEveryBit) {
 }
 
 // Writes a still as another program would.
-void WriteStill(const std::string& name, const OIIO::ImageSpec& spec,
+void WriteStill(const std::string& name, const OIIO::ImageSpec& layout,
                 const std::vector<float>& values) {
     const auto output = OIIO::ImageOutput::create(name);
     ASSERT_TRUE(output);
-    ASSERT_TRUE(output->open(name, spec)) << output->geterror();
+    ASSERT_TRUE(output->open(name, layout)) << output->geterror();
     ASSERT_TRUE(output->write_image(OIIO::TypeDesc::FLOAT, values.data())) << output->geterror();
     ASSERT_TRUE(output->close());
 }
@@ -128,11 +128,11 @@ TEST(Sequence, TiffKeepsTheKindOfItsAlpha) {
 
 TEST(Sequence, DpxKeepsItsTenBits) {
     const TemporaryFolder folder;
-    OIIO::ImageSpec spec(5, 3, 3, OIIO::TypeDesc::UINT16);
-    spec.attribute("oiio:BitsPerSample", 10);
+    OIIO::ImageSpec layout(5, 3, 3, OIIO::TypeDesc::UINT16);
+    layout.attribute("oiio:BitsPerSample", 10);
     std::vector<float> values;
     for (int i = 0; i < 45; ++i) values.push_back(static_cast<float>(i) / 44.0f);
-    WriteStill(folder / "in.1.dpx", spec, values);
+    WriteStill(folder / "in.1.dpx", layout, values);
 
     const auto clip = OpenClip(folder / "in.%d.dpx");
     EXPECT_EQ(clip->Info().storedBits, 10);
@@ -149,18 +149,18 @@ TEST(Sequence, DpxKeepsItsTenBits) {
 // Channels out of order and among others, a data window inside the display window.
 TEST(Sequence, ExrChannelsGoByNameAndWindowsAreFilledUp) {
     const TemporaryFolder folder;
-    OIIO::ImageSpec spec(2, 1, 5, OIIO::TypeDesc::FLOAT);
-    spec.channelnames = {"Z", "B", "A", "G", "R"};
-    spec.x = 11;
-    spec.y = 21;
-    spec.full_x = 10;
-    spec.full_y = 20;
-    spec.full_width = 4;
-    spec.full_height = 2;
-    WriteStill(folder / "a.0001.exr", spec, {9, 3, 4, 2, 1, 9, 7, 8, 6, 5});
-    spec.x = 13;  // the window of another frame lies elsewhere, and is smaller
-    spec.width = 1;
-    WriteStill(folder / "a.0002.exr", spec, {9, 3, 4, 2, 1});
+    OIIO::ImageSpec layout(2, 1, 5, OIIO::TypeDesc::FLOAT);
+    layout.channelnames = {"Z", "B", "A", "G", "R"};
+    layout.x = 11;
+    layout.y = 21;
+    layout.full_x = 10;
+    layout.full_y = 20;
+    layout.full_width = 4;
+    layout.full_height = 2;
+    WriteStill(folder / "a.0001.exr", layout, {9, 3, 4, 2, 1, 9, 7, 8, 6, 5});
+    layout.x = 13;  // the window of another frame lies elsewhere, and is smaller
+    layout.width = 1;
+    WriteStill(folder / "a.0002.exr", layout, {9, 3, 4, 2, 1});
 
     const auto clip = OpenClip(folder / "a.####.exr");
     EXPECT_EQ(clip->Info().width, 4);
