@@ -7,7 +7,7 @@ source "$(dirname "$0")/setup.sh"
 measure() {
     local json="$build/bench-$1.json"
     "$build/release/velorin_bench" "--threads=$1" --benchmark_out="$json" \
-        --benchmark_out_format=json >/dev/null
+        --benchmark_out_format=json >/dev/null 2>&1
     awk '
         /"name":/ { sub(/.*"name": "/, ""); sub(/(\/real_time)?",?$/, ""); name = $0 }
         /"ns\/px":/ { sub(/.*: /, ""); printf "%s|%.3g\n", name, $0 }
@@ -15,12 +15,14 @@ measure() {
 }
 
 print_table() {
-    local cores
+    local cores one all
     cores=$(nproc)
+    one=$(measure 1)
+    all=$(measure "$cores")
     printf '%s, %s cores, %s, %s\n\n' "$(lscpu | sed -n 's/^Model name: *//p')" "$cores" \
         "$("${CXX:-c++}" --version | head -n 1)" "$(date +%Y-%m-%d)"
     printf '| operation | 1 thread | %s threads |\n|---|---:|---:|\n' "$cores"
-    paste -d '|' <(measure 1) <(measure "$cores") |
+    paste -d '|' <(echo "$one") <(echo "$all") |
         awk -F '|' '{ printf "| %s | %s | %s |\n", $1, $2, $4 }'
 }
 
