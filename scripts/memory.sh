@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Renders drawn clips at half speed and prints the program's peak resident memory: a clip ten times
-# as long should not need more. (Some fifty frames fill the encoder, so shorter ones need less.) With
-# --write the table replaces the one in docs/performance.md.
+# as long should not need more. With --write the table replaces the one in docs/performance.md.
 source "$(dirname "$0")/setup.sh"
 
 # peak SIZE FRAMES: mebibytes.
@@ -20,7 +19,7 @@ print_table() {
     printf '| clip | frames | peak |\n|---|---:|---:|\n'
     while read -r size frames; do
         printf '| %s | %s | %s MiB |\n' "$size" "$frames" "$(peak "$size" "$frames" </dev/null)"
-    done <<<$'1920x1080 60\n1920x1080 600\n3840x2160 60'
+    done <<<$'1920x1080 20\n1920x1080 200\n3840x2160 20\n3840x2160 60'
 }
 
 install_missing "${buildPackages[@]}" time
