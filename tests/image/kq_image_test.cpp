@@ -35,27 +35,6 @@ TEST(KQImage, ChannelOrderOfEachCount) {
     EXPECT_EQ(image.GetChannels(), 4);
 }
 
-TEST(KQImage, MirrorsAndRowDirection) {
-    std::uint16_t block[64] = {};
-    KQImage image;
-    image.CreateInternal();
-    ASSERT_EQ(image.InitThreeChannels(block, 3, 2, 24, 0, ZPPixUShort), 0);
-    EXPECT_EQ(image.internal->bottomUp, 1u);
-    EXPECT_EQ(image.rowDirection, 0);
-    EXPECT_EQ(image.pixelBytes, 6);
-    EXPECT_EQ(image.rowBytes, 24);
-    EXPECT_EQ(image.rowStep, -24);
-    EXPECT_EQ(image.data, block);
-    EXPECT_EQ(image.lastRow, 1);
-    EXPECT_EQ(image.lastColumn, 2);
-    EXPECT_EQ(image.width, 3);
-    EXPECT_EQ(image.height, 2);
-    EXPECT_EQ(image.pixelType, ZPPixUShort);
-    image.InitThreeChannels(block, 3, 2, 24, 1, ZPPixUShort);
-    EXPECT_EQ(image.internal->bottomUp, 0u);
-    EXPECT_EQ(image.rowStep, 24);
-}
-
 TEST(KQImage, EmptyHandleRefusesToInitialise) {
     std::uint8_t block[16] = {};
     KQImage image;
@@ -91,17 +70,6 @@ TEST(KQImage, OwnsWhatItCreatesAndBorrowsWhatItWraps) {
     EXPECT_EQ(allocator.Live(), 0);
 }
 
-TEST(KQImage, WrapOfAnUnknownChannelCountLeavesTheMirrors) {
-    std::uint8_t block[64] = {};
-    const ZPImage pixels(block, 4, 2, 5, ZPPixUChar, 0);
-    KQImageInternal view(pixels);
-    KQImage image;
-    EXPECT_EQ(image.WrapInternal(view), 0);
-    EXPECT_EQ(image.width, 0);
-    EXPECT_EQ(image.data, nullptr);
-    EXPECT_EQ(image.GetChannels(), 5);
-}
-
 // What CheckValid writes: the standard output, then the error stream.
 std::vector<std::string> Dump(const KQImage& image) {
     testing::internal::CaptureStdout();
@@ -127,12 +95,6 @@ TEST(KQImage, VerboseCheckDumpsTheImage) {
               "rgba at 50 50 0.000000 0.250000 0.500000 0.750000 \n"
               "rgba at 100 100 0.000000 0.250000 0.5000000.750000 \n"
               "rgba at 450 450 0.000000 0.250000 0.500000 0.750000 \n");
-    auto* bytes = reinterpret_cast<std::uint8_t*>(block.data());
-    for (int i = 0; i < kSide * kSide * 4; ++i) bytes[i] = static_cast<std::uint8_t>(i % 4 + 7);
-    image.InitRGBA(block.data(), kSide, kSide, kSide * 4, 1, ZPPixUChar);
-    EXPECT_EQ(Dump(image)[1], "rgba 7 8 9 10 \nrgba 7 8 9 10 \nrgba 7 8 9 10 \n");
-    image.InitRGBA(block.data(), kSide, kSide, kSide * 4, 1, ZPPixChar);
-    EXPECT_EQ(Dump(image)[1], "bad zpsource type 3 \n");
 }
 
 }  // namespace

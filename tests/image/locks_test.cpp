@@ -10,18 +10,6 @@
 namespace velorin {
 namespace {
 
-TEST(Locks, SemaphoreIsBornTakenOrOpen) {
-    KQMP_BinarySemaphore open(true);
-    EXPECT_EQ(pthread_mutex_trylock(&open.mutex), 0);
-    open.Signal();
-    KQMP_BinarySemaphore taken(false);
-    EXPECT_NE(pthread_mutex_trylock(&taken.mutex), 0);
-    taken.Signal();
-    taken.Wait();
-    EXPECT_NE(pthread_mutex_trylock(&taken.mutex), 0);
-    taken.Signal();
-}
-
 TEST(Locks, RowLocksExclude) {
     RowLock** locks = CreateRowLocks(3);
     std::vector<long> sums(3, 0);

@@ -26,27 +26,5 @@ TEST(Mem, ClassesAllocateThroughTheHooks) {
     EXPECT_EQ(allocator.Live(), 0);
 }
 
-TEST(Mem, NullPointersReachTheHookOnlyUnchecked) {
-    int releases = 0;
-    KQSetAllocator(
-        &releases, [](void*, std::size_t size) { return std::malloc(size); },
-        [](void* context, void* pointer) {
-            ++*static_cast<int*>(context);
-            std::free(pointer);
-        });
-    KQFreeChecked(nullptr);
-    EXPECT_EQ(releases, 0);
-    KQFree(nullptr);
-    EXPECT_EQ(releases, 1);
-    KQSetAllocator(nullptr, nullptr, nullptr);
-}
-
-TEST(Mem, OnlyTheThrowingFormThrows) {
-    FailingAllocator first(1);
-    EXPECT_EQ(KQAlloc(8), nullptr);
-    FailingAllocator second(1);
-    EXPECT_THROW(KQAllocOrThrow(8), ZPErr);
-}
-
 }  // namespace
 }  // namespace velorin

@@ -22,22 +22,6 @@ Stored Written(int pixelType, float value) {
     return stored;
 }
 
-TEST(PixelType, SizesAndWhitePoints) {
-    constexpr int kBytes[] = {1, 2, 4, 1, 2, 2, 2, 8, 4};
-    for (int type = 0; type <= 8; ++type) EXPECT_EQ(ChannelBytes(type), kBytes[type]);
-    for (int type : {-1, 9}) {
-        EXPECT_EQ(ChannelBytes(type), 0);
-        EXPECT_EQ(ChannelReader(type), nullptr);
-        EXPECT_EQ(ChannelWriter(type), nullptr);
-    }
-    constexpr float kWhites[] = {255.0f, 65535.0f, 1.0f, 7.0f, 7.0f, 7.0f, 7.0f, 7.0f, 7.0f};
-    for (int type = 0; type <= 8; ++type) {
-        float white = 7.0f;
-        LookUpWhitePoint(type, white);
-        EXPECT_EQ(white, kWhites[type]);
-    }
-}
-
 TEST(PixelType, ReadersCarryTheNumber) {
     EXPECT_EQ(ReadBack<std::uint8_t>(ZPPixUChar, 200), 200.0f);
     EXPECT_EQ(ReadBack<std::uint16_t>(ZPPixUShort, 40000), 40000.0f);
