@@ -8,12 +8,18 @@
 namespace velorin {
 
 template <typename Body>
-void RunRowJob(int /*slot*/, int /*zero*/, int firstRow, int lastRow, va_list* arguments) {
-    (*va_arg(*arguments, Body*))(firstRow, lastRow);
+void RunRowJob(int slot, int /*zero*/, int firstRow, int lastRow, va_list* arguments) {
+    Body& body = *va_arg(*arguments, Body*);
+    if constexpr (std::is_invocable_v<Body&, int, int, int>) {
+        body(slot, firstRow, lastRow);
+    } else {
+        body(firstRow, lastRow);
+    }
 }
 
 // Calls body(firstRow, lastRow), both inclusive, on disjoint ranges that cover 0 to rows - 1; rows
-// may count columns. What a body throws is thrown here once all have returned. Not reentrant.
+// may count columns. A body of three parameters is told its worker first, from 0 to below
+// ChooseWorkers(rows). What a body throws is thrown here once all have returned. Not reentrant.
 //
 // A body allocates nothing, writes only its own rows, and gives the same pixels wherever the ranges
 // begin. The few operations that break one of these rules say so in their header.
