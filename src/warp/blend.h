@@ -4,6 +4,14 @@
 
 namespace velorin {
 
+// target = target * share + other * (1 - share), in place: the mix of two premultiplied pictures.
+//
+// Four channels: where the mixed alpha is not above 0 the pixel is cleared. Colours are rounded,
+// alpha is cut after a clamp to 0 to white; float colours are not limited. Share 1.0 does nothing,
+// 0.0 copies. Answers 1; images that differ in size, channels, type or row order are left as they
+// are. Neither image with four channels: ZPBlendRows on all rows, with its answer.
+int ZPBlend(ZPImage& target, const ZPImage& other, float share);
+
 // target = target * share + other * (1 - share), in place, on rows of `rowMode`: 1 all; 3 the rows
 // 1, 3, 5 and so on; any other the rows 0, 2, 4 and so on. Colours count as premultiplied.
 //
