@@ -82,6 +82,19 @@ Value RoundClamped(Real value) {
     }
 }
 
+// The write of a pixel by a rule that adds nothing: RoundClamped without its 0.5.
+template <typename Value>
+Value TruncateClamped(float value) {
+    if constexpr (std::is_floating_point_v<Value>) {
+        return value;
+    } else {
+        if (!(value > 0.0f)) return 0;
+        constexpr Value kWhite = std::numeric_limits<Value>::max();
+        return value >= static_cast<float>(kWhite) ? kWhite
+                                                   : static_cast<Value>(static_cast<int>(value));
+    }
+}
+
 // Adds 0.5, brings the sum into 0 to `maximum` and cuts: `maximum` itself is never rounded up.
 template <typename Value>
 Value RoundToRange(float value, float maximum) {
