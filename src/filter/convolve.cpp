@@ -86,8 +86,12 @@ void ConvolveColumns(ZPImage& image, const Kernel& kernel) {
 }  // namespace
 
 void SmoothBinomial(ZPImage& image) {
+    SmoothBinomial(image, image);
+}
+
+void SmoothBinomial(ZPImage& dest, const ZPImage& source) {
     static constexpr float kWeights[] = {0.375f, 0.25f, 0.0625f};
-    FilterImage(image, image, kWeights, FilterPass::kBoth);
+    FilterImage(dest, source, kWeights, FilterPass::kBoth);
 }
 
 void BoxFilter(ZPImage& image, int mode, float radius) {

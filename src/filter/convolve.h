@@ -7,6 +7,8 @@ namespace velorin {
 // Smooths `image` in place along both axes with the binomial weights 1 4 6 4 1 over 16. Borders,
 // limits and errors are those of FilterImage.
 void SmoothBinomial(ZPImage& image);
+// The same from `source` into `dest`, images of one size and form.
+void SmoothBinomial(ZPImage& dest, const ZPImage& source);
 
 // Mode of the two below. On purpose not that of GaussianBlur: 1 does nothing here.
 //   0 both axes, rows first; 1 nothing; 2 rows only; 3 columns only

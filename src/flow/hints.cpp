@@ -1,24 +1,10 @@
 #include "flow/optical_flow.h"
-#include "image/parallel_rows.h"
+#include "flow/scatter_levels.h"
 
 namespace velorin {
 
 void ZPOpticalFlowUChar::ImposeHints(int level) {
-    ZPImage& flow = *flowPyramid[level];
-    const ZPImage& hints = *hintFlowPyramid[level];
-    const ZPImage& weights = *hintWeightPyramid[level];
-    ParallelRows(flow.height, [&](int firstRow, int lastRow) {
-        for (int y = firstRow; y <= lastRow; ++y) {
-            const float* hint = hints.Row<float>(y);
-            const float* weight = weights.Row<float>(y);
-            float* vector = flow.Row<float>(y);
-            for (int x = 0; x < flow.width; ++x) {
-                if (weight[x] == 0.0f) continue;
-                vector[2 * x] = hint[2 * x] / weight[x];
-                vector[2 * x + 1] = hint[2 * x + 1] / weight[x];
-            }
-        }
-    });
+    ImposeKnown(*flowPyramid[level], *hintFlowPyramid[level], *hintWeightPyramid[level]);
 }
 
 bool ZPOpticalFlowUChar::HasHints(int level) const {

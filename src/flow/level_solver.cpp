@@ -4,6 +4,7 @@
 
 #include "filter/convolve.h"
 #include "filter/gaussian_blur.h"
+#include "flow/scatter_levels.h"
 #include "image/bilinear.h"
 #include "image/parallel_rows.h"
 
@@ -131,25 +132,6 @@ void SolveRows(ZPImage& flow, const ZPImage& tensor, const ZPImage& mismatch, in
     }
 }
 
-void ResampleFlowRows(ZPImage& fine, const ZPImage& coarse, int firstRow, int lastRow) {
-    const float w = static_cast<float>(coarse.lastColumn);
-    const float h = static_cast<float>(coarse.lastRow);
-    const float fineW = static_cast<float>(fine.lastColumn);
-    const float fineH = static_cast<float>(fine.lastRow);
-    const float stretchX = fineW / w;
-    const float stretchY = fineH / h;
-    for (int y = firstRow; y <= lastRow; ++y) {
-        const FlowLine line(coarse, static_cast<float>(y) * h / fineH);
-        float* out = fine.Row<float>(y);
-        for (int x = 0; x < fine.width; ++x, out += 2) {
-            float u, v;
-            line.At(static_cast<float>(x) * w / fineW, u, v);
-            out[0] = u * stretchX;
-            out[1] = v * stretchY;
-        }
-    }
-}
-
 }  // namespace
 
 void ComputeGradients(ZPImage& gradientX, ZPImage& gradientY, const ZPImage& source) {
@@ -200,12 +182,10 @@ void BlurStage(ZPImage& image, bool isSum, int mode) {
 }
 
 void ResampleFlow(ZPImage& fine, const ZPImage& coarse) {
-    const bool fits = fine.pixelType == ZPPixFloat && coarse.pixelType == ZPPixFloat &&
-                      fine.channels == coarse.channels && fine.channels == 2;
-    if (!fits) throw ZPErrBadArgument;
-    ParallelRows(fine.height, [&](int firstRow, int lastRow) {
-        ResampleFlowRows(fine, coarse, firstRow, lastRow);
-    });
+    if (fine.channels != 2) throw ZPErrBadArgument;
+    ResampleLevel(fine, coarse,
+                  static_cast<float>(fine.lastColumn) / static_cast<float>(coarse.lastColumn),
+                  static_cast<float>(fine.lastRow) / static_cast<float>(coarse.lastRow));
 }
 
 }  // namespace velorin

@@ -1,16 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
+#include "flow/image_pyramid.h"
 #include "image/progress.h"
 #include "image/zp_image.h"
 
 namespace velorin {
-
-// The images of one kind on all levels; null beyond the last level and where the kind is not used.
-inline constexpr int kMaxLevels = 32;
-using ImagePyramid = std::unique_ptr<ZPImage>[kMaxLevels];
 
 // Levels above the working size: sides are halved, cutting, while both stay above 2 and at least
 // `minLevelSize`. At least 1.
