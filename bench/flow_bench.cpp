@@ -1,6 +1,7 @@
 #include "bench/timing.h"
 #include "flow/level_solver.h"
 #include "flow/luminance.h"
+#include "flow/matte.h"
 #include "flow/optical_flow.h"
 #include "flow/propagate.h"
 #include "image/arithmetic.h"
@@ -108,6 +109,32 @@ Operation PrepareWhole() {
             {}};
 }
 
+// Marks about five percent of a frame as a warp does: a strip along two borders and slivers along
+// the edges of things that moved.
+std::shared_ptr<ZPImage> DrawHoles() {
+    auto holes = std::make_shared<ZPImage>(kFrameWidth, kFrameHeight, 1, ZPPixUChar, 0);
+    for (int y = 0; y < kFrameHeight; ++y) {
+        auto* row = holes->Row<std::uint8_t>(y);
+        for (int x = 0; x < kFrameWidth; ++x) {
+            const int dx = x % 384 - 192, dy = y % 360 - 180;
+            const int inner = dx * dx + dy * dy, outer = (dx - 26) * (dx - 26) + dy * dy;
+            const bool sliver = inner < 90 * 90 && outer >= 90 * 90;
+            row[x] = x < 16 || y >= kFrameHeight - 8 || sliver ? 255 : 0;
+        }
+    }
+    return holes;
+}
+
+template <bool kHoles>
+Operation PrepareFill() {
+    const ZPImage& frame = DrawnFrame(ZPPixUChar, 0);
+    const auto image = CreateCopy(frame);
+    const auto holes = DrawHoles();
+    if (!kHoles) ClearImage(holes.get());
+    return {CountPixels(frame), [image, holes] { FillUnderMatte(*image, *holes, nullptr); },
+            [image, &frame] { CopyExact(image.get(), &frame); }};
+}
+
 bool Register() {
     Time("flow: luminance of a full HD frame, 8-bit x 4", PrepareLuminance);
     Time("flow: load of a full HD frame into a pyramid", PrepareLoad);
@@ -117,6 +144,8 @@ bool Register() {
     Time("flow: propagation, 960 x 540", PreparePropagation);
     Time("flow: level resample to 960 x 540", PrepareLevelResample);
     Time("flow: whole flow between full HD frames at half size", PrepareWhole);
+    Time("flow: hole fill of a full HD frame, 8-bit x 4, 5 percent holes", PrepareFill<true>);
+    Time("flow: hole fill of a full HD frame, 8-bit x 4, no hole", PrepareFill<false>);
     return true;
 }
 
