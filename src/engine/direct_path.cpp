@@ -1,6 +1,7 @@
 #include "engine/render_pass.h"
 #include "image/copy.h"
 #include "warp/blend.h"
+#include "warp/flow_dissolve.h"
 
 namespace velorin {
 
@@ -9,17 +10,15 @@ void KQVelorin4Internal::RenderDirect(RenderPass& pass) {
     pass.frames.HoldWarped(pass.floorFrame, pass.ceilFrame);
     const ZPImage& floorFrame = pass.frames.WarpedFloor();
     const ZPImage& ceilFrame = pass.frames.WarpedCeil();
-    // The copies take any size and type, but walk both images by one channel count.
-    for (const ZPImage* frame : {&floorFrame, &ceilFrame}) {
-        if (frame->channels != pass.Sample().channels) throw ZPErrBadArgument;
-    }
+    pass.RequireChannels();
     switch (pass.interpMethod) {
         case 0:
             return CopyConverted(pass.Target(), pass.floorWeight >= 0.5f ? floorFrame : ceilFrame);
         case 1:
             return ZPBlendTwo(pass.Target(), floorFrame, ceilFrame, 1.0f - pass.floorWeight);
         default:
-            throw ZPErrBadArgument;
+            return ZPFlowDissolve(pass.Target(), floorFrame, nullptr, ceilFrame, nullptr, nullptr,
+                                  nullptr, pass.floorWeight);
     }
 }
 

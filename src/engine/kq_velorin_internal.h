@@ -121,7 +121,7 @@ class KQVelorin4Internal : public KQMem {
     void ComputeNearestFlow(RenderPass& pass);
     void ComputeBothFlows(RenderPass& pass);
     void WarpNearest(RenderPass& pass);
-    void WarpBlend(RenderPass& pass);
+    void WarpBoth(RenderPass& pass);
 };
 
 }  // namespace velorin

@@ -11,7 +11,7 @@ namespace {
 void RefuseUnbuilt(const FrameRequest& request, int hostVectors) {
     const bool unbuilt = request.inputFields != 0 || request.outputFields != 0 ||
                          request.matteLayers != 0 || request.compensate > 0.005f ||
-                         hostVectors == 1;
+                         request.interpMethod < 0 || request.interpMethod > 2 || hostVectors == 1;
     if (unbuilt) throw ZPErrBadArgument;
 }
 

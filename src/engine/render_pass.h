@@ -22,6 +22,19 @@ struct RenderPass {
                                          sample.pixelType, 0);
     }
 
+    // One byte a pixel, of the result's size; null where none is needed.
+    std::unique_ptr<ZPImage> CreateCoverage(bool needed) const {
+        if (!needed) return nullptr;
+        return std::make_unique<ZPImage>(Sample().width, Sample().height, 1, ZPPixUChar, 0);
+    }
+    // Throws ZPErrBadArgument unless both warped frames have the result's channels: what copies a
+    // whole frame takes any size and type, but walks both images by one channel count.
+    void RequireChannels() const {
+        for (const ZPImage* frame : {&frames.WarpedFloor(), &frames.WarpedCeil()}) {
+            if (frame->channels != Sample().channels) throw ZPErrBadArgument;
+        }
+    }
+
     KQVelorin4& host;
     const FrameRequest& request;
     KQIdleAndProgressClass progress;

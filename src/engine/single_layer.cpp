@@ -1,21 +1,10 @@
+#include "engine/method_matrix.h"
 #include "engine/render_pass.h"
 #include "image/copy.h"
-#include "warp/blend.h"
-#include "warp/inverse_warp.h"
 
 namespace velorin {
 
 namespace {
-
-enum Warping { kInverse = 0 };
-
-// Moves `source` into `dest` along `flow` by `amount` of it, borders extended. A source that does
-// not fit leaves black.
-void Inverse(RenderPass& pass, ZPImage& dest, const ZPImage& source, const ZPImage& flow,
-             float amount) {
-    if (!ZPInverseWarp(dest, source, flow, 1, nullptr, 1, amount)) ClearImage(&dest);
-    pass.progress.Tick();
-}
 
 // Which part of the whole bar the next stage of this pass moves.
 void SetStage(RenderPass& pass, int stage, int stages) {
@@ -27,19 +16,13 @@ void SetStage(RenderPass& pass, int stage, int stages) {
 }  // namespace
 
 void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
-    if (warpingMethod != kInverse) throw ZPErrBadArgument;
     PrepareEstimator(pass);
     const int useTrackingClip = pass.request.sameClipForTracking != 1;
     pass.frames.HoldTracked(pass.floorFrame, pass.ceilFrame, useTrackingClip);
-    switch (pass.interpMethod) {
-        case 0:
-            ComputeNearestFlow(pass);
-            break;
-        case 1:
-            ComputeBothFlows(pass);
-            break;
-        default:
-            throw ZPErrBadArgument;
+    if (pass.interpMethod == 0) {
+        ComputeNearestFlow(pass);
+    } else {
+        ComputeBothFlows(pass);
     }
     pass.needFlows = false;
     if (pass.request.sameClipForTracking == 0) {
@@ -51,7 +34,7 @@ void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
     if (pass.interpMethod == 0) {
         WarpNearest(pass);
     } else {
-        WarpBlend(pass);
+        WarpBoth(pass);
     }
 }
 
@@ -69,14 +52,15 @@ void KQVelorin4Internal::PrepareEstimator(RenderPass& pass) {
     opticalFlow->SetSensitivity(pass.layerSensitivity[background]);
 }
 
-// One flow: for the inverse warp from the frame that is not shown to the one that is.
+// One flow: for the inverse warps from the frame that is not shown to the one that is, for the
+// forward ones from the shown frame on.
 void KQVelorin4Internal::ComputeNearestFlow(RenderPass& pass) {
     SetStage(pass, 0, 1);
     if (!pass.needFlows) return;
     const ZPImage& floorFrame = pass.frames.TrackedFloor();
     const ZPImage& ceilFrame = pass.frames.TrackedCeil();
-    const bool fromFloor = (pass.floorWeight < 0.5f && warpingMethod < 2) ||
-                           (pass.floorWeight >= 0.5f && warpingMethod >= 2);
+    const bool fromFloor = (pass.floorWeight < 0.5f && warpingMethod < kForward) ||
+                           (pass.floorWeight >= 0.5f && warpingMethod >= kForward);
     const ZPImage& a = fromFloor ? floorFrame : ceilFrame;
     const ZPImage& b = fromFloor ? ceilFrame : floorFrame;
     opticalFlow->ComputeFlowFromImages(nullptr, &a, &b, 1, 1, 0, &pass.progress, previous.enhance);
@@ -107,17 +91,28 @@ void KQVelorin4Internal::WarpNearest(RenderPass& pass) {
     const bool showsFloor = pass.floorWeight >= 0.5f;
     const ZPImage& shown = showsFloor ? pass.frames.WarpedFloor() : pass.frames.WarpedCeil();
     const float amount = showsFloor ? 1.0f - pass.floorWeight : pass.floorWeight;
-    Inverse(pass, pass.Target(), shown, *opticalFlow->Flow(), amount);
+    const std::unique_ptr<ZPImage> coverage = pass.CreateCoverage(UsesCoverage(warpingMethod));
+    MoveNearest(pass.Target(), shown, *opticalFlow->Flow(), amount, warpingMethod, coverage.get(),
+                pass.progress);
 }
 
-void KQVelorin4Internal::WarpBlend(RenderPass& pass) {
-    const std::unique_ptr<ZPImage> floorWarped = pass.CreateWorkingImage();
-    const std::unique_ptr<ZPImage> ceilWarped = pass.CreateWorkingImage();
-    const float fromFloor = 1.0f - pass.floorWeight;
-    const float fromCeil = pass.floorWeight;
-    Inverse(pass, *floorWarped, pass.frames.WarpedFloor(), *backFlow, fromFloor);
-    Inverse(pass, *ceilWarped, pass.frames.WarpedCeil(), *forwardFlow, fromCeil);
-    ZPBlendTwo(pass.Target(), *floorWarped, *ceilWarped, fromFloor);
+void KQVelorin4Internal::WarpBoth(RenderPass& pass) {
+    const FramePair pair{
+        pass.frames.WarpedFloor(), pass.frames.WarpedCeil(),   *forwardFlow, *backFlow,
+        pass.floorWeight,          pass.request.imagesAreYCbCr};
+    const std::unique_ptr<ZPImage> floorCoverage = pass.CreateCoverage(UsesCoverage(warpingMethod));
+    const std::unique_ptr<ZPImage> ceilCoverage = pass.CreateCoverage(UsesCoverage(warpingMethod));
+    WarpRoom room{nullptr, nullptr, floorCoverage.get(), ceilCoverage.get()};
+    if (pass.interpMethod == 1) {
+        const std::unique_ptr<ZPImage> floorPicture = pass.CreateWorkingImage();
+        const std::unique_ptr<ZPImage> ceilPicture = pass.CreateWorkingImage();
+        room.floorPicture = floorPicture.get();
+        room.ceilPicture = ceilPicture.get();
+        MixBlend(pass.Target(), pair, warpingMethod, room, pass.progress);
+    } else {
+        pass.RequireChannels();
+        MixEnergy(pass.Target(), pair, warpingMethod, room, pass.progress);
+    }
 }
 
 }  // namespace velorin

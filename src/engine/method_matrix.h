@@ -1,0 +1,53 @@
+#pragma once
+
+#include "image/progress.h"
+#include "image/zp_image.h"
+
+namespace velorin {
+
+// Answers of KQVelorin4::UsesWhichWarping.
+enum Warping { kInverse = 0, kInverseSmart = 1, kForward = 2, kForwardPlain = 3 };
+
+// Whether the method looks at what a warp covered, and fills what nothing covers.
+inline bool UsesCoverage(int warping) {
+    return warping == kInverseSmart || warping == kForward;
+}
+
+// Two frames, the flows between them, and where between them the picture lies.
+struct FramePair {
+    const ZPImage& floorFrame;
+    const ZPImage& ceilFrame;
+    const ZPImage& forwardFlow;  // floor to ceil
+    const ZPImage& backFlow;     // ceil to floor
+    float floorWeight;           // 1.0 on the floor frame
+    bool isYCbCr = false;
+};
+
+// Room to work in: pictures of the frames' form, and coverage images, one channel of bytes, which
+// are only touched by methods that use coverage.
+struct WarpRoom {
+    ZPImage* floorPicture = nullptr;
+    ZPImage* ceilPicture = nullptr;
+    ZPImage* floorCoverage = nullptr;
+    ZPImage* ceilCoverage = nullptr;
+};
+
+// How a picture between two frames comes about: one row of the matrix of methods each, with the
+// warping method as its column. All throw what warps and fills throw. Frames and flows that do not
+// fit each other count as black, after the warp's line on standard error.
+
+// The nearer frame alone, moved by `amount` of `flow`: the flow that leads to the frame for the
+// inverse methods, the one that leaves it for the forward ones. `coverage` may be null where the
+// method uses none.
+void MoveNearest(ZPImage& target, const ZPImage& shown, const ZPImage& flow, float amount,
+                 int warping, ZPImage* coverage, KQIdleAndProgressClass& progress);
+
+// Both frames moved and cross-dissolved. Needs the pictures of `room`.
+void MixBlend(ZPImage& target, const FramePair& pair, int warping, const WarpRoom& room,
+              KQIdleAndProgressClass& progress);
+
+// Both frames moved, sharpened and mixed. The pictures of `room` may be null.
+void MixEnergy(ZPImage& target, const FramePair& pair, int warping, const WarpRoom& room,
+               KQIdleAndProgressClass& progress);
+
+}  // namespace velorin
