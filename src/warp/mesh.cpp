@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <memory>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 #include "image/bilinear.h"
@@ -24,6 +25,19 @@ constexpr std::array<float, 256> kMeanWeights = [] {
     return weights;
 }();
 
+// Rows of the target that triangles of one strip of the mesh alone can touch. No lock is needed
+// there, which saves a third of the time of a warp that moves little.
+struct PrivateRows {
+    PrivateRows(const ZPWarpJob& job, int firstRow, int lastRow) {
+        if (firstRow > job.minRow) first = static_cast<float>(firstRow) + job.reach;
+        if (lastRow < job.maxRow) last = static_cast<float>(lastRow) - job.reach;
+    }
+    // False throughout where the reach is not a number.
+    bool Hold(int y) const { return static_cast<float>(y) > first && static_cast<float>(y) < last; }
+    float first = -1.0f;
+    float last = std::numeric_limits<float>::infinity();
+};
+
 // The canvas of the forward warp: a pixel is the mean of its hits, as it was stored after each.
 template <typename Value>
 struct MeanCanvas {
@@ -33,7 +47,8 @@ struct MeanCanvas {
     class Row {
       public:
         Row(const MeanCanvas& canvas, int y)
-            : lock(canvas.job.rowLocks ? canvas.job.rowLocks[y] : nullptr),
+            : lock(canvas.job.rowLocks && !canvas.privateRows.Hold(y) ? canvas.job.rowLocks[y]
+                                                                      : nullptr),
               pixel(canvas.job.target->template Row<Value>(y)),
               hits(canvas.job.coverage->template Row<std::uint8_t>(y)) {
             if (lock) LockRow(lock);
@@ -67,6 +82,7 @@ struct MeanCanvas {
     };
 
     const ZPWarpJob& job;
+    const PrivateRows privateRows;
 };
 
 // How the flow's own pixels relate to those of the source.
@@ -111,7 +127,7 @@ template <typename Value>
 void DrawRows(const ZPWarpJob& job, int firstRow, int lastRow, MeshRow upper, MeshRow lower,
               KQIdleAndProgressClass& progress) {
     using Raster = ZPRasterTriangle<MeanCanvas<Value>>;
-    MeanCanvas<Value> canvas{job};
+    MeanCanvas<Value> canvas{job, PrivateRows(job, firstRow, lastRow)};
     const MeshScale scale(job);
     const float maxX = static_cast<float>(job.target->lastColumn);
     const float maxY = static_cast<float>(job.target->lastRow);
@@ -155,8 +171,30 @@ class Scratch {
     void* block;
 };
 
+// A row more than the longest vector's, for what rounding adds.
+float FindReach(const ZPWarpJob& job) {
+    std::array<float, kMaxThreads> longest{};
+    ParallelRows(job.flow->height, [&](int worker, int firstRow, int lastRow) {
+        float found = 0.0f;
+        for (int y = firstRow; y <= lastRow; ++y) {
+            const float* vector = job.flow->Row<float>(y);
+            for (int x = 0; x < job.flow->width; ++x) {
+                const float v = std::fabs(vector[2 * x + 1]);
+                if (v > found || v != v) found = v;  // a NaN stays
+            }
+        }
+        longest[worker] = found;
+    });
+    float reach = 0.0f;
+    for (float found : longest) {
+        if (found > reach || found != found) reach = found;
+    }
+    return reach * std::fabs(MeshScale(job).travelY) * 1.001f + 1.0f;
+}
+
 struct RowLocks {
     RowLocks(ZPWarpJob& newJob) : job(newJob), count(job.target->height) {
+        job.reach = FindReach(job);
         job.rowLocks = CreateRowLocks(count);
     }
     ~RowLocks() {

@@ -20,7 +20,7 @@ struct RasterVertex {
 
 // Draws one triangle by scan conversion into a canvas: each pixel whose centre the triangle covers
 // is merged with the attributes interpolated linearly there. A line that equals an edge's lower end
-// is no longer on that edge, so neighbours share no pixels of a common horizontal edge.
+// is no longer on that edge.
 //
 //   vertices     three, of either orientation, anywhere; one that is not a number draws no span
 //   maxX, maxY   last column and row of the canvas
@@ -50,13 +50,17 @@ class ZPRasterTriangle {
     using Lanes = PixelLanes<N>;
     using Corners = std::array<const Vertex*, 3>;  // top, middle, bottom
 
-    // An edge that crosses the current line; it runs downward.
+    // An edge, as it crosses the current line.
     struct Edge {
-        float endY;
-        float currentX;
+        float x;
         float stepX;
-        Lanes currentAttributes;
+        Lanes attributes;
         Lanes stepAttributes;
+
+        void Step() {
+            x += stepX;
+            attributes = attributes + stepAttributes;
+        }
     };
 
     ZPRasterTriangle(Canvas& newCanvas, const Corners& newCorners, float newMaxX, float newMaxY)
@@ -69,8 +73,8 @@ class ZPRasterTriangle {
                (a.x > maxX && b.x > maxX && c.x > maxX) || (a.y > maxY && b.y > maxY && c.y > maxY);
     }
 
-    // Which of two corners on one line comes first decides on which edge the other end lies, and so
-    // the last bits of what is drawn.
+    // Which of two corners on one line comes first decides where edges start, and so the last bits
+    // of what is drawn.
     static Corners SortByLine(const Vertex& a, const Vertex& b, const Vertex& c) {
         if (b.y < a.y) {
             if (!(a.y > c.y)) return {&b, &a, &c};
@@ -80,112 +84,108 @@ class ZPRasterTriangle {
         return {&a, &b, &c};
     }
 
-    void DrawLines() {
-        const float top = std::ceil(corners[0]->y);
-        const float bottom = std::floor(corners[2]->y);
-        const float last = maxY < bottom ? maxY : bottom;
-        int next = 0;
-        for (float line = top < 0.0f ? 0.0f : top; line <= last; line += 1.0f) {
-            for (; next < 3 && corners[next]->y <= line; ++next) {
-                RetireEdges(line);
-                AddEdgesFrom(next, line);
+    // From the first line at or below the top to the last one above the bottom: one edge runs all
+    // the way, the other side changes from the upper to the lower edge at the middle corner.
+    void DrawLines() const {
+        const auto& [top, middle, bottom] = corners;
+        const float end = bottom->y;
+        // Cut to the canvas before they become integers: what lies far outside fits none.
+        const float start = top->y < 0.0f ? 0.0f : top->y;
+        if (!(start <= maxY)) return;
+        float line = Ceiling(start);
+        if (!(line <= maxY && line < end)) return;
+        Edge through = Place(*top, *bottom, line);
+        bool aboveMiddle = middle->y > line;
+        Edge side = aboveMiddle ? Place(*top, *middle, line) : Place(*middle, *bottom, line);
+        for (;;) {
+            through.Step();
+            side.Step();
+            DrawBetween(line, through, side);
+            line += 1.0f;
+            if (!(line <= maxY && line < end)) return;
+            if (aboveMiddle && middle->y <= line) {
+                aboveMiddle = false;
+                side = Place(*middle, *bottom, line);
             }
-            for (int i = 0; i < edgeCount; ++i) Step(edges[i]);
-            if (edgeCount == 2) DrawLine(TruncateInside(line));
         }
     }
 
-    void RetireEdges(float line) {
-        if (edgeCount == 2 && line >= edges[1].endY) --edgeCount;
-        if (edgeCount > 0 && line >= edges[0].endY) {
-            if (edgeCount == 2) edges[0] = edges[1];
-            --edgeCount;
-        }
-    }
-
-    // Upward there is none: the corners above have been passed.
-    void AddEdgesFrom(int corner, float line) {
-        for (int end = corner + 1; end < 3; ++end) {
-            if (corners[end]->y > line)
-                edges[edgeCount++] = Place(*corners[corner], *corners[end], line);
-        }
-    }
-
-    static void Step(Edge& edge) {
-        edge.currentX += edge.stepX;
-        edge.currentAttributes = edge.currentAttributes + edge.stepAttributes;
-    }
-
-    // One line above the current one, because it is stepped before it is used.
+    // One line above the current one, because an edge is stepped before it is used.
     static Edge Place(const Vertex& start, const Vertex& end, float line) {
         const float dy = end.y - start.y;
         const Lanes first = Lanes::Load(start.attributes);
         // Here the place above the line would lie beyond all bounds.
-        if (dy < 1e-5f) return {end.y, start.x, 0.0f, first, Lanes::All(0.0f)};
+        if (dy < 1e-5f) return {start.x, 0.0f, first, Lanes::All(0.0f)};
         const float inverse = 1.0f / dy;
         const float t = (line - 1.0f - start.y) * inverse;
         const float dx = end.x - start.x;
-        const Lanes d = Lanes::Load(end.attributes) - first;
-        return {end.y, start.x + t * dx, dx * inverse, first + d * t, d * inverse};
+        const Lanes difference = Lanes::Load(end.attributes) - first;
+        return {start.x + t * dx, dx * inverse, first + difference * t, difference * inverse};
     }
 
-    void DrawLine(int line) {
-        const int left = edges[1].currentX < edges[0].currentX ? 1 : 0;
-        const Edge& l = edges[left];
-        const Edge& r = edges[1 - left];
-        const float width = r.currentX - l.currentX;
+    void DrawBetween(float line, const Edge& a, const Edge& b) const {
+        const Edge& left = b.x < a.x ? b : a;
+        const Edge& right = b.x < a.x ? a : b;
+        const float width = right.x - left.x;
         if (!(width > 1e-8f)) return;
-        DrawSpan(line, l.currentX, r.currentX, width, l.currentAttributes, r.currentAttributes);
+        DrawSpan(line, left.x, right.x, width, left.attributes, right.attributes);
     }
 
-    // The rule of half-open edges would leave the canvas' last line empty under a triangle that
-    // ends exactly on it.
-    void DrawFlatBottom() {
+    // The last line of a triangle that ends exactly on it is left to the triangle below. Under the
+    // canvas' last line there is none.
+    void DrawFlatBottom() const {
         const Vertex& middle = *corners[1];
         const Vertex& bottom = *corners[2];
         if (middle.y != maxY || middle.y != bottom.y) return;
         const bool bottomIsLeft = !(bottom.x > middle.x);
-        const Vertex& l = bottomIsLeft ? bottom : middle;
-        const Vertex& r = bottomIsLeft ? middle : bottom;
-        const float first = std::ceil(l.x);
-        const float last = std::floor(r.x);
+        const Vertex& left = bottomIsLeft ? bottom : middle;
+        const Vertex& right = bottomIsLeft ? middle : bottom;
+        const float first = std::ceil(left.x);
+        const float last = std::floor(right.x);
         if (Canvas::kDrawsSinglePixel ? !(first <= last) : !(first < last)) return;
-        const float width = r.x - l.x;
+        const float width = right.x - left.x;
         if (!(width > 1e-5f)) return;
-        DrawSpan(TruncateInside(maxY), l.x, r.x, width, Lanes::Load(l.attributes),
-                 Lanes::Load(r.attributes));
+        DrawSpan(maxY, left.x, right.x, width, Lanes::Load(left.attributes),
+                 Lanes::Load(right.attributes));
     }
 
-    void DrawSpan(int line, float leftX, float rightX, float width, Lanes left, Lanes right) {
-        // Compared as floats: what lies far outside fits no integer.
-        const float first = std::ceil(leftX);
-        const float last = std::floor(rightX);
-        const float x0 = first < 0.0f ? 0.0f : first;
-        const float x1 = last > maxX ? maxX : last;
-        if (!(x0 <= x1)) return;
+    // From leftX to rightX, `width` apart, as far as it lies on the canvas.
+    void DrawSpan(float line, float leftX, float rightX, float width, Lanes left,
+                  Lanes right) const {
+        const float from = leftX < 0.0f ? 0.0f : leftX;
+        const float to = rightX > maxX ? maxX : rightX;
+        if (!(from <= maxX && to >= 0.0f)) return;
+        const float first = Ceiling(from);
+        const int x1 = TruncateInside(to);
+        int x = TruncateInside(first);
+        if (x > x1) return;
         const Lanes difference = right - left;
-        typename Canvas::Row row(canvas, line);
-        row.MoveTo(TruncateInside(x0));
-        if (x0 == x1) {
-            row.Merge(left + difference * ((x1 - leftX) / width));
+        typename Canvas::Row row(canvas, TruncateInside(line));
+        row.MoveTo(x);
+        if (x == x1) {
+            row.Merge(left + difference * ((first - leftX) / width));
             return;
         }
         const float inverse = 1.0f / width;
-        Lanes attributes = left + difference * ((x0 - leftX) * inverse);
+        Lanes attributes = left + difference * ((first - leftX) * inverse);
         const Lanes step = difference * inverse;
-        for (int count = TruncateInside(x1) - TruncateInside(x0); count > 0; --count) {
+        for (; x < x1; ++x) {
             row.Merge(attributes);
             attributes = attributes + step;
         }
         row.Merge(attributes);
     }
 
+    // Of a position on the canvas; std::ceil is a call on processors of the baseline.
+    static float Ceiling(float position) {
+        const float cut = static_cast<float>(TruncateInside(position));
+        return cut < position ? cut + 1.0f : cut;
+    }
+
     Canvas& canvas;
     const Corners corners;
     const float maxX;
     const float maxY;
-    int edgeCount = 0;
-    Edge edges[2];
 };
 
 }  // namespace velorin

@@ -22,6 +22,7 @@ struct ZPWarpJob {
     std::int32_t minRow = 0;
     std::int32_t maxRow = 0;
     RowLock** rowLocks = nullptr;  // one a row of the target; null where one thread runs
+    float reach = 0.0f;            // rows that a vertex moves up or down, at most
 };
 
 }  // namespace velorin
