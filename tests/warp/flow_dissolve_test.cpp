@@ -1,0 +1,179 @@
+#include "warp/flow_dissolve.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "image/copy.h"
+#include "support/failing_allocator.h"
+#include "support/forms.h"
+#include "support/gap_image.h"
+#include "support/memory_host.h"
+#include "support/noise.h"
+#include "warp/blend.h"
+#include "warp/inverse_warp.h"
+#include "warp/warp_image.h"
+
+namespace velorin {
+namespace {
+
+constexpr int kWidth = 48;
+constexpr int kHeight = 40;
+
+// Two frames with a hard edge in them, and flows of both ways.
+struct Pair {
+    explicit Pair(int type, int bottomUp = 0)
+        : first(DrawTexture(kWidth, kHeight, type, 0.0f, 0.0f, bottomUp)),
+          second(DrawTexture(kWidth, kHeight, type, 4.0f, 1.0f, bottomUp)) {
+        for (ZPImage* flow : {&forward, &back}) {
+            const float sign = flow == &forward ? 1.0f : -1.0f;
+            for (int y = 0; y < flow->height; ++y) {
+                for (int x = 0; x < flow->width; ++x) {
+                    PutValue(*flow, x, y, 0, sign * (x < 12 ? 2.0f : 5.0f));
+                    PutValue(*flow, x, y, 1, sign * 0.5f);
+                }
+            }
+        }
+        for (int y = 0; y < kHeight; ++y) {
+            for (int c = 0; c < 3; ++c) PutValue(*first, 20, y, c, 0.85f * first->whitePoint);
+        }
+    }
+    std::unique_ptr<ZPImage> first;
+    std::unique_ptr<ZPImage> second;
+    ZPImage forward{kWidth / 2, kHeight / 2, 2, ZPPixFloat, 0};
+    ZPImage back{kWidth / 2, kHeight / 2, 2, ZPPixFloat, 0};
+};
+
+// One of the four courses over a pair.
+using Course = std::function<void(ZPImage& dest, const Pair&, const ZPImage* forward,
+                                  const ZPImage* back, ZPImage* scratch, float share)>;
+
+struct Coverage {
+    ZPImage first{kWidth, kHeight, 1, ZPPixUChar, 0};
+    ZPImage second{kWidth, kHeight, 1, ZPPixUChar, 0};
+};
+
+const std::pair<const char*, Course> kCourses[] = {
+    {"inverse",
+     [](ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
+        float share) { ZPFlowDissolve(dest, *p.first, f, *p.second, b, scratch, nullptr, share); }},
+    {"inverse with coverage",
+     [](ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
+        float share) {
+         Coverage c;
+         ZPFlowDissolveCoverage(dest, *p.first, f, *p.second, b, scratch, nullptr, c.first,
+                                c.second, share);
+     }},
+    {"forward",
+     [](ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
+        float share) {
+         Coverage c;
+         ZPFlowDissolveForward(dest, *p.first, f, *p.second, b, scratch, nullptr, &c.first,
+                               &c.second, nullptr, share);
+     }},
+    {"forward without coverage",
+     [](ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
+        float share) {
+         Coverage c;
+         ZPFlowDissolveForward(dest, *p.first, f, *p.second, b, scratch, nullptr, &c.first, nullptr,
+                               nullptr, share);
+     }},
+};
+
+template <typename Work>
+void ForEachCourse(Work&& work) {
+    for (const auto& [name, course] : kCourses) {
+        SCOPED_TRACE(name);
+        work(course);
+    }
+}
+
+TEST(FlowDissolve, WithoutFlowsItIsThePlainMix) {
+    for (int type : {ZPPixUChar, ZPPixUShort, ZPPixFloat}) {
+        const Pair p(type);
+        ZPImage wanted(kWidth, kHeight, 4, type, 0), dest(kWidth, kHeight, 4, type, 0);
+        for (float share : {0.3f, 1.0f}) {
+            ZPBlendTwo(wanted, *p.first, *p.second, 1.0f - share);
+            ForEachCourse([&](const Course& course) {
+                course(dest, p, nullptr, nullptr, nullptr, share);
+                EXPECT_SAME_IMAGE(dest, wanted);
+            });
+            // Either flow alone moves nothing forward.
+            kCourses[3].second(dest, p, &p.forward, nullptr, nullptr, share);
+            EXPECT_SAME_IMAGE(dest, wanted);
+        }
+    }
+}
+
+// On a frame itself the amounts are 0 and 1, and the sharpening is none.
+TEST(FlowDissolve, SharpensWhatMovedAndOnlyBetweenTheFrames) {
+    const Pair p(ZPPixUChar);
+    ZPImage dest(kWidth, kHeight, 4, ZPPixUChar, 0), moved(kWidth, kHeight, 4, ZPPixUChar, 0);
+    ZPImage other(kWidth, kHeight, 4, ZPPixUChar, 0);
+    kCourses[0].second(dest, p, &p.forward, &p.back, nullptr, 1.0f);
+    EXPECT_SAME_IMAGE(dest, *p.first);
+    kCourses[0].second(dest, p, &p.forward, &p.back, nullptr, 0.5f);
+    ZPInverseWarp(moved, *p.first, p.back, 1, nullptr, 1, 0.5f);
+    ZPInverseWarp(other, *p.second, p.forward, 1, nullptr, 1, 0.5f);
+    ZPImage plain(kWidth, kHeight, 4, ZPPixUChar, 0);
+    ZPBlendTwo(plain, moved, other, 0.5f);
+    // Where edges have moved to, bright sides become brighter and dark ones darker; smooth parts
+    // that differ little from before stay.
+    const auto gain = [&](int x) { return ValueAt(dest, x, 20, 1) - ValueAt(plain, x, 20, 1); };
+    EXPECT_GT(gain(22), 5.0f);
+    EXPECT_LT(gain(21), -5.0f);
+    EXPECT_EQ(gain(30), 0.0f);
+}
+
+TEST(FlowDissolve, ScratchImagesRowOrderAndThreadsChangeNothing) {
+    for (int type : {ZPPixUChar, ZPPixFloat}) {
+        const Pair p(type), turned(type, 1);
+        ForEachCourse([&](const Course& course) {
+            ZPImage wanted(kWidth, kHeight, 4, type, 0);
+            course(wanted, p, &p.forward, &p.back, nullptr, 0.4f);
+            const bool isForward = &course >= &kCourses[2].second;
+            ForEachThreadCount([&] {
+                if (isForward && GetThreadCount() > 1) return;
+                GapImage dest(kWidth, kHeight, 4, type, 1);
+                course(*dest, turned, &p.forward, &p.back, nullptr, 0.4f);
+                EXPECT_SAME_IMAGE(*dest, wanted);
+                EXPECT_TRUE(dest.GapsUntouched());
+                // The target itself may be the first scratch image.
+                course(*dest, turned, &p.forward, &p.back, &*dest, 0.4f);
+                EXPECT_SAME_IMAGE(*dest, wanted);
+            });
+        });
+    }
+}
+
+TEST(FlowDissolve, CoverageClosesEveryHole) {
+    const Pair p(ZPPixUChar);
+    ForEachCourse([&](const Course& course) {
+        ZPImage dest(kWidth, kHeight, 4, ZPPixUChar, 0);
+        course(dest, p, &p.forward, &p.back, nullptr, 0.5f);
+        int notFull = 0;
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x) notFull += ValueAt(dest, x, y, 3) < 255.0f ? 1 : 0;
+        }
+        EXPECT_EQ(notFull > 0, &course == &kCourses[3].second);
+    });
+}
+
+TEST(FlowDissolve, FailingMemoryLeavesNothingBehind) {
+    const Pair p(ZPPixUChar);
+    ZPImage dest(kWidth, kHeight, 4, ZPPixUChar, 0);
+    ForEachCourse([&](const Course& course) {
+        FailEachAllocation(
+            [&] {
+                try {
+                    course(dest, p, &p.forward, &p.back, nullptr, 0.4f);
+                } catch (ZPErr failure) {
+                    EXPECT_EQ(failure, ZPErrNoMemory);
+                }
+            },
+            [](bool, int live) { EXPECT_EQ(live, 0); });
+    });
+}
+
+}  // namespace
+}  // namespace velorin
