@@ -1,8 +1,13 @@
 #include <cmath>
 
 #include "bench/timing.h"
+#include "image/arithmetic.h"
+#include "support/noise.h"
 #include "warp/blend.h"
+#include "warp/blend_coverage.h"
+#include "warp/change_matte.h"
 #include "warp/inverse_warp.h"
+#include "warp/voronoi_fill.h"
 #include "warp/warp_image.h"
 
 namespace velorin {
@@ -69,8 +74,93 @@ void TimeForward(int pixelType) {
     }
 }
 
+Operation PrepareBlendInPlace() {
+    const ZPImage& first = DrawnFrame(ZPPixUChar, 0);
+    const ZPImage& second = DrawnFrame(ZPPixUChar, 1);
+    const auto target = CreateCopy(first);
+    return {CountPixels(first), [=, &second] { ZPBlend(*target, second, 0.25f); }, {}};
+}
+
+// One channel of bytes: `value` in discs that cover about `percent` of the frame, else 255 - value.
+std::shared_ptr<ZPImage> DrawDiscs(int percent, int value) {
+    auto discs = std::make_shared<ZPImage>(kFrameWidth, kFrameHeight, 1, ZPPixUChar, 0);
+    FillColor(*discs, static_cast<float>(255 - value) / 255.0f, 0, 0, 0);
+    Noise noise(5);
+    const int wanted = kFrameWidth * (kFrameHeight / 100) * percent;
+    for (int covered = 0; covered < wanted;) {
+        const int radius = noise.Int(2, 24);
+        const int centerX = noise.Int(radius, kFrameWidth - 1 - radius);
+        const int centerY = noise.Int(radius, kFrameHeight - 1 - radius);
+        for (int y = -radius; y <= radius; ++y) {
+            std::uint8_t* row = discs->Row<std::uint8_t>(centerY + y) + centerX;
+            for (int x = -radius; x <= radius; ++x) {
+                if (x * x + y * y > radius * radius || row[x] == value) continue;
+                row[x] = static_cast<std::uint8_t>(value);
+                ++covered;
+            }
+        }
+    }
+    return discs;
+}
+
+// A twentieth of each picture is a hole.
+Operation PrepareCoverageBlend(bool inYCbCr) {
+    const auto first = CreateCopy(DrawnFrame(ZPPixUChar, 0));
+    const auto second = CreateCopy(DrawnFrame(ZPPixUChar, 1));
+    const auto dest = CreateCopy(*first);
+    const auto coverage = DrawDiscs(5, 0);
+    const int matte = inYCbCr ? 0 : 3;
+    for (int y = 0; y < kFrameHeight; ++y) {
+        for (int x = 0; x < kFrameWidth; ++x) {
+            const std::uint8_t covered = coverage->Row<std::uint8_t>(y)[x];
+            first->Row<std::uint8_t>(y)[4 * x + matte] = covered;
+            second->Row<std::uint8_t>(kFrameHeight - 1 - y)[4 * x + matte] = covered;
+        }
+    }
+    const auto blend = inYCbCr ? ZPBlendCoverageYCbCr : ZPBlendCoverage;
+    return {CountPixels(*first),
+            [=] { blend(*dest, *first, *second, *coverage, *coverage, 0.25f); },
+            {}};
+}
+
+Operation PrepareChangeMatte() {
+    const ZPImage& first = DrawnFrame(ZPPixUChar, 0);
+    const ZPImage& second = DrawnFrame(ZPPixUChar, 1);
+    const auto matte = DrawDiscs(0, 0);
+    return {CountPixels(first),
+            [=, &first, &second] { ZPChangeMatte(*matte, first, second, 0.4f, 1); },
+            {}};
+}
+
+// Noise: every pixel is mixed.
+Operation PrepareMatteMix() {
+    const ZPImage& other = DrawnFrame(ZPPixUChar, 1);
+    const auto target = CreateCopy(DrawnFrame(ZPPixUChar, 0));
+    const auto matte = CreateNoise(kFrameWidth, kFrameHeight, 1, ZPPixUChar);
+    return {CountPixels(other), [=, &other] { ZPMatteMix(*target, other, *matte); }, {}};
+}
+
+Operation PrepareVoronoi(int percent) {
+    const auto image = CreateCopy(DrawnFrame(ZPPixUChar, 0));
+    const auto marks = DrawDiscs(percent, 255);
+    return {CountPixels(*image), [=] { ZPVoronoiFill(*image, *marks); }, {}};
+}
+
+void TimeBlends() {
+    Time("warp: ZPBlend, 8-bit x 4", PrepareBlendInPlace);
+    Time("warp: ZPBlendCoverage, 8-bit x 4", [] { return PrepareCoverageBlend(false); });
+    Time("warp: ZPBlendCoverageYCbCr, 8-bit x 4", [] { return PrepareCoverageBlend(true); });
+    Time("warp: ZPChangeMatte, 8-bit x 4", PrepareChangeMatte);
+    Time("warp: ZPMatteMix, 8-bit x 4", PrepareMatteMix);
+    for (int percent : {0, 5, 50}) {
+        Time("warp: ZPVoronoiFill, 8-bit x 4, " + std::to_string(percent) + " % holes",
+             [percent] { return PrepareVoronoi(percent); });
+    }
+}
+
 bool Register() {
     for (int type : {ZPPixUChar, ZPPixFloat}) TimeForward(type);
+    TimeBlends();
     for (int type : {ZPPixUChar, ZPPixUShort, ZPPixFloat}) {
         const std::string form = TypeName(type) + std::string(" x 4");
         Time("warp: ZPInverseWarp, " + form, [type] { return PrepareWarp(type, false); });

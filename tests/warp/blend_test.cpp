@@ -151,6 +151,59 @@ TEST(BlendRows, RefusesImagesThatDoNotFit) {
     EXPECT_SAME_IMAGE(target, *before);
 }
 
+TEST(Blend, EqualsPlainRuleWithFourChannelsAndBlendRowsWithFewer) {
+    ForEachPictureForm([](int type, int channels) {
+        Noise noise(26);
+        ZPImage first(19, 67, channels, type, 0), second(19, 67, channels, type, 0);
+        noise.Fill(first);
+        noise.Fill(second);
+        if (type == ZPPixFloat && channels == 4) second.whitePoint = 0.75f;
+        const float white = second.whitePoint;
+        for (float share : {0.0f, 0.3f, -0.6f, 1.9f, 1.0f}) {
+            Snapshot expected(first);
+            if (channels != 4) ZPBlendRows(*expected, second, 1, share);
+            for (int i = 0; i < 19 * 67 && channels == 4; ++i) {
+                const int x = i % 19, y = i / 19;
+                Pixel mixed;
+                for (int c = 0; c < 4; ++c) {
+                    const float o = ValueAt(second, x, y, c);
+                    mixed[c] = share == 1.0f   ? ValueAt(first, x, y, c)
+                               : share == 0.0f ? o
+                                               : o + (ValueAt(first, x, y, c) - o) * share;
+                }
+                const bool copied = share == 0.0f || share == 1.0f;
+                const bool clear = !copied && !(mixed[3] > 0.0f);
+                for (int c = 0; c < 4; ++c) {
+                    float value = mixed[c];
+                    if (!copied && c == 3) value = std::min(value, white);
+                    if (!copied && type != ZPPixFloat) {
+                        value = std::floor(
+                            std::max(std::min(value + (c < 3 ? 0.5f : 0.0f), white), 0.0f));
+                    }
+                    PutValue(*expected, x, y, c, clear ? 0.0f : value);
+                }
+            }
+            ForEachThreadCount([&] {
+                for (int bottomUp : {0, 1}) {
+                    GapImage target(19, 67, channels, type, bottomUp);
+                    GapImage other(19, 67, channels, type, bottomUp);
+                    CopyExact(&*target, &first);
+                    CopyExact(&*other, &second);
+                    other->whitePoint = white;
+                    EXPECT_EQ(ZPBlend(*target, *other, share), 1);
+                    EXPECT_SAME_IMAGE(*target, *expected);
+                    EXPECT_TRUE(target.GapsUntouched());
+                }
+            });
+        }
+        // With four channels what does not fit is no failure.
+        ZPImage flipped(19, 67, channels, type, 1);
+        Snapshot before(first);
+        EXPECT_EQ(ZPBlend(first, flipped, 0.3f), channels == 4 ? 1 : 0);
+        EXPECT_SAME_IMAGE(first, *before);
+    });
+}
+
 TEST(BlendTwo, EqualsPlainRuleInEveryForm) {
     ForEachPictureForm([](int type, int channels) {
         Noise noise(24);

@@ -1,0 +1,203 @@
+#include "warp/voronoi_fill.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+#include "image/arithmetic.h"
+#include "image/copy.h"
+#include "support/failing_allocator.h"
+#include "support/forms.h"
+#include "support/gap_image.h"
+#include "support/noise.h"
+
+namespace velorin {
+namespace {
+
+struct Seed {
+    int x = 65535;
+    int y = 65535;
+
+    float From(int column, int row) const {
+        const float dx = static_cast<float>(column) - static_cast<float>(x);
+        const float dy = static_cast<float>(row) - static_cast<float>(y);
+        return dx * dx + dy * dy;
+    }
+};
+
+// Four sweeps over whole maps, each pixel asking its three neighbours.
+std::vector<Seed> PlainSeeds(const ZPImage& marks) {
+    const int width = marks.width, height = marks.height;
+    std::vector<Seed> result;
+    for (int sweep = 0; sweep < 4; ++sweep) {
+        std::vector<Seed> map(width * height);
+        const int dx = sweep % 2 == 0 ? 1 : -1, dy = sweep < 2 ? 1 : -1;
+        for (int i = 0; i < width * height; ++i) {
+            const int x = dx > 0 ? i % width : width - 1 - i % width;
+            const int y = dy > 0 ? i / width : height - 1 - i / width;
+            Seed& seed = map[y * width + x];
+            if (ValueAt(marks, x, y, 0) == 0.0f) {
+                seed = {x, y};
+                continue;
+            }
+            const int neighbours[3][2] = {{x - dx, y}, {x, y - dy}, {x - dx, y - dy}};
+            bool any = false;
+            for (const auto& [nx, ny] : neighbours) {
+                if (nx < 0 || nx >= width || ny < 0 || ny >= height) continue;
+                const Seed other = map[ny * width + nx];
+                if (!any || other.From(x, y) < seed.From(x, y)) seed = other;
+                any = true;
+            }
+        }
+        if (sweep == 0) result = map;
+        for (int i = 0; i < width * height; ++i) {
+            const int x = i % width, y = i / width;
+            if (map[i].From(x, y) < result[i].From(x, y)) result[i] = map[i];
+        }
+    }
+    return result;
+}
+
+void ExpectPlainFill(ZPImage& image, const ZPImage& marks) {
+    Snapshot expected(image);
+    const std::vector<Seed> seeds = PlainSeeds(marks);
+    for (int i = 0; i < image.width * image.height; ++i) {
+        if (seeds[i].x >= image.width || seeds[i].y >= image.height) continue;
+        for (int c = 0; c < image.channels; ++c) {
+            PutValue(*expected, i % image.width, i / image.width, c,
+                     ValueAt(image, seeds[i].x, seeds[i].y, c));
+        }
+    }
+    ForEachThreadCount([&] {
+        for (int bottomUp : {0, 1}) {
+            GapImage filled(image.width, image.height, image.channels, image.pixelType, bottomUp);
+            CopyExact(&*filled, &image);
+            ZPVoronoiFill(*filled, marks);
+            EXPECT_SAME_IMAGE(*filled, *expected);
+            EXPECT_TRUE(filled.GapsUntouched());
+        }
+    });
+}
+
+// Marks about `percent` of the pixels, in rectangles up to `side` wide and high.
+void Mark(ZPImage& marks, int percent, int side, Noise& noise) {
+    ClearImage(&marks);
+    const int area = marks.width * marks.height;
+    for (int left = area * percent / 100; left > 0;) {
+        const int x0 = noise.Int(1 - side, marks.width - 1), x1 = x0 + noise.Int(0, side - 1);
+        const int y0 = noise.Int(1 - side, marks.height - 1), y1 = y0 + noise.Int(0, side - 1);
+        for (int y = std::max(y0, 0); y <= std::min(y1, marks.lastRow); ++y) {
+            for (int x = std::max(x0, 0); x <= std::min(x1, marks.lastColumn); ++x, --left) {
+                PutValue(marks, x, y, 0, marks.pixelType == ZPPixFloat ? -0.01f : 1.0f);
+            }
+        }
+    }
+}
+
+TEST(VoronoiFill, EqualsPlainSweepsInEveryForm) {
+    ForEachPictureForm([](int type, int channels) {
+        Noise noise(51);
+        ZPImage image(45, 67, channels, type, 1);
+        noise.Fill(image);
+        for (int markType : {ZPPixUChar, ZPPixUShort, ZPPixFloat}) {
+            ZPImage marks(45, 67, 1, markType, 0);
+            for (int percent : {0, 10, 60, 400}) {
+                Mark(marks, percent, 17, noise);
+                ExpectPlainFill(image, marks);
+            }
+        }
+    });
+}
+
+TEST(VoronoiFill, EqualsPlainSweepsInEverySize) {
+    Noise noise(52);
+    const std::array<int, 9> kSides{1, 2, 3, 4, 7, 16, 33, 64, 131};
+    for (int width : kSides) {
+        for (int height : kSides) {
+            SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+            ZPImage image(width, height, 1, ZPPixUShort, 0), marks(width, height, 1, ZPPixUChar, 0);
+            noise.Fill(image);
+            for (int percent : {20, 100, 250}) {
+                Mark(marks, percent, std::max(width / 3, 1), noise);
+                ExpectPlainFill(image, marks);
+            }
+            // All marked but one: every pixel takes its value. All marked: none changes.
+            FillColor(marks, 1, 0, 0, 0);
+            ExpectPlainFill(image, marks);
+            PutValue(marks, width / 2, height / 3, 0, 0);
+            const float seed = ValueAt(image, width / 2, height / 3, 0);
+            ZPVoronoiFill(image, marks);
+            for (int x = 0; x < width; ++x) EXPECT_EQ(ValueAt(image, x, height - 1, 0), seed);
+        }
+    }
+}
+
+TEST(VoronoiFill, TakesTheEarliestOfEquallyNearSeeds) {
+    // In a gradient a single hole takes its left neighbour; at the border the one that is there.
+    ZPImage image(3, 3, 1, ZPPixUChar, 0), marks(3, 3, 1, ZPPixUChar, 0);
+    const struct {
+        int x, y, from;
+    } kCases[] = {{1, 1, 3}, {0, 1, 0}, {0, 0, 1}, {2, 2, 7}, {1, 0, 0}};
+    for (const auto& [x, y, from] : kCases) {
+        for (int i = 0; i < 9; ++i) PutValue(image, i % 3, i / 3, 0, static_cast<float>(i));
+        ClearImage(&marks);
+        PutValue(marks, x, y, 0, 255);
+        ZPVoronoiFill(image, marks);
+        EXPECT_EQ(ValueAt(image, x, y, 0), from);
+    }
+}
+
+TEST(VoronoiFill, RoundsDistancesToFloat) {
+    // From (5000, 0) the seeds (0, 1) and (10000, 0) are equally far: in float 5000 squared plus 1
+    // is 5000 squared.
+    ZPImage image(10001, 2, 1, ZPPixUShort, 0), marks(10001, 2, 1, ZPPixUChar, 0);
+    Noise noise(53);
+    noise.Fill(image);
+    FillColor(marks, 1, 0, 0, 0);
+    for (const auto& [x, y] : {std::array{0, 1}, std::array{10000, 0}, std::array{9999, 1}}) {
+        PutValue(marks, x, y, 0, 0);
+    }
+    ExpectPlainFill(image, marks);
+}
+
+TEST(VoronoiFill, RefusesMarksThatDoNotFit) {
+    ZPImage image(9, 7, 4, ZPPixUChar, 0);
+    Noise noise(54);
+    noise.Fill(image);
+    Snapshot before(image);
+    ZPImage narrow(8, 7, 1, ZPPixUChar, 0), low(9, 6, 1, ZPPixUChar, 0),
+        two(9, 7, 2, ZPPixUChar, 0), shorts(9, 7, 1, ZPPixShort, 0);
+    for (ZPImage* marks : {&narrow, &low, &two, &shorts}) {
+        testing::internal::CaptureStderr();
+        ZPVoronoiFill(image, *marks);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "input problem in ZPVoronoiFill\n");
+        EXPECT_SAME_IMAGE(image, *before);
+    }
+}
+
+TEST(VoronoiFill, ThrowsWithoutMemoryAndReleasesWhatItTook) {
+    ZPImage image(40, 40, 4, ZPPixUChar, 0), marks(40, 40, 1, ZPPixUChar, 0);
+    Noise noise(55);
+    noise.Fill(image);
+    FillColor(marks, 1, 0, 0, 0);
+    ZPErr thrown = ZPErrNone;
+    FailEachAllocation(
+        [&] {
+            thrown = ZPErrNone;
+            try {
+                ZPVoronoiFill(image, marks);
+            } catch (ZPErr failure) {
+                thrown = failure;
+            }
+        },
+        [&](bool failed, int live) {
+            EXPECT_EQ(thrown, failed ? ZPErrNoMemory : ZPErrNone);
+            EXPECT_EQ(live, 0);
+        });
+}
+
+}  // namespace
+}  // namespace velorin
