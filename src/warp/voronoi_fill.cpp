@@ -1,8 +1,10 @@
 #include "warp/voronoi_fill.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 #include "image/float_rules.h"
 #include "image/parallel_rows.h"
@@ -12,97 +14,184 @@ namespace velorin {
 
 namespace {
 
-// The unmarked pixel found for a pixel. Without one both are kNowhere, which competes as a place
-// like any other.
-struct Seed {
-    std::uint16_t x;
-    std::uint16_t y;
-};
-constexpr std::uint16_t kNowhere = 65535;
+// The unmarked pixel found for a pixel: its column, and its row in the high half. Without one both
+// are 65535, which competes as a place like any other. In one word, so that loops over them have
+// lanes.
+using Seed = std::uint32_t;
+constexpr Seed kNoSeed = 0xFFFFFFFF;
 
-// Marked pixels side by side, first and last column. After the runs of a row stands {kNowhere, 0}.
+Seed SeedAt(int x, int y) {
+    return static_cast<Seed>(x) | static_cast<Seed>(y) << 16;
+}
+int ColumnOf(Seed seed) {
+    return static_cast<int>(seed & 0xFFFF);
+}
+int RowOf(Seed seed) {
+    return static_cast<int>(seed >> 16);
+}
+
+// Squared.
+float Distance(Seed seed, float x, float y) {
+    const float dx = x - static_cast<float>(ColumnOf(seed));
+    const float dy = y - static_cast<float>(RowOf(seed));
+    return dx * dx + dy * dy;
+}
+
+// Of two equally near seeds the earlier.
+Seed Nearer(Seed earlier, Seed later, float x, float y) {
+    return Distance(later, x, y) < Distance(earlier, x, y) ? later : earlier;
+}
+
+// Marked pixels side by side, first and last column. After the runs of a row stands {kEnd, 0}.
 struct Run {
     std::uint16_t first;
     std::uint16_t last;
 };
+constexpr std::uint16_t kEnd = 65535;
 
-// Which neighbours a sweep asks: the one behind it in its row, those of the row over it.
-struct Sweep {
-    int columnStep;
-    int rowStep;
+// The most that a row holds.
+struct RowCounts {
+    int marks = 0;
+    int runs = 0;
 };
 
-float Distance(Seed seed, float x, float y) {
-    const float dx = x - static_cast<float>(seed.x);
-    const float dy = y - static_cast<float>(seed.y);
-    return dx * dx + dy * dy;
-}
-
 template <typename Mark>
-bool AnyMark(const ZPImage& marks) {
+RowCounts CountMarks(const ZPImage& marks) {
+    RowCounts most;
     for (int y = 0; y < marks.height; ++y) {
         const Mark* mark = marks.Row<Mark>(y);
-        bool any = false;
-        for (int x = 0; x < marks.width; ++x) any |= mark[x] != 0;
-        if (any) return true;
+        int count = mark[0] != 0, starts = count;
+        for (int x = 1; x < marks.width; ++x) {
+            count += mark[x] != 0;
+            starts += (mark[x] != 0) & (mark[x - 1] == 0);
+        }
+        most = {std::max(most.marks, count), std::max(most.runs, starts)};
     }
-    return false;
+    return most;
+}
+
+// The first marked column from `x` on, else `width`. Goes by blocks while they hold no mark.
+template <typename Mark>
+int FindMark(const Mark* mark, int x, int width) {
+    constexpr int kBlock = 16;
+    for (; x + kBlock <= width; x += kBlock) {
+        int count = 0;
+        for (int i = 0; i < kBlock; ++i) count += mark[x + i] != 0;
+        if (count > 0) break;
+    }
+    while (x < width && mark[x] == 0) ++x;
+    return x;
 }
 
 template <typename Mark>
 void CollectRuns(const Mark* mark, int width, Run* run) {
-    for (int x = 0; x < width; ++x) {
-        if (mark[x] == 0) continue;
+    for (int x = FindMark(mark, 0, width); x < width; x = FindMark(mark, x, width)) {
         run->first = static_cast<std::uint16_t>(x);
         while (x < width && mark[x] != 0) ++x;
         run->last = static_cast<std::uint16_t>(x - 1);
         ++run;
     }
-    *run = {kNowhere, 0};
+    *run = {kEnd, 0};
 }
 
-// Walks over the runs of a row, and over the columns of each from begin to end, both inclusive.
-template <typename Work>
-void ForEachRun(const Run* run, int columnStep, const Work& work) {
-    if (columnStep > 0) {
-        for (; run->first != kNowhere; ++run) work(run->first, run->last);
-        return;
+// Sweeps one row: of its line only the pixels of runs, the others being their own seeds. `over` is
+// the line of the row that the sweep has passed before; null at the first. A sweep goes over
+// columns in steps of 1 or of -1.
+struct RowSweep {
+    Seed* line;
+    const Seed* over;
+    int width;
+    float y;
+
+    void Run(int begin, int end, int step) const {
+        const int before = begin - step;
+        if (before >= 0 && before < width) {
+            line[begin] = line[before];  // unmarked and one pixel away: nothing is nearer
+        } else {
+            line[begin] = over ? over[begin] : kNoSeed;
+        }
+        if (!over) {
+            for (int x = begin; x != end; x += step) line[x + step] = line[x];
+            return;
+        }
+        for (int x = begin; x != end;) {
+            const int count = std::min(std::abs(end - x), kChunk);
+            Chunk(x, count, step);
+            x += count * step;
+        }
     }
-    const Run* end = run;
-    while (end->first != kNowhere) ++end;
-    while (end-- != run) work(end->last, end->first);
-}
 
+  private:
+    static constexpr int kChunk = 64;
+
+    // `count` pixels after `start`. The two neighbours over a pixel are weighed for all pixels
+    // first, side by side; only the one behind has to wait for the pixel before. Of equally near
+    // seeds the one behind wins, then the one straight over, as if asked in that order.
+    void Chunk(int start, int count, int step) const {
+        Seed offer[kChunk];
+        float offered[kChunk];
+        const int low = step > 0 ? start + 1 : start - count;
+        for (int i = 0; i < count; ++i) {
+            const float x = static_cast<float>(low + i);
+            const Seed straight = over[low + i];
+            const Seed askew = over[low + i - step];
+            const float toStraight = Distance(straight, x, y);
+            const float toAskew = Distance(askew, x, y);
+            offer[i] = toAskew < toStraight ? askew : straight;
+            offered[i] = toAskew < toStraight ? toAskew : toStraight;
+        }
+        Seed behind = line[start];
+        float behindX = static_cast<float>(ColumnOf(behind));
+        float dy = y - static_cast<float>(RowOf(behind));
+        float square = dy * dy;
+        for (int x = start + step; count > 0; --count, x += step) {
+            const float dx = static_cast<float>(x) - behindX;
+            if (offered[x - low] < dx * dx + square) {
+                behind = offer[x - low];
+                behindX = static_cast<float>(ColumnOf(behind));
+                dy = y - static_cast<float>(RowOf(behind));
+                square = dy * dy;
+            }
+            line[x] = behind;
+        }
+    }
+};
+
+// Seeds of the marked pixels alone, packed to the left of each row; from the sweeps down the rows
+// and from those up.
+//
+// A sweep reads no line but its own and the one over it, and the runs of a row do not touch: lines
+// for two rows suffice, and the sweeps to the right and to the left go side by side.
 class SeedSearch {
   public:
     template <typename Mark>
-    SeedSearch(const ZPImage& marks, Mark /*zero*/)
+    SeedSearch(const ZPImage& marks, const RowCounts& most, Mark /*zero*/)
         : width(marks.width),
           height(marks.height),
-          runs(width / 2 + 2, height, 2, ZPPixUShort, 0),
-          swept(width, height, 2, ZPPixUShort, 0),
-          found(width, height, 2, ZPPixUShort, 0) {
+          runs(most.runs + 1, height, 2, ZPPixUShort, 0),
+          lines(width, 8, 2, ZPPixUShort, 0),
+          down(most.marks, height, 2, ZPPixUShort, 0),
+          up(most.marks, height, 2, ZPPixUShort, 0) {
         ForEachRow([&](int y) { CollectRuns(marks.Row<Mark>(y), width, runs.Row<Run>(y)); });
-        ForEachRow([&](int y) { SeedUnmarked(y); });
-        bool isFirst = true;
-        // The order of the sweeps decides between seeds that lie equally far.
-        for (const Sweep sweep : {Sweep{1, 1}, Sweep{-1, 1}, Sweep{1, -1}, Sweep{-1, -1}}) {
-            RunSweep(sweep);
-            ForEachRow([&](int y) { MergeRow(y, isFirst); });
-            isFirst = false;
-        }
+        // A thread for each way: 16 items are the least that gets one.
+        ParallelRows(32, [&](int first, int last) {
+            if (first == 0) Search(down, 0, 0, 1);
+            if (last == 31) Search(up, 4, height - 1, -1);
+        });
     }
 
     template <typename Pixel>
     void Apply(ZPImage& image) const {
-        ForEachRow([&](int y) {
-            Pixel* pixel = image.Row<Pixel>(y);
-            const Seed* seeds = found.Row<Seed>(y);
-            ForEachRun(runs.Row<Run>(y), 1, [&](int begin, int end) {
-                for (int x = begin; x <= end; ++x) {
-                    const Seed seed = seeds[x];
-                    if (seed.x >= width || seed.y >= height) continue;
-                    pixel[x] = image.Row<Pixel>(seed.y)[seed.x];
+        ForEachRow([&](int row) {
+            const float y = static_cast<float>(row);
+            Pixel* pixel = image.Row<Pixel>(row);
+            const Seed* fromDown = down.Row<Seed>(row);
+            const Seed* fromUp = up.Row<Seed>(row);
+            ForEachRun(row, [&](int begin, int end) {
+                for (int column = begin; column <= end; ++column, ++fromDown, ++fromUp) {
+                    const Seed seed = Nearer(*fromDown, *fromUp, static_cast<float>(column), y);
+                    const int sx = ColumnOf(seed), sy = RowOf(seed);
+                    if (sx < width && sy < height) pixel[column] = image.Row<Pixel>(sy)[sx];
                 }
             });
         });
@@ -116,78 +205,44 @@ class SeedSearch {
         });
     }
 
-    bool HasRun(int y) const { return y >= 0 && y < height && runs.Row<Run>(y)->first != kNowhere; }
-
-    // An unmarked pixel is its own seed, in every sweep: it is written once, and only where a sweep
-    // looks. Marked pixels need no start, for a sweep asks only neighbours that it has passed.
-    void SeedUnmarked(int y) {
-        if (!HasRun(y - 1) && !HasRun(y) && !HasRun(y + 1)) return;
-        Seed* row = swept.Row<Seed>(y);
-        for (int x = 0; x < width; ++x) {
-            row[x] = {static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y)};
+    template <typename Work>
+    void ForEachRun(int y, const Work& work) const {
+        for (const Run* run = runs.Row<Run>(y); run->first != kEnd; ++run) {
+            work(run->first, run->last);
         }
     }
 
-    void RunSweep(const Sweep& sweep) {
-        const Seed* over = nullptr;
-        for (int i = 0; i < height; ++i) {
-            const int y = sweep.rowStep > 0 ? i : height - 1 - i;
-            Seed* row = swept.Row<Seed>(y);
-            ForEachRun(runs.Row<Run>(y), sweep.columnStep, [&](int begin, int end) {
-                SweepRun(row, over, static_cast<float>(y), begin, end, sweep.columnStep);
-            });
-            over = row;
-        }
-    }
+    bool HasRun(int y) const { return y >= 0 && y < height && runs.Row<Run>(y)->first != kEnd; }
 
-    void SweepRun(Seed* row, const Seed* over, float y, int begin, int end, int step) const {
-        const int before = begin - step;
-        Seed seed{kNowhere, kNowhere};
-        if (before >= 0 && before < width) {
-            seed = row[before];  // unmarked and one pixel away: nothing is nearer
-        } else if (over) {
-            seed = over[begin];
-        }
-        row[begin] = seed;
-        for (int x = begin; x != end;) {
-            x += step;
-            if (over) seed = Nearest(seed, over[x], over[x - step], static_cast<float>(x), y);
-            row[x] = seed;
-        }
-    }
-
-    // Of equally near seeds the earlier one.
-    static Seed Nearest(Seed behind, Seed over, Seed overBehind, float x, float y) {
-        Seed best = behind;
-        float nearest = Distance(behind, x, y);
-        const float second = Distance(over, x, y);
-        const float third = Distance(overBehind, x, y);
-        if (second < nearest) {
-            nearest = second;
-            best = over;
-        }
-        return third < nearest ? overBehind : best;
-    }
-
-    void MergeRow(int rowNumber, bool isFirst) {
-        const float y = static_cast<float>(rowNumber);
-        Seed* best = found.Row<Seed>(rowNumber);
-        const Seed* offered = swept.Row<Seed>(rowNumber);
-        ForEachRun(runs.Row<Run>(rowNumber), 1, [&](int begin, int end) {
-            for (int column = begin; column <= end; ++column) {
-                const float x = static_cast<float>(column);
-                if (isFirst || Distance(offered[column], x, y) < Distance(best[column], x, y)) {
-                    best[column] = offered[column];
+    // The sweeps of one way over the rows, on four lines from `firstLine`.
+    void Search(ZPImage& found, int firstLine, int start, int rowStep) {
+        Seed* rightward[2] = {lines.Row<Seed>(firstLine), lines.Row<Seed>(firstLine + 1)};
+        Seed* leftward[2] = {lines.Row<Seed>(firstLine + 2), lines.Row<Seed>(firstLine + 3)};
+        for (int y = start; y >= 0 && y < height; y += rowStep) {
+            if (!HasRun(y) && !HasRun(y + rowStep)) continue;  // nobody asks this row
+            const int now = y & 1, before = 1 - now;
+            const bool isFirst = y == start;
+            for (int x = 0; x < width; ++x) rightward[now][x] = leftward[now][x] = SeedAt(x, y);
+            const float row = static_cast<float>(y);
+            const RowSweep right{rightward[now], isFirst ? nullptr : rightward[before], width, row};
+            const RowSweep left{leftward[now], isFirst ? nullptr : leftward[before], width, row};
+            Seed* out = found.Row<Seed>(y);
+            ForEachRun(y, [&](int begin, int end) {
+                right.Run(begin, end, 1);
+                left.Run(end, begin, -1);
+                for (int x = begin; x <= end; ++x) {
+                    *out++ = Nearer(right.line[x], left.line[x], static_cast<float>(x), row);
                 }
-            }
-        });
+            });
+        }
     }
 
     int width;
     int height;
-    ZPImage runs;   // each row's runs of marked pixels
-    ZPImage swept;  // seeds of the running sweep
-    ZPImage found;  // the nearest so far, of marked pixels only
+    ZPImage runs;
+    ZPImage lines;  // of the sweeps: down right, down left, up right, up left, two rows each
+    ZPImage down;
+    ZPImage up;
 };
 
 }  // namespace
@@ -198,8 +253,9 @@ void ZPVoronoiFill(ZPImage& image, const ZPImage& marks) {
     const bool known =
         fits && WithPictureType(marks.pixelType, [&](auto zero) {
             using Mark = decltype(zero);
-            if (!AnyMark<Mark>(marks)) return;
-            const SeedSearch search(marks, zero);
+            const RowCounts most = CountMarks<Mark>(marks);
+            if (most.marks == 0) return;
+            const SeedSearch search(marks, most, zero);
             WithPictureForm(image, [&](auto form) {
                 using Form = decltype(form);
                 search.Apply<std::array<typename Form::Value, Form::kChannels>>(image);
