@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <vector>
 
 #include "image/copy.h"
 #include "support/forms.h"
@@ -22,7 +21,7 @@ constexpr int kWidth = 19;
 constexpr int kHeight = 67;
 
 // Full, empty and partial values in about equal numbers.
-void FillCoverage(ZPImage& image, int channel, Noise& noise) {
+void DrawCoverage(ZPImage& image, int channel, Noise& noise) {
     for (int y = 0; y < image.height; ++y) {
         for (int x = 0; x < image.width; ++x) {
             const int kind = noise.Int(0, 2);
@@ -82,12 +81,16 @@ Pixel PlainYCbCr(const Pixel& f, const Pixel& s, float white, float share, int t
     return result;
 }
 
-float PlainByMattes(float f, float s, float mF, float mS, float share, int type) {
-    const float kF = 1 - mF, kS = 1 - mS;
-    if (mF == 1 && mS == 1) return Stored(f + (s - f) * share, type);
-    if (mF == 0) return s;
-    if (mS == 0) return f;
-    return Stored((f + s * kF) * (1 - share) + (f * kS + s) * share, type);
+Pixel PlainByMattes(const Pixel& f, const Pixel& s, float mF, float mS, float share, int type) {
+    Pixel result{};
+    for (int c = 0; c < 3; ++c) {
+        const float filledF = f[c] + s[c] * (1 - mF), filledS = f[c] * (1 - mS) + s[c];
+        result[c] = mF == 1 && mS == 1 ? Stored(f[c] + (s[c] - f[c]) * share, type)
+                    : mF == 0          ? s[c]
+                    : mS == 0          ? f[c]
+                                       : Stored(filledF * (1 - share) + filledS * share, type);
+    }
+    return result;
 }
 
 Pixel PixelAt(const ZPImage& image, int x, int y) {
@@ -100,60 +103,44 @@ void PutPixel(ZPImage& image, int x, int y, const Pixel& pixel) {
     for (int c = 0; c < image.channels; ++c) PutValue(image, x, y, c, pixel[c]);
 }
 
-void ExpectBlend(Blend blend, const ZPImage& first, const ZPImage& second, const ZPImage& coverageF,
-                 const ZPImage& coverageS, float share, const ZPImage& expected) {
-    ForEachThreadCount([&] {
-        for (int bottomUp : {0, 1}) {
-            GapImage dest(kWidth, kHeight, first.channels, first.pixelType, bottomUp);
-            blend(*dest, first, second, coverageF, coverageS, share);
-            EXPECT_SAME_IMAGE(*dest, expected);
-            EXPECT_TRUE(dest.GapsUntouched());
-        }
-    });
-}
-
 TEST(BlendCoverage, EqualsPlainRuleInEveryForm) {
     ForEachPictureForm([](int type, int channels) {
         Noise noise(31);
-        ZPImage first(kWidth, kHeight, channels, type, 0),
-            expected(kWidth, kHeight, channels, type, 0);
-        ZPImage second(kWidth, kHeight, channels, type, 1);
         for (int matteType : {ZPPixUChar, ZPPixUShort, ZPPixFloat}) {
-            ZPImage coverageF(kWidth, kHeight, 1, matteType, 1),
-                coverageS(kWidth, kHeight, 1, matteType, 0);
-            for (ZPImage* image : {&first, &second, &coverageF, &coverageS}) {
-                noise.Fill(*image);
-                if (image->channels == 1) FillCoverage(*image, 0, noise);
-                if (image->channels == 4)
-                    FillCoverage(*image, matteType == ZPPixFloat ? 0 : 3, noise);
+            ZPImage first(kWidth, kHeight, channels, type, 0);
+            ZPImage second(kWidth, kHeight, channels, type, 1);
+            ZPImage coverageF(kWidth, kHeight, 1, matteType, 1);
+            ZPImage coverageS(kWidth, kHeight, 1, matteType, 0);
+            for (ZPImage* image : {&first, &second, &coverageF, &coverageS}) noise.Fill(*image);
+            for (ZPImage* image : {&coverageF, &coverageS}) DrawCoverage(*image, 0, noise);
+            const bool inFirst = matteType == ZPPixFloat;
+            for (ZPImage* image : {&first, &second}) {
+                if (channels == 4) DrawCoverage(*image, inFirst ? 0 : 3, noise);
             }
-            const float white = coverageF.whitePoint;
+            ZPImage expected(kWidth, kHeight, channels, type, 0);
             for (float share : {0.3f, 0.0f, 1.0f, -0.5f, 2.0f}) {
-                const auto plain = [&](auto rule) {
-                    for (int y = 0; y < kHeight; ++y) {
-                        for (int x = 0; x < kWidth; ++x) {
-                            PutPixel(expected, x, y,
-                                     rule(x, y, PixelAt(first, x, y), PixelAt(second, x, y)));
+                for (Blend* blend : {ZPBlendCoverage, ZPBlendCoverageYCbCr}) {
+                    for (int i = 0; i < kWidth * kHeight; ++i) {
+                        const int x = i % kWidth, y = i / kWidth;
+                        const Pixel f = PixelAt(first, x, y), s = PixelAt(second, x, y);
+                        const float mF = ValueAt(coverageF, x, y, 0) / coverageF.whitePoint;
+                        const float mS = ValueAt(coverageS, x, y, 0) / coverageF.whitePoint;
+                        Pixel result{};
+                        if (channels == 4) {
+                            const auto plain = blend == ZPBlendCoverage ? PlainAlpha : PlainYCbCr;
+                            result = plain(f, s, first.whitePoint, share, type);
+                        } else if (blend == ZPBlendCoverage) {
+                            result = PlainByMattes(f, s, mF, mS, share, type);
                         }
+                        PutPixel(expected, x, y, result);
                     }
-                };
-                plain([&](int x, int y, const Pixel& f, const Pixel& s) {
-                    if (channels == 4) return PlainAlpha(f, s, first.whitePoint, share, type);
-                    Pixel result{};
-                    const float mF = ValueAt(coverageF, x, y, 0) / white;
-                    const float mS = ValueAt(coverageS, x, y, 0) / white;
-                    for (int c = 0; c < channels; ++c) {
-                        result[c] = PlainByMattes(f[c], s[c], mF, mS, share, type);
-                    }
-                    return result;
-                });
-                ExpectBlend(ZPBlendCoverage, first, second, coverageF, coverageS, share, expected);
-                plain([&](int, int, const Pixel& f, const Pixel& s) {
-                    if (channels != 4) return Pixel{};
-                    return PlainYCbCr(f, s, first.whitePoint, share, type);
-                });
-                ExpectBlend(ZPBlendCoverageYCbCr, first, second, coverageF, coverageS, share,
-                            expected);
+                    ForEachThreadCount([&] {
+                        GapImage dest(kWidth, kHeight, channels, type, 1);
+                        blend(*dest, first, second, coverageF, coverageS, share);
+                        EXPECT_SAME_IMAGE(*dest, expected);
+                        EXPECT_TRUE(dest.GapsUntouched());
+                    });
+                }
             }
         }
     });
@@ -211,25 +198,22 @@ TEST(BlendCoverage, Pinned) {
 }
 
 TEST(BlendCoverage, ClearsWhereImagesDoNotFit) {
-    const ZPImage fits(kWidth, kHeight, 4, ZPPixUChar, 0),
-        narrow(kWidth - 1, kHeight, 4, ZPPixUChar, 0), three(kWidth, kHeight, 3, ZPPixUChar, 0),
-        words(kWidth, kHeight, 2, ZPPixUShort, 0);
-    const ZPImage matte(kWidth, kHeight, 1, ZPPixUChar, 0),
-        low(kWidth, kHeight - 1, 1, ZPPixUChar, 0), wide(kWidth, kHeight, 1, ZPPixUShort, 0),
-        two(kWidth, kHeight, 2, ZPPixUChar, 0);
-    ZPImage dest(kWidth, kHeight, 4, ZPPixUChar, 0), black(kWidth, kHeight, 4, ZPPixUChar, 0);
-    ClearImage(&black);
-    const auto expectCleared = [&](const ZPImage& second, const ZPImage& coverageF,
-                                   const ZPImage& coverageS) {
+    const ZPImage fits(4, 3, 4, ZPPixUChar, 0), narrow(3, 3, 4, ZPPixUChar, 0),
+        three(4, 3, 3, ZPPixUChar, 0), words(4, 3, 4, ZPPixUShort, 0);
+    const ZPImage matte(4, 3, 1, ZPPixUChar, 0), low(4, 2, 1, ZPPixUChar, 0),
+        wide(4, 3, 1, ZPPixUShort, 0), two(4, 3, 2, ZPPixUChar, 0);
+    const std::array<const ZPImage*, 3> kCases[] = {
+        {&narrow, &matte, &matte}, {&three, &matte, &matte}, {&words, &matte, &matte},
+        {&fits, &low, &low},       {&fits, &matte, &wide},   {&fits, &two, &two}};
+    for (const auto& [second, coverageF, coverageS] : kCases) {
         for (Blend* blend : {ZPBlendCoverage, ZPBlendCoverageYCbCr}) {
+            ZPImage dest(4, 3, 4, ZPPixUChar, 0), black(4, 3, 4, ZPPixUChar, 0);
+            ClearImage(&black);
             Noise(33).Fill(dest);
-            blend(dest, fits, second, coverageF, coverageS, 0.5f);
+            blend(dest, fits, *second, *coverageF, *coverageS, 0.5f);
             EXPECT_SAME_IMAGE(dest, black);
         }
-    };
-    for (const ZPImage* odd : {&narrow, &three, &words}) expectCleared(*odd, matte, matte);
-    for (const ZPImage* odd : {&low, &wide, &two}) expectCleared(fits, matte, *odd);
-    expectCleared(fits, two, two);
+    }
 }
 
 }  // namespace
