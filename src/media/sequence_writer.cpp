@@ -1,73 +1,17 @@
 #include "media/sequence_writer.h"
 
-#include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <optional>
 
 #include "media/pixel_transfer.h"
 #include "media/safe_file.h"
+#include "media/still_file.h"
 #include "media/still_shape.h"
 
 namespace velorin {
 namespace {
-
-// Hands what a format writes to an open file and remembers the first failure: not every format
-// reports a full disk by itself.
-class DescriptorProxy : public OIIO::Filesystem::IOProxy {
-  public:
-    DescriptorProxy(const std::string& name, int openFile) : IOProxy(name, Write), file(openFile) {}
-
-    const char* proxytype() const override { return "descriptor"; }
-    std::size_t read(void* bytes, std::size_t count) override {
-        const std::size_t done = pread(bytes, count, m_pos);
-        m_pos += static_cast<std::int64_t>(done);
-        return done;
-    }
-    std::size_t write(const void* bytes, std::size_t count) override {
-        const std::size_t done = pwrite(bytes, count, m_pos);
-        m_pos += static_cast<std::int64_t>(done);
-        return done;
-    }
-    std::size_t pread(void* bytes, std::size_t count, std::int64_t offset) override {
-        std::size_t done = 0;
-        while (done < count) {
-            const ssize_t now = ::pread(file, static_cast<char*>(bytes) + done, count - done,
-                                        offset + static_cast<std::int64_t>(done));
-            if (now < 0 && errno == EINTR) continue;
-            if (now <= 0) break;
-            done += static_cast<std::size_t>(now);
-        }
-        return done;
-    }
-    std::size_t pwrite(const void* bytes, std::size_t count, std::int64_t offset) override {
-        std::size_t done = 0;
-        while (done < count) {
-            const ssize_t now = ::pwrite(file, static_cast<const char*>(bytes) + done, count - done,
-                                         offset + static_cast<std::int64_t>(done));
-            if (now < 0 && errno == EINTR) continue;
-            if (now < 0) {
-                if (failure == 0) failure = errno;
-                break;
-            }
-            done += static_cast<std::size_t>(now);
-        }
-        return done;
-    }
-    std::size_t size() const override {
-        const off_t end = lseek(file, 0, SEEK_END);
-        return end < 0 ? 0 : static_cast<std::size_t>(end);
-    }
-    // An errno value, 0 while all is well.
-    int Failure() const { return failure; }
-
-  private:
-    int file;
-    int failure = 0;
-};
 
 class SequenceWriter : public ClipWriter {
   public:
@@ -107,12 +51,6 @@ OIIO::ImageSpec SequenceWriter::LayoutFor(const Picture& picture) const {
     if (source.storedBits > 0 && settings.depth == source.depth && extension == "dpx") {
         layout.attribute("oiio:BitsPerSample", source.storedBits);
     }
-    if (extension == "jpg" || extension == "jpeg") {
-        layout.attribute("Compression", "jpeg:100");
-        layout.attribute("jpeg:subsampling", "4:4:4");
-    }
-    // The library would write the time of day, and equal renders would give unequal files.
-    if (extension == "exr") layout.attribute("DateTime", "");
     if (extension == "exr" && source.window.width == picture.width &&
         source.window.height == picture.height) {
         layout.x = source.window.x;
@@ -142,23 +80,10 @@ OIIO::ImageSpec SequenceWriter::LayoutFor(const Picture& picture) const {
 void SequenceWriter::Write(std::int64_t frame, const Picture& picture) {
     const std::string target = name.FileName(settings.firstNumber + frame);
     const std::string named = target + " (frame " + std::to_string(frame) + ")";
-    SafeFile file(target, settings.overwrite);
-    DescriptorProxy proxy(file.TemporaryName(), file.Descriptor());
-    const auto output = OIIO::ImageOutput::create(file.TemporaryName(), &proxy);
-    if (!output) {
-        throw MediaError(MediaError::Kind::kFailure, named + ": " + OIIO::geterror());
-    }
     if (channels < 4) PackPixels(picture, channels, packed);
     const std::byte* pixels = channels < 4 ? packed.data() : picture.pixels.data();
-    const bool written = output->open(file.TemporaryName(), LayoutFor(picture)) &&
-                         output->write_image(TransferType(settings.depth), pixels);
-    const bool closed = output->close();
-    if (proxy.Failure() != 0) throw WriteFailure(named, proxy.Failure());
-    if (!written || !closed) {
-        throw MediaError(MediaError::Kind::kFailure,
-                         named + ": cannot be written: " + output->geterror());
-    }
-    file.Commit();
+    WriteStill(target, settings.overwrite, LayoutFor(picture), TransferType(settings.depth), pixels,
+               named);
 }
 
 // The names of the source's own files; empty if it is no sequence.
@@ -194,6 +119,15 @@ std::unique_ptr<ClipWriter> CreateSequence(const SequenceName& name, const Still
         if (sourceName) CheckNotOfSource(target, number, settings.source, *sourceName);
     }
     return std::make_unique<SequenceWriter>(name, format, settings);
+}
+
+void CheckNoFrameOf(const std::string& target, const ClipInfo& source) {
+    const auto sourceName = NameOfSource(source);
+    std::error_code ignored;
+    if (!sourceName || !std::filesystem::exists(target, ignored)) return;
+    for (std::int64_t frame = 0; frame < source.frames; ++frame) {
+        CheckNotOfSource(target, source.firstNumber + frame, source, *sourceName);
+    }
 }
 
 }  // namespace velorin

@@ -16,4 +16,7 @@ std::unique_ptr<ClipWriter> CreateSequence(const SequenceName& name, const Still
                                            const OutputSettings& settings,
                                            const std::vector<std::int64_t>& frames);
 
+// Throws MediaError if `target` is a file of the sequence `source`.
+void CheckNoFrameOf(const std::string& target, const ClipInfo& source);
+
 }  // namespace velorin
