@@ -142,7 +142,7 @@ int ClipHost::GetDrawEndLayer() {
 }
 
 int ClipHost::UsesWhichWarping() {
-    return 0;
+    return warping;
 }
 
 int ClipHost::EnhanceImages() {

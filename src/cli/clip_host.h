@@ -43,6 +43,8 @@ class ClipHost final : public KQVelorin4 {
 
     // The output frame that the next request is for.
     void SetOutputFrame(std::int64_t frame);
+    // How the next request warps: see KQVelorin4::UsesWhichWarping. Inverse until it is set.
+    void SetWarping(int method) { warping = method; }
     // Throws what went wrong when a slot answered with a failure; nothing when none did.
     void RethrowFailure();
     const ClipInfo& Info() const { return clip->Info(); }
@@ -65,6 +67,7 @@ class ClipHost final : public KQVelorin4 {
     std::unique_ptr<ClipReader> clip;
     const TimeLaw& law;
     bool enhance;
+    int warping = 0;
     std::int64_t outputFrame = 0;
     std::int64_t base = 0;
     RecentFrames recent;

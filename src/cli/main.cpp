@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/compare.h"
 #include "cli/exit_codes.h"
 #include "cli/options.h"
 #include "cli/retime.h"
@@ -21,8 +22,10 @@ constexpr char kHelp[] =
     "Computes the frames of a shot at another speed, by its motion.\n"
     "\n"
     "Verbs:\n"
-    "  retime INPUT -o OUTPUT [options]   render a clip at another speed;\n"
-    "                                     velorin retime --help tells all options\n"
+    "  retime INPUT -o OUTPUT [options]   render a clip at another speed\n"
+    "  compare INPUT --at TIME -o SHEET   render one moment with every method into one picture\n"
+    "\n"
+    "velorin VERB --help tells all options of a verb.\n"
     "\n"
     "  -h, --help                         this text\n"
     "  --version                          the version of the program\n";
@@ -45,16 +48,17 @@ int CodeOf(const MediaError& failure) {
     }
 }
 
-int RunRetime(int count, char** words) {
-    const std::optional<RetimeOptions> options = ParseRetime(count, words);
-    if (options) return Retime(*options);
-    std::fputs(RetimeHelp().c_str(), stdout);
+int Run(Verb verb, int (*run)(const Options&), int count, char** words) {
+    const std::optional<Options> options = ParseOptions(verb, count, words);
+    if (options) return run(*options);
+    std::fputs(HelpOf(verb).c_str(), stdout);
     return kExitDone;
 }
 
 int RunVerb(int count, char** words) {
     const std::string_view verb = count > 1 ? words[1] : "";
-    if (verb == "retime") return RunRetime(count - 2, words + 2);
+    if (verb == "retime") return Run(kVerbRetime, Retime, count - 2, words + 2);
+    if (verb == "compare") return Run(kVerbCompare, Compare, count - 2, words + 2);
     if (verb == "-h" || verb == "--help") {
         std::fputs(kHelp, stdout);
         return kExitDone;

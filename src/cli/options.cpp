@@ -2,129 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
-#include <limits>
+
+#include "cli/option_table.h"
 
 namespace velorin {
 
 namespace {
-
-constexpr std::string_view kTime = "Time";
-constexpr std::string_view kMotion = "Motion and mix";
-constexpr std::string_view kRun = "Run";
-constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max();
-
-constexpr Choice kInterps[] = {{"blend", 1}, {"nearest", 0}};
-constexpr Choice kQualities[] = {{"best", 4},   {"full", 5},   {"high", 3},
-                                 {"medium", 2}, {"sloppy", 1}, {"none", 0}};
-constexpr Choice kWarps[] = {{"inverse", 0}};
-constexpr Choice kPreps[] = {{"none", 0}, {"enhance", 1}};
-constexpr Choice kDepths[] = {{"8", static_cast<int>(SampleDepth::kByte)},
-                              {"16", static_cast<int>(SampleDepth::kWord)},
-                              {"half", static_cast<int>(SampleDepth::kHalf)},
-                              {"float", static_cast<int>(SampleDepth::kFloat)}};
-constexpr Choice kStyles[] = {{"auto", static_cast<int>(ProgressStyle::kAuto)},
-                              {"plain", static_cast<int>(ProgressStyle::kPlain)},
-                              {"json", static_cast<int>(ProgressStyle::kJson)},
-                              {"none", static_cast<int>(ProgressStyle::kNone)}};
-
-void SetOutput(RetimeOptions& options, const Argument& argument) {
-    if (argument.text == "-") argument.Refuse("name a file; standard output is not supported");
-    if (argument.text.empty() || argument.text.starts_with('-')) {
-        argument.Refuse("name a movie or a sequence such as slow.%04d.png");
-    }
-    options.output = argument.text;
-}
-
-void SetFrames(RetimeOptions& options, const Argument& argument) {
-    std::optional<std::vector<FrameRange>> frames = ParseFrames(argument.text);
-    if (!frames) argument.Refuse("give output frames such as 7, 7-9, 7-, 0-100x10 or 1,4,7-9");
-    options.frames = *std::move(frames);
-}
-
-void SetSensitivity(RetimeOptions& options, const Argument& argument) {
-    const Decimal value = argument.AsDecimal(0, 100);
-    options.sensitivity = static_cast<float>(static_cast<double>(value.numerator) /
-                                             static_cast<double>(value.denominator));
-}
-
-// clang-format off
-constexpr OptionEntry kRetimeOptions[] = {
-    {{}, "-o", "--output", "OUTPUT", "the movie or sequence to write", {}, SetOutput},
-
-    {kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10; 1 when not given", {},
-     [](RetimeOptions& options, const Argument& argument) {
-         options.speed = argument.AsDecimal(0, 10);
-     }},
-    {kTime, {}, "--length", "N", "number of output frames; by default all whose source time lies "
-     "inside the clip", {},
-     [](RetimeOptions& options, const Argument& argument) {
-         options.length = argument.AsInteger(1, kMostFrames);
-     }},
-    {kTime, {}, "--frames", "LIST", "render only these output frames, counted from 0: 7, 7-9, 7-, "
-     "0-100x10, or a list of these with commas", {}, SetFrames},
-
-    {kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed", kInterps,
-     [](RetimeOptions& options, const Argument& argument) {
-         options.interp = argument.AsChoice();
-     }},
-    {kMotion, {}, "--quality", "QUALITY", "size at which motion is estimated: best is half the "
-     "frame's, full its own, none mixes without motion", kQualities,
-     [](RetimeOptions& options, const Argument& argument) {
-         options.quality = argument.AsChoice();
-     }},
-    {kMotion, {}, "--warp", "METHOD", "how frames are moved along the motion", kWarps,
-     [](RetimeOptions& options, const Argument& argument) {
-         options.warp = argument.AsChoice();
-     }},
-    {kMotion, {}, "--prep", "KIND", "preparation of what the estimator sees", kPreps,
-     [](RetimeOptions& options, const Argument& argument) {
-         options.enhance = argument.AsChoice();
-     }},
-    {kMotion, {}, "--sensitivity", "N", "Motion Sensitivity, 0 to 100; 70 when not given", {},
-     SetSensitivity},
-
-    {kRun, {}, "--threads", "N", "1 to 64; by default the processors that this process may use", {},
-     [](RetimeOptions& options, const Argument& argument) {
-         options.threads = static_cast<int>(argument.AsInteger(1, 64));
-     }},
-    {kRun, {}, "--depth", "DEPTH", "of the output's samples; by default that of the input where "
-     "the output's format can hold it", kDepths,
-     [](RetimeOptions& options, const Argument& argument) {
-         options.depth = static_cast<SampleDepth>(argument.AsChoice());
-     }},
-    {kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a sequence; by "
-     "default the input's first", {},
-     [](RetimeOptions& options, const Argument& argument) {
-         options.startNumber = static_cast<int>(argument.AsInteger(0, 999999999));
-     }},
-    {kRun, {}, "--no-cache", {}, "estimate anew for every frame", {},
-     [](RetimeOptions& options, const Argument&) { options.keepFlows = false; }},
-    {kRun, {}, "--overwrite", {}, "replace output that is there already", {},
-     [](RetimeOptions& options, const Argument&) { options.overwrite = true; }},
-    {kRun, {}, "--progress", "STYLE", "a bar on a terminal and plain lines elsewhere, plain lines, "
-     "one JSON object a line, or nothing", kStyles,
-     [](RetimeOptions& options, const Argument& argument) {
-         options.progress = static_cast<ProgressStyle>(argument.AsChoice());
-     }},
-    {kRun, "-q", "--quiet", {}, "say nothing but errors", {},
-     [](RetimeOptions& options, const Argument&) { options.quiet = true; }},
-    {kRun, "-v", "--verbose", {}, "tell settings, sizes and what is estimated", {},
-     [](RetimeOptions& options, const Argument&) { options.verbose = true; }},
-};
-// clang-format on
-
-constexpr std::string_view kUsage =
-    "Usage: velorin retime INPUT -o OUTPUT [options]\n"
-    "\n"
-    "INPUT and OUTPUT are each a movie or an image sequence: shot.%04d.png, shot.####.png, or for\n"
-    "INPUT a folder that holds one sequence. Frames count from 0; the numbers in a sequence's\n"
-    "names go on from the input's first.\n";
-
-constexpr std::string_view kExamples =
-    "Examples:\n"
-    "  velorin retime shot.mov -o slow.mov --speed 0.4\n"
-    "  velorin retime plates/shot.%04d.exr -o slow/shot.%04d.exr --speed 0.25 --quality full\n"
-    "  velorin retime shot.####.png -o test.####.png --speed 0.5 --frames 40-59 --interp nearest\n";
 
 constexpr std::size_t kHelpColumn = 26;
 constexpr std::size_t kHelpWidth = 96;
@@ -170,8 +53,7 @@ std::string CalledName(const OptionEntry& option) {
     return std::string(option.letter.empty() ? option.name : option.letter);
 }
 
-void SetFrom(RetimeOptions& options, const OptionEntry& option,
-             const std::vector<std::string>& values) {
+void SetFrom(Options& options, const OptionEntry& option, const std::vector<std::string>& values) {
     if (values.size() > 1) throw UsageError(CalledName(option) + " is given twice");
     if (option.value.empty() && values[0] != "true") {
         throw UsageError(CalledName(option) + " takes no value");
@@ -179,16 +61,47 @@ void SetFrom(RetimeOptions& options, const OptionEntry& option,
     option.set(options, {option, values[0]});
 }
 
+std::string CallOf(Verb verb) {
+    return "velorin " + std::string(TextOf(verb).word);
+}
+
+std::string FormOf(Verb verb) {
+    return CallOf(verb) + " " + std::string(TextOf(verb).form);
+}
+
 // What the parser could not place: options that are not known, or words beyond INPUT.
-void RefuseExtras(const std::vector<std::string>& extras) {
+void RefuseExtras(Verb verb, const std::vector<std::string>& extras) {
     if (extras.empty()) return;
     for (const std::string& extra : extras) {
         if (extra.starts_with('-')) {
-            throw UsageError(extra.substr(0, extra.find('=')) +
-                             " is not an option of velorin retime; see velorin retime --help");
+            throw UsageError(extra.substr(0, extra.find('=')) + " is not an option of " +
+                             CallOf(verb) + "; see " + CallOf(verb) + " --help");
         }
     }
     throw UsageError(extras[0] + " is one name too many: give one INPUT, and the output with -o");
+}
+
+[[noreturn]] void RefuseMissing(Verb verb, const std::string& what) {
+    throw UsageError(what + " is missing: " + FormOf(verb));
+}
+
+// Takes a number off the front of `text` and `mark`, if any, behind it.
+bool TakeCount(std::string_view& text, std::string_view mark, int& number) {
+    const char* end = text.data() + text.size();
+    const auto [rest, failure] = std::from_chars(text.data(), end, number);
+    if (failure != std::errc() || number < 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(rest - text.data()));
+    if (!text.starts_with(mark)) return false;
+    text.remove_prefix(mark.size());
+    return true;
+}
+
+std::vector<const OptionEntry*> OptionsOf(Verb verb) {
+    std::vector<const OptionEntry*> options;
+    for (const OptionEntry& option : OptionTable()) {
+        if (option.verbs & verb) options.push_back(&option);
+    }
+    return options;
 }
 
 }  // namespace
@@ -202,7 +115,7 @@ int Argument::AsChoice() const {
     for (const Choice& choice : option.choices) {
         if (choice.word == text) return choice.value;
     }
-    Refuse((option.choices.size() > 1 ? "give one of " : "give ") + ListOf(option.choices));
+    Refuse("give one of " + ListOf(option.choices));
 }
 
 std::int64_t Argument::AsInteger(std::int64_t low, std::int64_t high) const {
@@ -225,12 +138,20 @@ Decimal Argument::AsDecimal(std::int64_t low, std::int64_t high) const {
     return *value;
 }
 
-std::span<const OptionEntry> RetimeOptionTable() {
-    return kRetimeOptions;
+Window Argument::AsWindow() const {
+    Window window;
+    std::string_view rest = text;
+    const bool whole = TakeCount(rest, ",", window.x) && TakeCount(rest, ",", window.y) &&
+                       TakeCount(rest, "x", window.width) && TakeCount(rest, "", window.height) &&
+                       rest.empty();
+    if (!whole || window.width < 1 || window.height < 1) {
+        Refuse("give X,Y,WxH in pixels from the top left, such as 800,420,480x270");
+    }
+    return window;
 }
 
 std::string_view ChoiceWord(std::string_view option, int value) {
-    for (const OptionEntry& entry : kRetimeOptions) {
+    for (const OptionEntry& entry : OptionTable()) {
         if (entry.name != option) continue;
         for (const Choice& choice : entry.choices) {
             if (choice.value == value) return choice.word;
@@ -239,17 +160,19 @@ std::string_view ChoiceWord(std::string_view option, int value) {
     return {};
 }
 
-std::optional<RetimeOptions> ParseRetime(int count, const char* const* words) {
+std::optional<Options> ParseOptions(Verb verb, int count, const char* const* words) {
     CLI::App parser;
     parser.set_help_flag();
     parser.allow_extras();
     const CLI::Option* help = parser.add_flag("-h,--help");
-    RetimeOptions options;
+    Options options;
     parser.add_option("input", options.input);
+    const std::vector<const OptionEntry*> known = OptionsOf(verb);
     std::vector<CLI::Option*> given;
-    for (const OptionEntry& option : kRetimeOptions) {
-        given.push_back(option.value.empty() ? parser.add_flag(ParserName(option))
-                                             : parser.add_option(ParserName(option))->expected(1));
+    for (const OptionEntry* option : known) {
+        given.push_back(option->value.empty()
+                            ? parser.add_flag(ParserName(*option))
+                            : parser.add_option(ParserName(*option))->expected(1));
         given.back()->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     }
     try {
@@ -258,33 +181,36 @@ std::optional<RetimeOptions> ParseRetime(int count, const char* const* words) {
                                               std::make_reverse_iterator(words)));
     } catch (const CLI::ArgumentMismatch&) {
         // Every option takes one value at most, so it is the last word that lacks its own.
-        throw UsageError(std::string(words[count - 1]) +
-                         " needs a value; see velorin retime --help");
+        throw UsageError(std::string(words[count - 1]) + " needs a value; see " + CallOf(verb) +
+                         " --help");
     } catch (const CLI::ParseError& failure) {
         throw UsageError(failure.what());
     }
     if (help->count() > 0) return std::nullopt;
-    RefuseExtras(parser.remaining());
-    for (std::size_t i = 0; i < given.size(); ++i) {
-        if (given[i]->count() > 0) SetFrom(options, kRetimeOptions[i], given[i]->results());
+    RefuseExtras(verb, parser.remaining());
+    if (options.input.empty()) RefuseMissing(verb, "INPUT");
+    for (std::size_t i = 0; i < known.size(); ++i) {
+        if (given[i]->count() > 0) {
+            SetFrom(options, *known[i], given[i]->results());
+        } else if (known[i]->required) {
+            RefuseMissing(verb, CalledName(*known[i]) + " " + std::string(known[i]->value));
+        }
     }
-    if (options.input.empty()) throw UsageError("INPUT is missing: velorin retime INPUT -o OUTPUT");
-    if (options.output.empty()) throw UsageError("-o OUTPUT is missing: say where to write");
     return options;
 }
 
-std::string RetimeHelp() {
-    std::string help(kExamples);
-    help.append("\n").append(kUsage);
-    std::string_view group = kTime;
-    help.append("\n");
-    AppendOption(help, kRetimeOptions[0]);
-    for (const OptionEntry& option : RetimeOptionTable().subspan(1)) {
-        if (option.group != group || &option == &kRetimeOptions[1]) {
-            group = option.group;
+std::string HelpOf(Verb verb) {
+    std::string help = "Examples:\n";
+    help.append(TextOf(verb).examples);
+    help.append("\nUsage: " + FormOf(verb) + " [options]\n\n");
+    help.append(TextOf(verb).about).append("\n");
+    std::string_view group;
+    for (const OptionEntry* option : OptionsOf(verb)) {
+        if (option->group != group) {
+            group = option->group;
             help.append("\n").append(group).append(":\n");
         }
-        AppendOption(help, option);
+        AppendOption(help, *option);
     }
     return help;
 }

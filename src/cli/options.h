@@ -20,28 +20,38 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// What the program can be told to do. Sets of verbs are sums.
+enum Verb { kVerbRetime = 1, kVerbCompare = 2, kVerbAll = 3 };
+
 enum class ProgressStyle { kAuto, kPlain, kJson, kNone };
 
-// What `velorin retime` was asked for. Numbers are those of the engine.
-struct RetimeOptions {
+// What a verb was asked for. Numbers are those of the engine.
+struct Options {
     std::string input;
     std::string output;
-    Decimal speed{1, 1};
-    std::optional<std::int64_t> length;
-    std::vector<FrameRange> frames;  // empty: all of them
-    int interp = 1;                  // 0 nearest, 1 blend
-    int quality = 4;                 // see KQVelorin4::RenderFrame
-    int warp = 0;                    // 0 inverse
+    int quality = 4;  // see KQVelorin4::RenderFrame
     int enhance = 0;
     float sensitivity = 70.0f;  // 0 to 100
     int threads = 0;            // 0: as many as there are processors
-    std::optional<SampleDepth> depth;
-    std::optional<int> startNumber;
-    bool keepFlows = true;
     bool overwrite = false;
     ProgressStyle progress = ProgressStyle::kAuto;
     bool quiet = false;
+
+    // Of `velorin retime`.
+    Decimal speed{1, 1};
+    std::optional<std::int64_t> length;
+    std::vector<FrameRange> frames;  // empty: all of them
+    int interp = 1;                  // 0 nearest, 1 blend, 2 weighted energy blend
+    int warp = 0;                    // 0 inverse, 1 inverse and smart blend, 2 forward
+    std::optional<SampleDepth> depth;
+    std::optional<int> startNumber;
+    bool keepFlows = true;
     bool verbose = false;
+
+    // Of `velorin compare`.
+    Decimal at;
+    std::optional<int> cellWidth;
+    std::optional<Window> crop;
 };
 
 // A word that an option takes, and what it stands for.
@@ -61,29 +71,18 @@ struct Argument {
     int AsChoice() const;
     std::int64_t AsInteger(std::int64_t low, std::int64_t high) const;
     Decimal AsDecimal(std::int64_t low, std::int64_t high) const;
+    // X,Y,WxH
+    Window AsWindow() const;
     [[noreturn]] void Refuse(const std::string& whatWouldBeRight) const;
 };
-
-// An option of `velorin retime`. The one table of them serves the parser and the help.
-struct OptionEntry {
-    std::string_view group;
-    std::string_view letter;  // "-o", or empty
-    std::string_view name;    // "--output"
-    std::string_view value;   // stands for the value in the help; empty for a flag
-    std::string_view help;
-    std::span<const Choice> choices;  // empty: any text; else the default first
-    void (*set)(RetimeOptions& options, const Argument& argument);
-};
-
-std::span<const OptionEntry> RetimeOptionTable();
 
 // The word by which `option`, such as "--quality", takes `value`; empty when there is none.
 std::string_view ChoiceWord(std::string_view option, int value);
 
-// Reads the words after `velorin retime`. Nothing when they ask for the help. Throws UsageError.
-std::optional<RetimeOptions> ParseRetime(int count, const char* const* words);
+// Reads the words after `velorin VERB`. Nothing when they ask for the help. Throws UsageError.
+std::optional<Options> ParseOptions(Verb verb, int count, const char* const* words);
 
-// Examples first, then every option.
-std::string RetimeHelp();
+// Examples first, then every option of the verb.
+std::string HelpOf(Verb verb);
 
 }  // namespace velorin

@@ -61,7 +61,7 @@ void CheckWorkingSize(const RunPlan& plan, int quality) {
                                 std::string(ChoiceWord("--quality", fitting)) + " would do");
 }
 
-std::int64_t LengthOf(const RetimeOptions& options, const RunPlan& plan) {
+std::int64_t LengthOf(const Options& options, const RunPlan& plan) {
     if (options.length) return *options.length;
     const std::optional<std::int64_t> length = plan.law->Length(plan.source.frames);
     if (!length) throw UsageError("--speed 0 never leaves the clip; say how long with --length N");
@@ -72,7 +72,7 @@ std::int64_t LengthOf(const RetimeOptions& options, const RunPlan& plan) {
     return *length;
 }
 
-void ChooseFrames(const RetimeOptions& options, RunPlan& plan) {
+void ChooseFrames(const Options& options, RunPlan& plan) {
     if (options.frames.empty()) {
         plan.frames.resize(static_cast<std::size_t>(plan.length));
         std::iota(plan.frames.begin(), plan.frames.end(), std::int64_t{0});
@@ -82,7 +82,7 @@ void ChooseFrames(const RetimeOptions& options, RunPlan& plan) {
     }
 }
 
-void CountPairs(const RetimeOptions& options, RunPlan& plan) {
+void CountPairs(const Options& options, RunPlan& plan) {
     std::int64_t lastPair = -1;
     for (const std::int64_t frame : plan.frames) {
         const FramePlace place = PlaceOf(*plan.law, frame);
@@ -112,7 +112,7 @@ SampleDepth HeldDepth(const std::string& output, SampleDepth wanted) {
     }
 }
 
-SampleDepth DepthOf(const RetimeOptions& options, const ClipInfo& source) {
+SampleDepth DepthOf(const Options& options, const ClipInfo& source) {
     CheckOutputName(options.output);
     const SampleDepth held = HeldDepth(options.output, options.depth.value_or(source.depth));
     if (options.depth && held != *options.depth) {
@@ -124,17 +124,40 @@ SampleDepth DepthOf(const RetimeOptions& options, const ClipInfo& source) {
     return held;
 }
 
-std::string NumberText(double number) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.10g", number);
-    return text;
+void CheckTime(const Options& options, const ClipInfo& source) {
+    const Decimal at = options.at;
+    if (at.numerator >= 0 && at.numerator <= (source.frames - 1) * at.denominator) return;
+    throw UsageError("--at " + DecimalText(at) + ": give a time from 0 to " +
+                     std::to_string(source.frames - 1) + ", the last frame of " + source.name);
+}
+
+void CheckCrop(const Options& options, const ClipInfo& source) {
+    if (!options.crop) return;
+    if (options.cellWidth) {
+        throw UsageError("--cell-width and --crop: give one of them; a detail is not scaled");
+    }
+    const Window& crop = *options.crop;
+    if (crop.width <= source.width - crop.x && crop.height <= source.height - crop.y) return;
+    throw UsageError("--crop " + std::to_string(crop.x) + "," + std::to_string(crop.y) + "," +
+                     SizeText(crop.width, crop.height) + ": give a part of the frame, which has " +
+                     SizeText(source.width, source.height) + " pixels");
+}
+
+void CheckSheetName(const std::string& name) {
+    const StillFormat* format = FindStillFormat(name);
+    if (!format || StillDepth(*format, SampleDepth::kByte) != SampleDepth::kByte) {
+        throw UsageError("-o " + name + ": name a picture of 8 bits, such as sheet.png");
+    }
+    if (ParseSequenceName(name)) {
+        throw UsageError("-o " + name + ": names a sequence; a sheet is one picture");
+    }
 }
 
 std::string DepthText(SampleDepth depth) {
     return "depth " + std::string(ChoiceWord("--depth", static_cast<int>(depth)));
 }
 
-std::string MotionText(const RunPlan& plan, const RetimeOptions& options) {
+std::string MotionText(const RunPlan& plan, const Options& options) {
     const std::string onFrame = std::to_string(plan.onFrame) + " on a source frame";
     if (plan.pairs == 0) return "none estimated; " + onFrame;
     return "estimated at " + SizeText(plan.flowWidth, plan.flowHeight) + " between " +
@@ -144,7 +167,13 @@ std::string MotionText(const RunPlan& plan, const RetimeOptions& options) {
 
 }  // namespace
 
-RunPlan MakePlan(const RetimeOptions& options, const ClipInfo& source) {
+std::string SensitivityText(float sensitivity) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", static_cast<double>(sensitivity));
+    return text;
+}
+
+RunPlan MakePlan(const Options& options, const ClipInfo& source) {
     RunPlan plan;
     plan.source = source;
     CheckSize(source);
@@ -160,22 +189,36 @@ RunPlan MakePlan(const RetimeOptions& options, const ClipInfo& source) {
     return plan;
 }
 
-std::string Describe(const RunPlan& plan, const RetimeOptions& options, int threads) {
+RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source) {
+    RunPlan plan;
+    plan.source = source;
+    CheckSize(source);
+    CheckTime(options, source);
+    CheckCrop(options, source);
+    CheckSheetName(options.output);
+    plan.law = FixedTime(options.at);
+    plan.length = 1;
+    plan.frames = {0};
+    CountPairs(options, plan);
+    CheckWorkingSize(plan, options.quality);
+    plan.depth = SampleDepth::kByte;
+    return plan;
+}
+
+std::string Describe(const RunPlan& plan, const Options& options, int threads) {
     const ClipInfo& source = plan.source;
-    const double speed = static_cast<double>(options.speed.numerator) /
-                         static_cast<double>(options.speed.denominator);
     std::string text = "input: " + source.name + ", " + std::to_string(source.frames) +
                        " frames of " + SizeText(source.width, source.height) + ", " +
                        std::to_string(source.channels) + " channels, " + DepthText(source.depth);
     text += "\noutput: " + options.output + ", " + std::to_string(plan.frames.size()) + " of " +
             std::to_string(plan.length) + " frames, " + DepthText(plan.depth) +
             ", frame 0 has number " + std::to_string(plan.firstNumber);
-    text += "\nsettings: speed " + NumberText(speed) + ", interp " +
+    text += "\nsettings: speed " + DecimalText(options.speed) + ", interp " +
             std::string(ChoiceWord("--interp", options.interp)) + ", quality " +
             std::string(ChoiceWord("--quality", options.quality)) + ", warp " +
             std::string(ChoiceWord("--warp", options.warp)) + ", prep " +
             std::string(ChoiceWord("--prep", options.enhance)) + ", sensitivity " +
-            NumberText(options.sensitivity) + ", threads " + std::to_string(threads);
+            SensitivityText(options.sensitivity) + ", threads " + std::to_string(threads);
     return text + "\nmotion: " + MotionText(plan, options);
 }
 

@@ -28,9 +28,16 @@ struct RunPlan {
 
 // Throws UsageError for options that do not fit the clip, and MediaError of kind kInput for a clip
 // whose frames are too small or too large.
-RunPlan MakePlan(const RetimeOptions& options, const ClipInfo& source);
+RunPlan MakePlan(const Options& options, const ClipInfo& source);
+
+// The plan of a contact sheet: output frame 0 alone, which shows the time `options.at`, in 8 bits.
+// Throws as MakePlan does.
+RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source);
 
 // The plan in a few lines, for the user who wants to know.
-std::string Describe(const RunPlan& plan, const RetimeOptions& options, int threads);
+std::string Describe(const RunPlan& plan, const Options& options, int threads);
+
+// As a user writes it.
+std::string SensitivityText(float sensitivity);
 
 }  // namespace velorin

@@ -1,5 +1,7 @@
 #include "cli/time_law.h"
 
+#include <cstdlib>
+
 namespace velorin {
 
 namespace {
@@ -39,6 +41,19 @@ class ConstantSpeedLaw final : public TimeLaw {
     Decimal speed;
 };
 
+class FixedTimeLaw final : public TimeLaw {
+  public:
+    explicit FixedTimeLaw(Decimal newTime)
+        : time{newTime.numerator / newTime.denominator, newTime.numerator % newTime.denominator,
+               newTime.denominator} {}
+
+    SourceTime At(std::int64_t, int) const override { return time; }
+    std::optional<std::int64_t> Length(std::int64_t) const override { return std::nullopt; }
+
+  private:
+    SourceTime time;
+};
+
 }  // namespace
 
 std::optional<Decimal> ParseDecimal(std::string_view text) {
@@ -64,6 +79,19 @@ std::optional<Decimal> ParseDecimal(std::string_view text) {
     return value;
 }
 
+std::string DecimalText(Decimal number) {
+    const std::int64_t amount = std::abs(number.numerator);
+    std::string text = number.numerator < 0 ? "-" : "";
+    text += std::to_string(amount / number.denominator);
+    std::int64_t rest = amount % number.denominator;
+    if (rest != 0) text += '.';
+    for (; rest != 0; rest %= number.denominator) {
+        rest *= 10;
+        text += static_cast<char>('0' + rest / number.denominator);
+    }
+    return text;
+}
+
 std::int64_t SourceTime::Base() const {
     return DivideDown(frame, kFramesOfBase) * kFramesOfBase;
 }
@@ -77,6 +105,10 @@ float SourceTime::After(std::int64_t base) const {
 
 std::unique_ptr<TimeLaw> ConstantSpeed(Decimal speed) {
     return std::make_unique<ConstantSpeedLaw>(speed);
+}
+
+std::unique_ptr<TimeLaw> FixedTime(Decimal time) {
+    return std::make_unique<FixedTimeLaw>(time);
 }
 
 }  // namespace velorin

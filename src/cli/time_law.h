@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace velorin {
@@ -16,6 +17,9 @@ struct Decimal {
 // Reads `12`, `0.5` or `.5`, with a sign if need be and at most 9 digits after the point. Nothing
 // for any other text (an exponent, a number in words) and for 10^9 or more in amount.
 std::optional<Decimal> ParseDecimal(std::string_view text);
+
+// Every digit of the number, without zeros at the end: `12.5`.
+std::string DecimalText(Decimal number);
 
 // An exact place in a clip, in frames: `frame` whole ones, counted from 0, and a fraction.
 struct SourceTime {
@@ -46,5 +50,8 @@ class TimeLaw {
 
 // Output frame n shows source time n * speed. `speed` is 0 to 10.
 std::unique_ptr<TimeLaw> ConstantSpeed(Decimal speed);
+
+// Every output frame shows source time `time`, which is not negative.
+std::unique_ptr<TimeLaw> FixedTime(Decimal time);
 
 }  // namespace velorin

@@ -44,11 +44,13 @@ std::unique_ptr<TimeLaw> Speed(const char* text) {
     return ConstantSpeed(ParseDecimal(text).value());
 }
 
+// Warps by the method with the number of `interp`, so that all of them are used.
 int Render(ClipHost& host, std::int64_t frame, int interp, Picture& picture) {
     picture.SetShape(kWidth, kHeight, ZPPixUChar);
     KQImage result;
     WrapPicture(result, picture);
     host.SetOutputFrame(frame);
+    host.SetWarping(interp);
     return host.RenderFrame(&result, nullptr, 0, 0, 5, 0.0f, 1.0f, 29.97f, 29.97f, 0.0f, 0.7f,
                             interp, 1, 1, 1, 0, nullptr, nullptr, nullptr, false);
 }
@@ -100,7 +102,7 @@ TEST_F(ClipHostTest, AnswersTimesAndFramesFromABaseNearTheOutputFrame) {
 // Source times 0.5 and 4096.5 are the same numbers to the engine, and of different frames.
 TEST_F(ClipHostTest, PicturesDoNotDependOnTheFrameBefore) {
     const auto law = Speed("0.5");
-    for (const int interp : {0, 1}) {
+    for (const int interp : {0, 1, 2}) {
         ClipHost host(Clip(9000), *law, false);
         for (const std::int64_t frame : {1, 8193, 1, 8191, 8192, 8193, 2, 8195}) {
             Picture after, alone;
@@ -114,7 +116,7 @@ TEST_F(ClipHostTest, PicturesDoNotDependOnTheFrameBefore) {
 
 TEST_F(ClipHostTest, ReadsInTheOrderThatIsAnnounced) {
     for (const char* speed : {"0.3", "1", "2.5"}) {
-        for (const int interp : {0, 1}) {
+        for (const int interp : {0, 1, 2}) {
             std::vector<std::int64_t> reads, announced;
             const std::vector<std::int64_t> frames = {0, 1, 2, 3, 4, 5, 8, 20};
             const auto law = Speed(speed);

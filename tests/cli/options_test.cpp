@@ -5,15 +5,15 @@
 namespace velorin {
 namespace {
 
-std::optional<RetimeOptions> Parse(std::vector<const char*> words) {
-    return ParseRetime(static_cast<int>(words.size()), words.data());
+std::optional<Options> Parse(std::vector<const char*> words, Verb verb = kVerbRetime) {
+    return ParseOptions(verb, static_cast<int>(words.size()), words.data());
 }
 
 // The text of the refusal when these words follow a good command line.
-std::string Refusal(std::vector<const char*> words) {
+std::string Refusal(std::vector<const char*> words, Verb verb = kVerbRetime) {
     words.insert(words.begin(), {"in", "-o", "out.mkv"});
     try {
-        Parse(words);
+        Parse(words, verb);
     } catch (const UsageError& failure) {
         return failure.what();
     }
@@ -21,11 +21,12 @@ std::string Refusal(std::vector<const char*> words) {
 }
 
 TEST(Options, StartFromTheDefaultsOfThePanel) {
-    const RetimeOptions options = Parse({"in", "-o", "out.mkv"}).value();
+    const Options options = Parse({"in", "-o", "out.mkv"}).value();
     EXPECT_EQ(options.input, "in");
     EXPECT_EQ(options.output, "out.mkv");
     EXPECT_EQ(options.speed.numerator, options.speed.denominator);
     EXPECT_EQ(options.interp, 1);
+    EXPECT_EQ(options.warp, 0);
     EXPECT_EQ(options.quality, 4);
     EXPECT_EQ(options.enhance, 0);
     EXPECT_EQ(options.sensitivity, 70.0f);
@@ -34,7 +35,7 @@ TEST(Options, StartFromTheDefaultsOfThePanel) {
 }
 
 TEST(Options, ReachTheirMembersInAnyOrder) {
-    const RetimeOptions options =
+    const Options options =
         Parse({"--speed=0.4",    "--interp",  "nearest",    "--quality",     "full",
                "--prep",         "enhance",   "-qv",        "--sensitivity", "30.5",
                "clip",           "--threads", "64",         "--depth",       "half",
@@ -65,7 +66,7 @@ TEST(Options, RefusalsNameTheOptionAndTheValue) {
         EXPECT_EQ(Refusal({"--speed", speed}).rfind("--speed " + std::string(speed), 0), 0u);
     }
     EXPECT_EQ(Refusal({"--speed", "10"}), "accepted");
-    EXPECT_EQ(Refusal({"--interp", "energy"}), "--interp energy: give one of blend, nearest");
+    EXPECT_EQ(Refusal({"--interp", "cubic"}), "--interp cubic: give one of blend, nearest, energy");
     EXPECT_EQ(Refusal({"--threads", "65"}), "--threads 65: give a whole number from 1 to 64");
     EXPECT_EQ(Refusal({"--threads", "2x"}), "--threads 2x: give a whole number from 1 to 64");
     EXPECT_EQ(Refusal({"--frames", ""}).rfind("--frames needs a value", 0), 0u);
@@ -74,6 +75,48 @@ TEST(Options, RefusalsNameTheOptionAndTheValue) {
     EXPECT_EQ(Refusal({"--overwrite=no"}), "--overwrite takes no value");
     EXPECT_EQ(Refusal({"--nosuch=x"}).rfind("--nosuch is not an option", 0), 0u);
     EXPECT_EQ(Refusal({"second"}).rfind("second is one name too many", 0), 0u);
+}
+
+TEST(Options, MethodsHaveTheNumbersOfTheEngine) {
+    const auto parsed = [](const char* interp, const char* warp) {
+        return Parse({"in", "-o", "out", "--interp", interp, "--warp", warp}).value();
+    };
+    int number = 0;
+    for (const auto& [interp, warp] :
+         {std::pair{"nearest", "inverse"}, {"blend", "smart"}, {"energy", "forward"}}) {
+        EXPECT_EQ(parsed(interp, warp).interp, number);
+        EXPECT_EQ(parsed(interp, warp).warp, number++);
+    }
+}
+
+TEST(Options, ComparingHasItsOwn) {
+    const Options options = Parse({"clip", "-o", "sheet.png", "--at", "12.5", "--quality", "sloppy",
+                                   "--crop", "1,0,20x16", "--threads", "2"},
+                                  kVerbCompare)
+                                .value();
+    EXPECT_EQ(DecimalText(options.at), "12.5");
+    EXPECT_EQ(options.quality, 1);
+    EXPECT_EQ(options.crop, (Window{1, 0, 20, 16}));
+    EXPECT_FALSE(options.cellWidth);
+
+    const auto refusal = [](std::vector<const char*> words) {
+        return Refusal(words, kVerbCompare);
+    };
+    EXPECT_EQ(refusal({}), "--at TIME is missing: velorin compare INPUT --at TIME -o SHEET");
+    EXPECT_EQ(refusal({"--at", "1e1"}).rfind("--at 1e1: give a time", 0), 0u);
+    EXPECT_EQ(refusal({"--at", "1", "--speed", "2"})
+                  .rfind("--speed is not an option of velorin "
+                         "compare",
+                         0),
+              0u);
+    EXPECT_EQ(Refusal({"--at", "1"}).rfind("--at is not an option of velorin retime", 0), 0u);
+    for (const char* crop : {"", "1", "1,2", "1,2,3", "1,2,3x", "1,2,0x4", "-1,2,3x4", "1,2,3x4x5",
+                             "1 ,2,3x4", "99999999999,0,1x1"}) {
+        EXPECT_NE(refusal({"--at", "1", "--crop", crop}).find("X,Y,WxH"), std::string::npos);
+    }
+    EXPECT_EQ(HelpOf(kVerbCompare).find("--speed S"), std::string::npos);
+    EXPECT_NE(HelpOf(kVerbRetime).find("blend, nearest, energy (first: default)"),
+              std::string::npos);
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ ClipInfo Clip(int width, int height, std::int64_t frames) {
     return info;
 }
 
-RetimeOptions Slow(const char* speed) {
-    RetimeOptions options;
+Options Slow(const char* speed) {
+    Options options;
     options.output = "out.%04d.png";
     options.speed = ParseDecimal(speed).value();
     return options;
@@ -25,7 +25,7 @@ RetimeOptions Slow(const char* speed) {
 
 // The text by which a clip of that size is refused; empty when it is taken.
 std::string Refusal(int width, int height, const char* speed, int quality) {
-    RetimeOptions options = Slow(speed);
+    Options options = Slow(speed);
     options.quality = quality;
     try {
         MakePlan(options, Clip(width, height, 5));
@@ -46,13 +46,13 @@ TEST(RunPlan, CountsFramesAndPairs) {
     EXPECT_EQ(plan.flowHeight, 36);
     EXPECT_EQ(plan.firstNumber, 101);
 
-    RetimeOptions some = Slow("0.5");
+    Options some = Slow("0.5");
     some.frames = ParseFrames("15-30").value();
     const RunPlan part = MakePlan(some, Clip(96, 72, 10));
     EXPECT_EQ(part.frames, std::vector<std::int64_t>({15, 16, 17, 18}));
     EXPECT_TRUE(part.framesLeftOut);
 
-    RetimeOptions still = Slow("0");
+    Options still = Slow("0");
     EXPECT_THROW(MakePlan(still, Clip(96, 72, 10)), UsageError);
     still.length = 3;
     EXPECT_EQ(MakePlan(still, Clip(96, 72, 10)).onFrame, 3);
@@ -76,7 +76,7 @@ TEST(RunPlan, RefusesSizesAndSaysWhichQualityWouldDo) {
 TEST(RunPlan, FollowsTheInputsDepthWhereTheFormatHoldsIt) {
     ClipInfo info = Clip(96, 72, 4);
     info.depth = SampleDepth::kHalf;
-    RetimeOptions options = Slow("0.4");
+    Options options = Slow("0.4");
     EXPECT_EQ(MakePlan(options, info).depth, SampleDepth::kWord);
     options.depth = SampleDepth::kFloat;
     EXPECT_THROW(MakePlan(options, info), UsageError);
@@ -86,6 +86,47 @@ TEST(RunPlan, FollowsTheInputsDepthWhereTheFormatHoldsIt) {
         options.output = name;
         EXPECT_THROW(MakePlan(options, info), UsageError) << name;
     }
+}
+
+TEST(RunPlan, OfASheetIsOneTimeInsideTheClip) {
+    Options options;
+    options.output = "sheet.png";
+    const auto refusal = [&](const char* at) -> std::string {
+        options.at = ParseDecimal(at).value();
+        try {
+            MakeSheetPlan(options, Clip(96, 72, 5));
+        } catch (const UsageError& failure) {
+            return failure.what();
+        }
+        return "";
+    };
+    EXPECT_EQ(refusal("3.5"), "");
+    EXPECT_EQ(refusal("4"), "");
+    for (const char* at : {"-0.1", "4.000000001"}) {
+        EXPECT_NE(refusal(at).find("from 0 to 4, the last frame"), std::string::npos) << at;
+    }
+    options.at = ParseDecimal("3.5").value();
+    ClipInfo info = Clip(96, 72, 5);
+    info.depth = SampleDepth::kFloat;
+    const RunPlan plan = MakeSheetPlan(options, info);
+    EXPECT_EQ(plan.law->At(0, 0).frame, 3);
+    EXPECT_EQ(plan.frames.size(), 1u);
+    EXPECT_EQ(plan.pairs, 1);
+    EXPECT_EQ(plan.depth, SampleDepth::kByte);
+
+    for (const char* name : {"sheet", "sheet.exr", "sheet.mov", "sheet.%04d.png"}) {
+        options.output = name;
+        EXPECT_NE(refusal("1").find(name), std::string::npos) << name;
+    }
+    options.output = "sheet.jpg";
+    for (const Window& crop : {Window{0, 0, 97, 1}, {0, 1, 1, 72}, {2147483647, 0, 1, 1}}) {
+        options.crop = crop;
+        EXPECT_NE(refusal("1").find("96x72"), std::string::npos);
+    }
+    options.crop = Window{95, 71, 1, 1};
+    EXPECT_EQ(refusal("1"), "");
+    options.cellWidth = 100;
+    EXPECT_NE(refusal("1"), "");
 }
 
 }  // namespace

@@ -30,6 +30,20 @@ TEST(ParseDecimal, HoldsWhatIsWrittenAndRefusesTheRest) {
     }
 }
 
+TEST(DecimalText, IsWhatWasWritten) {
+    for (const char* text : {"0", "12.5", "-0.05", "999999999.999999999", "0.000000001"}) {
+        EXPECT_EQ(DecimalText(ParseDecimal(text).value()), text);
+    }
+    EXPECT_EQ(DecimalText(ParseDecimal("+07.500").value()), "7.5");
+}
+
+TEST(FixedTime, HoldsForEveryFrame) {
+    const auto law = FixedTime(ParseDecimal("4100.125").value());
+    ExpectPlace(law->At(0, 0), 4100, 125000);
+    ExpectPlace(law->At(7, 1), 4100, 125000);
+    EXPECT_EQ(law->At(0, 0).After(4096), 4.125f);
+}
+
 TEST(ConstantSpeed, PlacesFramesWhereArithmeticSays) {
     ExpectPlace(Speed("0.999")->At(100100, 0), 99999, 900000);
     ExpectPlace(Speed("2.5")->At(3, 0), 7, 500000);

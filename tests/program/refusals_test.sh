@@ -23,8 +23,7 @@ expect 2 'standard output' retime "$in" -o -
 expect 2 'slow.%04d.png' retime "$in" -o "$out/slow.png"
 expect 2 'slow.xyz' retime "$in" -o "$out/slow.xyz"
 expect 2 '--depth' retime "$in" -o "$frames" --depth float
-expect 2 '--interp energy' retime "$in" -o "$frames" --interp energy
-expect 2 '--warp smart' retime "$in" -o "$frames" --warp smart
+expect 2 '--interp cubic' retime "$in" -o "$frames" --interp cubic
 for option in --speed-curve --frame-curve --matte --view --compensate --input-fields \
     --output-fields --motion-from --scenes --setup --log; do
     expect 2 "$option" retime "$in" -o "$frames" "$option" x

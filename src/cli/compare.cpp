@@ -1,0 +1,115 @@
+#include "cli/compare.h"
+
+#include <filesystem>
+#include <string>
+#include <utility>
+
+#include "cli/exit_codes.h"
+#include "cli/frame_renderer.h"
+#include "cli/progress_line.h"
+#include "cli/run_plan.h"
+#include "cli/stop_request.h"
+#include "media/contact_sheet.h"
+#include "media/safe_file.h"
+#include "media/sequence_writer.h"
+
+namespace velorin {
+
+namespace {
+
+// A choice of the engine, under the name that its panel has for it.
+struct Named {
+    int value;
+    const char* name;
+};
+
+constexpr Named kRows[] = {{0, "Nearest"}, {1, "Blend"}, {2, "Weighted Energy Blend"}};
+constexpr Named kColumns[] = {{0, "Inverse"}, {1, "Inverse + Smart Blend"}, {2, "Forward"}};
+constexpr int kCells = static_cast<int>(std::size(kRows) * std::size(kColumns));
+
+std::string Spelt(const std::string& option, int value) {
+    return option + " " + std::string(ChoiceWord(option, value));
+}
+
+// The clip's name without the way to it, which may be as long as it likes.
+std::string ShortName(const std::string& name) {
+    const std::filesystem::path path(name);
+    return (path.has_filename() ? path : path.parent_path()).filename().string();
+}
+
+std::string TitleOf(const Options& options, const ClipInfo& source) {
+    return ShortName(source.name) + "   --at " + DecimalText(options.at) + "   " +
+           Spelt("--quality", options.quality) + "   " + Spelt("--prep", options.enhance) +
+           "   --sensitivity " + SensitivityText(options.sensitivity);
+}
+
+SheetLabel LabelOf(const Named& row, const Named& column) {
+    return {std::string(row.name) + " / " + column.name,
+            Spelt("--interp", row.value) + " " + Spelt("--warp", column.value)};
+}
+
+SheetSettings SettingsFor(const Options& options, const ClipInfo& source) {
+    SheetSettings settings;
+    settings.title = TitleOf(options, source);
+    settings.columns = static_cast<int>(std::size(kColumns));
+    settings.cellWidth = options.cellWidth.value_or(settings.cellWidth);
+    settings.crop = options.crop;
+    // Alpha that the clip does not have itself is not written by `retime` either.
+    if (source.channels % 2 == 0) {
+        settings.alpha = source.straightAlpha ? SheetSettings::Alpha::kStraight
+                                              : SheetSettings::Alpha::kMultiplied;
+    }
+    return settings;
+}
+
+void NoteWhatIsLessThanAsked(const Options& options, const RunPlan& plan, ProgressLine& progress) {
+    if (plan.onFrame > 0) {
+        progress.Note("--at " + DecimalText(options.at) +
+                      ": lies on a source frame, which all methods show as it is; a time between "
+                      "two frames tells more");
+    }
+    if (options.cellWidth.value_or(0) > plan.source.width) {
+        progress.Note("--cell-width " + std::to_string(*options.cellWidth) + ": the frames are " +
+                      std::to_string(plan.source.width) + " pixels wide and are not scaled up");
+    }
+}
+
+// False when the user asked to stop. The pairs of one row follow each other: they mix alike.
+bool FillSheet(ContactSheet& sheet, FrameRenderer& renderer, ProgressLine& progress) {
+    int cell = 0;
+    for (const Named& row : kRows) {
+        for (const Named& column : kColumns) {
+            if (StopRequested()) return false;
+            const Picture* picture = renderer.Render(0, {row.value, column.value}, progress);
+            if (!picture) return false;
+            sheet.Add(*picture, LabelOf(row, column));
+            progress.FrameDone(cell++);
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+int Compare(const Options& options) {
+    WatchForStop();
+    StartThreads(options);
+    std::unique_ptr<ClipReader> clip = OpenClip(options.input);
+    const RunPlan plan = MakeSheetPlan(options, clip->Info());
+    CheckTarget(options.output, options.overwrite);
+    CheckNoFrameOf(options.output, plan.source);
+    ContactSheet sheet(SettingsFor(options, plan.source));
+    ProgressLine progress(options.progress, options.quiet);
+    NoteWhatIsLessThanAsked(options, plan, progress);
+    FrameRenderer renderer(options, plan, std::move(clip));
+    progress.Start(kCells);
+    if (!FillSheet(sheet, renderer, progress)) {
+        progress.Note("stopped on request; no sheet is written");
+        return StopRequested();
+    }
+    sheet.Write(options.output, options.overwrite);
+    progress.Finish();
+    return kExitDone;
+}
+
+}  // namespace velorin

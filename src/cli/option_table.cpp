@@ -1,0 +1,180 @@
+#include "cli/option_table.h"
+
+#include <limits>
+
+namespace velorin {
+
+namespace {
+
+constexpr std::string_view kTime = "Time";
+constexpr std::string_view kMotion = "Motion and mix";
+constexpr std::string_view kSheet = "Sheet";
+constexpr std::string_view kRun = "Run";
+constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max();
+constexpr int kNarrowestCell = 16;
+constexpr int kWidestCell = 16000;
+
+constexpr Choice kInterps[] = {{"blend", 1}, {"nearest", 0}, {"energy", 2}};
+constexpr Choice kQualities[] = {{"best", 4},   {"full", 5},   {"high", 3},
+                                 {"medium", 2}, {"sloppy", 1}, {"none", 0}};
+constexpr Choice kWarps[] = {{"inverse", 0}, {"smart", 1}, {"forward", 2}};
+constexpr Choice kPreps[] = {{"none", 0}, {"enhance", 1}};
+constexpr Choice kDepths[] = {{"8", static_cast<int>(SampleDepth::kByte)},
+                              {"16", static_cast<int>(SampleDepth::kWord)},
+                              {"half", static_cast<int>(SampleDepth::kHalf)},
+                              {"float", static_cast<int>(SampleDepth::kFloat)}};
+constexpr Choice kStyles[] = {{"auto", static_cast<int>(ProgressStyle::kAuto)},
+                              {"plain", static_cast<int>(ProgressStyle::kPlain)},
+                              {"json", static_cast<int>(ProgressStyle::kJson)},
+                              {"none", static_cast<int>(ProgressStyle::kNone)}};
+
+void SetOutputName(Options& options, const Argument& argument, const char* whatToName) {
+    if (argument.text == "-") argument.Refuse("name a file; standard output is not supported");
+    if (argument.text.empty() || argument.text.starts_with('-')) argument.Refuse(whatToName);
+    options.output = argument.text;
+}
+
+void SetOutput(Options& options, const Argument& argument) {
+    SetOutputName(options, argument, "name a movie or a sequence such as slow.%04d.png");
+}
+
+void SetSheet(Options& options, const Argument& argument) {
+    SetOutputName(options, argument, "name a picture such as sheet.png");
+}
+
+// Which times there are is not known before the clip is open.
+void SetAt(Options& options, const Argument& argument) {
+    const std::optional<Decimal> at = ParseDecimal(argument.text);
+    if (!at) argument.Refuse("give a time in frames of the clip, such as 12.5");
+    options.at = *at;
+}
+
+void SetFrames(Options& options, const Argument& argument) {
+    std::optional<std::vector<FrameRange>> frames = ParseFrames(argument.text);
+    if (!frames) argument.Refuse("give output frames such as 7, 7-9, 7-, 0-100x10 or 1,4,7-9");
+    options.frames = *std::move(frames);
+}
+
+void SetSensitivity(Options& options, const Argument& argument) {
+    const Decimal value = argument.AsDecimal(0, 100);
+    options.sensitivity = static_cast<float>(static_cast<double>(value.numerator) /
+                                             static_cast<double>(value.denominator));
+}
+
+// clang-format off
+constexpr OptionEntry kOptions[] = {
+    {kVerbRetime, {}, "-o", "--output", "OUTPUT", "the movie or sequence to write", {}, SetOutput,
+     true},
+    {kVerbCompare, {}, {}, "--at", "TIME", "the time to render, in frames of the clip from 0 on; "
+     "12.5 is half-way between frames 12 and 13", {}, SetAt, true},
+    {kVerbCompare, {}, "-o", "--output", "SHEET", "the picture to write, of 8 bits: png, tif, jpg",
+     {}, SetSheet, true},
+
+    {kVerbRetime, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10; 1 when not given", {},
+     [](Options& options, const Argument& argument) {
+         options.speed = argument.AsDecimal(0, 10);
+     }},
+    {kVerbRetime, kTime, {}, "--length", "N", "number of output frames; by default all whose "
+     "source time lies inside the clip", {},
+     [](Options& options, const Argument& argument) {
+         options.length = argument.AsInteger(1, kMostFrames);
+     }},
+    {kVerbRetime, kTime, {}, "--frames", "LIST", "render only these output frames, counted from "
+     "0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
+
+    {kVerbRetime, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
+     "Weighted Energy Blend", kInterps,
+     [](Options& options, const Argument& argument) {
+         options.interp = argument.AsChoice();
+     }},
+    {kVerbAll, kMotion, {}, "--quality", "QUALITY", "size at which motion is estimated: best is "
+     "half the frame's, full its own, none mixes without motion", kQualities,
+     [](Options& options, const Argument& argument) {
+         options.quality = argument.AsChoice();
+     }},
+    {kVerbRetime, kMotion, {}, "--warp", "METHOD", "how frames are moved along the motion; smart "
+     "is Inverse + Smart Blend", kWarps,
+     [](Options& options, const Argument& argument) {
+         options.warp = argument.AsChoice();
+     }},
+    {kVerbAll, kMotion, {}, "--prep", "KIND", "preparation of what the estimator sees", kPreps,
+     [](Options& options, const Argument& argument) {
+         options.enhance = argument.AsChoice();
+     }},
+    {kVerbAll, kMotion, {}, "--sensitivity", "N", "Motion Sensitivity, 0 to 100; 70 when not "
+     "given", {}, SetSensitivity},
+
+    {kVerbCompare, kSheet, {}, "--cell-width", "N", "wider frames are scaled down to so many "
+     "pixels; 800 when not given", {},
+     [](Options& options, const Argument& argument) {
+         options.cellWidth = static_cast<int>(argument.AsInteger(kNarrowestCell, kWidestCell));
+     }},
+    {kVerbCompare, kSheet, {}, "--crop", "X,Y,WxH", "show this detail of the frame instead, pixel "
+     "by pixel; its top left corner lies X from the left and Y from the top", {},
+     [](Options& options, const Argument& argument) {
+         options.crop = argument.AsWindow();
+     }},
+
+    {kVerbAll, kRun, {}, "--threads", "N", "1 to 64; by default the processors that this process "
+     "may use", {},
+     [](Options& options, const Argument& argument) {
+         options.threads = static_cast<int>(argument.AsInteger(1, 64));
+     }},
+    {kVerbRetime, kRun, {}, "--depth", "DEPTH", "of the output's samples; by default that of the "
+     "input where the output's format can hold it", kDepths,
+     [](Options& options, const Argument& argument) {
+         options.depth = static_cast<SampleDepth>(argument.AsChoice());
+     }},
+    {kVerbRetime, kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a "
+     "sequence; by default the input's first", {},
+     [](Options& options, const Argument& argument) {
+         options.startNumber = static_cast<int>(argument.AsInteger(0, 999999999));
+     }},
+    {kVerbRetime, kRun, {}, "--no-cache", {}, "estimate anew for every frame", {},
+     [](Options& options, const Argument&) { options.keepFlows = false; }},
+    {kVerbAll, kRun, {}, "--overwrite", {}, "replace output that is there already", {},
+     [](Options& options, const Argument&) { options.overwrite = true; }},
+    {kVerbAll, kRun, {}, "--progress", "STYLE", "a bar on a terminal and plain lines elsewhere, "
+     "plain lines, one JSON object a line, or nothing", kStyles,
+     [](Options& options, const Argument& argument) {
+         options.progress = static_cast<ProgressStyle>(argument.AsChoice());
+     }},
+    {kVerbAll, kRun, "-q", "--quiet", {}, "say nothing but errors", {},
+     [](Options& options, const Argument&) { options.quiet = true; }},
+    {kVerbRetime, kRun, "-v", "--verbose", {}, "tell settings, sizes and what is estimated", {},
+     [](Options& options, const Argument&) { options.verbose = true; }},
+};
+// clang-format on
+
+constexpr VerbText kVerbTexts[] = {
+    {kVerbRetime, "retime", "INPUT -o OUTPUT",
+     "INPUT and OUTPUT are each a movie or an image sequence: shot.%04d.png, shot.####.png, or "
+     "for\n"
+     "INPUT a folder that holds one sequence. Frames count from 0; the numbers in a sequence's\n"
+     "names go on from the input's first.\n",
+     "  velorin retime shot.mov -o slow.mov --speed 0.4\n"
+     "  velorin retime plates/shot.%04d.exr -o slow/shot.%04d.exr --speed 0.25 --quality full\n"
+     "  velorin retime shot.####.png -o test.####.png --speed 0.5 --frames 40-59 --interp "
+     "nearest\n"},
+    {kVerbCompare, "compare", "INPUT --at TIME -o SHEET",
+     "Renders one moment of a clip with every pair of --interp and --warp into one labelled\n"
+     "picture, three by three: the rows are Nearest, Blend and Weighted Energy Blend, the columns\n"
+     "Inverse, Inverse + Smart Blend and Forward. INPUT is a movie, an image sequence such as\n"
+     "shot.%04d.png or a folder that holds one. Frames count from 0. Samples of 16 bits and float\n"
+     "are shown in 8 bits, float from 0 to 1; transparent parts show the dark grey of the sheet.\n",
+     "  velorin compare shot.mov --at 12.5 -o sheet.png\n"
+     "  velorin compare plates/shot.%04d.exr --at 40.25 -o sheet.png --quality full\n"
+     "  velorin compare shot.mov --at 12.5 -o hand.png --crop 800,420,480x270\n"},
+};
+
+}  // namespace
+
+std::span<const OptionEntry> OptionTable() {
+    return kOptions;
+}
+
+const VerbText& TextOf(Verb verb) {
+    return kVerbTexts[verb == kVerbRetime ? 0 : 1];
+}
+
+}  // namespace velorin
