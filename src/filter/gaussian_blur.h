@@ -1,8 +1,22 @@
 #pragma once
 
+#include <array>
+
+#include "filter/line_filter.h"
 #include "image/zp_image.h"
 
 namespace velorin {
+
+// The half kernel of the Gaussian below. A radius of 4096 and above throws ZPErrBadArgument.
+class GaussianKernel {
+  public:
+    explicit GaussianKernel(float radius);
+    HalfKernel Half() const { return HalfKernel(weights.data(), taps); }
+
+  private:
+    int taps;
+    std::array<float, 4096> weights;
+};
 
 // Blurs `image` in place with a separable Gaussian.
 //

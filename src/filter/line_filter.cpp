@@ -59,23 +59,28 @@ float FilterBorder(const float* v, int i, int length, int lanes, HalfKernel w,
 
 void FilterLine(const float* v, int length, int lanes, HalfKernel kernel, AbsentSample absent,
                 float* out) {
+    FilterLine(v, length, lanes, kernel, absent, 0, length, out);
+}
+
+void FilterLine(const float* v, int length, int lanes, HalfKernel kernel, AbsentSample absent,
+                int begin, int end, float* out) {
     const int taps = static_cast<int>(kernel.size());
-    const int first = std::min(length, taps);
-    const int middle = std::max(length - 2 * taps, 0);
-    const auto border = [&](int begin, int end) {
-        for (int i = begin; i < end; ++i) {
+    const int middleBegin = std::min(length, taps);
+    const int middleEnd = middleBegin + std::max(length - 2 * taps, 0);
+    const auto border = [&](int from, int to) {
+        for (int i = from; i < to; ++i) {
             for (int k = 0; k < lanes; ++k) {
                 out[static_cast<std::ptrdiff_t>(i) * lanes + k] =
                     FilterBorder(v + k, i, length, lanes, kernel, absent);
             }
         }
     };
-    border(0, first);
-    std::ptrdiff_t p = static_cast<std::ptrdiff_t>(first) * lanes;
-    const std::ptrdiff_t end = p + static_cast<std::ptrdiff_t>(middle) * lanes;
-    for (; p + kBlock <= end; p += kBlock) FilterMiddle<kBlock>(v + p, lanes, kernel, out + p);
-    for (; p < end; ++p) FilterMiddle<1>(v + p, lanes, kernel, out + p);
-    border(first + middle, length);
+    border(begin, std::min(end, middleBegin));
+    std::ptrdiff_t p = static_cast<std::ptrdiff_t>(std::max(begin, middleBegin)) * lanes;
+    const std::ptrdiff_t stop = static_cast<std::ptrdiff_t>(std::min(end, middleEnd)) * lanes;
+    for (; p + kBlock <= stop; p += kBlock) FilterMiddle<kBlock>(v + p, lanes, kernel, out + p);
+    for (; p < stop; ++p) FilterMiddle<1>(v + p, lanes, kernel, out + p);
+    border(std::max(begin, middleEnd), end);
 }
 
 }  // namespace velorin

@@ -1,6 +1,8 @@
 #include "filter/resample.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <type_traits>
 
 #include "image/bilinear.h"
 #include "image/parallel_rows.h"
@@ -24,29 +26,65 @@ AxisSample LocateOrFirst(float position, int last) {
     return last < 1 ? AxisSample{0, 0.0f} : LocateSample(position, last);
 }
 
+// Columns that are resampled together: their places are found once for all rows of a job.
+constexpr int kTileColumns = 256;
+
+// Where the samples of a column's first channel are in a row of the source.
+struct ColumnPlace {
+    int left, right;
+    float weight;
+};
+
+struct ColumnTile {
+    ColumnTile(const ZPImage& dest, const ZPImage& source, int firstColumn)
+        : first(firstColumn), count(std::min(kTileColumns, dest.width - firstColumn)) {
+        const float scale = ScaleOf(source.width, dest.width);
+        for (int i = 0; i < count; ++i) {
+            const AxisSample column =
+                LocateOrFirst(static_cast<float>(first + i) * scale, source.lastColumn);
+            places[i] = {column.index * source.channels,
+                         After(column.index, source.lastColumn) * source.channels, column.weight};
+        }
+    }
+
+    int first, count;
+    ColumnPlace places[kTileColumns];
+};
+
+// `channels` is a constant where there is one channel.
+template <typename Dest, typename Source, typename Channels>
+void ResampleTileRow(ZPImage& dest, const ZPImage& source, const ColumnTile& tile, int y,
+                     Channels channels) {
+    const AxisSample row =
+        LocateOrFirst(static_cast<float>(y) * ScaleOf(source.height, dest.height), source.lastRow);
+    const Source* top = source.Row<Source>(row.index);
+    const Source* bottom = source.Row<Source>(After(row.index, source.lastRow));
+    // Of equal white points exactly 1.0, which changes no value.
+    const float k =
+        dest.whitePoint == source.whitePoint ? 1.0f : dest.whitePoint / source.whitePoint;
+    Dest* out = dest.Row<Dest>(y) + static_cast<std::ptrdiff_t>(tile.first) * channels;
+    for (int i = 0; i < tile.count; ++i, out += channels) {
+        const ColumnPlace place = tile.places[i];
+        for (int c = 0; c < channels; ++c) {
+            const float value = MixSquare(
+                static_cast<float>(top[place.left + c]), static_cast<float>(top[place.right + c]),
+                static_cast<float>(bottom[place.left + c]),
+                static_cast<float>(bottom[place.right + c]), place.weight, row.weight);
+            out[c] = RoundUnclamped<Dest>(value * k);
+        }
+    }
+}
+
 template <typename Dest, typename Source>
 void ResampleRows(ZPImage& dest, const ZPImage& source, int firstRow, int lastRow) {
-    const int channels = dest.channels;
-    const float scaleX = ScaleOf(source.width, dest.width);
-    const float scaleY = ScaleOf(source.height, dest.height);
-    const bool sameWhite = dest.whitePoint == source.whitePoint;
-    const float k = dest.whitePoint / source.whitePoint;
-    for (int y = firstRow; y <= lastRow; ++y) {
-        const AxisSample row = LocateOrFirst(static_cast<float>(y) * scaleY, source.lastRow);
-        const Source* top = source.Row<Source>(row.index);
-        const Source* bottom = source.Row<Source>(After(row.index, source.lastRow));
-        Dest* out = dest.Row<Dest>(y);
-        for (int x = 0; x < dest.width; ++x) {
-            const AxisSample column =
-                LocateOrFirst(static_cast<float>(x) * scaleX, source.lastColumn);
-            const int left = column.index * channels;
-            const int right = After(column.index, source.lastColumn) * channels;
-            for (int c = 0; c < channels; ++c) {
-                const float value =
-                    MixSquare(static_cast<float>(top[left + c]), static_cast<float>(top[right + c]),
-                              static_cast<float>(bottom[left + c]),
-                              static_cast<float>(bottom[right + c]), column.weight, row.weight);
-                *out++ = RoundUnclamped<Dest>(sameWhite ? value : value * k);
+    for (int x = 0; x < dest.width; x += kTileColumns) {
+        const ColumnTile tile(dest, source, x);
+        for (int y = firstRow; y <= lastRow; ++y) {
+            if (dest.channels == 1) {
+                ResampleTileRow<Dest, Source>(dest, source, tile, y,
+                                              std::integral_constant<int, 1>());
+            } else {
+                ResampleTileRow<Dest, Source>(dest, source, tile, y, dest.channels);
             }
         }
     }

@@ -44,6 +44,14 @@ void CompareWithPlain(Noise& noise, int length, int lanes, int taps, AbsentSampl
         for (int i = 0; i < length; ++i) EXPECT_SAME_BITS(out[i * lanes + k], plain[i]);
     }
     for (std::size_t i = v.size(); i < out.size(); ++i) EXPECT_SAME_BITS(out[i], kUntouched);
+
+    const int begin = noise.Int(0, length), end = noise.Int(begin, length);
+    std::vector<float> part(v.size(), kUntouched);
+    FilterLine(v.data(), length, lanes, w, absent, begin, end, part.data());
+    for (int i = 0; i < length * lanes; ++i) {
+        const bool inside = i >= begin * lanes && i < end * lanes;
+        EXPECT_SAME_BITS(part[i], inside ? out[i] : kUntouched);
+    }
 }
 
 // Lengths below, at and above one and two kernels, and past several blocks of side-by-side outputs

@@ -49,7 +49,8 @@ TEST(Resample, EqualsPlainRuleForEveryPairOfTypes) {
             noise.Fill(*source);
             again.Fill(*flipped);
             // Integers are not clamped, so a value beyond the range wraps: floats reach -0.25.
-            for (Size size : {Size{19, 20}, Size{38, 41}, Size{61, 131}, Size{2, 2}}) {
+            for (Size size :
+                 {Size{19, 20}, Size{38, 41}, Size{61, 131}, Size{2, 2}, Size{523, 3}}) {
                 ZPImage expected(size.width, size.height, channels, destType, 0);
                 PlainResample(expected, *source);
                 ForEachThreadCount([&] {
