@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "filter/gaussian_blur.h"
+#include "flow/fill_level.h"
 #include "flow/scatter_levels.h"
 #include "image/copy.h"
 #include "image/parallel_rows.h"
@@ -17,36 +18,24 @@ constexpr float kBlurRadius = 5.0f;
 
 template <typename Value>
 void WeighRows(ZPImage& weights, const ZPImage& holeMatte, int firstRow, int lastRow) {
-    const int step = holeMatte.channels;
     for (int y = firstRow; y <= lastRow; ++y) {
         const Value* hole = holeMatte.Row<Value>(y);
         float* weight = weights.Row<float>(y);
-        for (int x = 0; x < weights.width; ++x) weight[x] = hole[x * step] != 0 ? 0.0f : 1.0f;
+        for (int x = 0; x < weights.width; ++x) weight[x] = hole[x] != 0 ? 0.0f : 1.0f;
     }
 }
 
-// A hole may hold anything, so it is replaced and not multiplied by its weight.
-template <typename Value>
-void TakeKnownRows(ZPImage& values, const ZPImage& weights, const ZPImage& image, int channel,
-                   int firstRow, int lastRow) {
-    const int step = image.channels;
-    for (int y = firstRow; y <= lastRow; ++y) {
-        const Value* in = image.Row<Value>(y) + channel;
-        const float* weight = weights.Row<float>(y);
-        float* value = values.Row<float>(y);
-        for (int x = 0; x < values.width; ++x) {
-            value[x] = weight[x] != 0.0f ? static_cast<float>(in[x * step]) : 0.0f;
+// Calls work(x) for every hole of a row.
+template <typename Work>
+void ForEachHole(const ZPImage& weights, const ZPImage& unknown, int y, const Work& work) {
+    const std::uint8_t* marks = unknown.Row<std::uint8_t>(y);
+    const float* weight = weights.Row<float>(y);
+    for (int i = 0; i < unknown.width; ++i) {
+        if (!marks[i]) continue;
+        const int end = std::min((i + 1) * kMarkedColumns, weights.width);
+        for (int x = i * kMarkedColumns; x < end; ++x) {
+            if (weight[x] == 0.0f) work(x);
         }
-    }
-}
-
-template <typename Value>
-void StoreRows(ZPImage& image, int channel, const ZPImage& field, int firstRow, int lastRow) {
-    const int step = image.channels;
-    for (int y = firstRow; y <= lastRow; ++y) {
-        const float* in = field.Row<float>(y);
-        Value* out = image.Row<Value>(y) + channel;
-        for (int x = 0; x < field.width; ++x) out[x * step] = RoundClamped<Value>(in[x]);
     }
 }
 
@@ -76,11 +65,15 @@ void ZPSingleChannelFill::AddLevel(int w, int h) {
     for (ImagePyramid* pyramid : {&flowPyramid, &valuePyramid, &weightPyramid, &scratchPyramid}) {
         (*pyramid)[levelCount] = std::make_unique<ZPImage>(w, h, 1, ZPPixFloat, 0);
     }
+    for (ImagePyramid* pyramid : {&unknownPyramid, &neededPyramid}) {
+        (*pyramid)[levelCount] = std::make_unique<ZPImage>(CountMarks(w), h, 1, ZPPixUChar, 0);
+    }
     ++levelCount;
 }
 
-void ZPSingleChannelFill::CheckSize(const ZPImage& image) const {
-    if (SizeDiffers(&image, valuePyramid[0].get())) throw ZPErrBadArgument;
+void ZPSingleChannelFill::CheckPicture(const ZPImage& image) const {
+    const bool picture = WithPictureType(image.pixelType, [](auto) {});
+    if (!picture || SizeDiffers(&image, valuePyramid[0].get())) throw ZPErrBadArgument;
 }
 
 void ZPSingleChannelFill::LoadChannel(const ZPImage& image, int channel, const ZPImage& holeMatte) {
@@ -89,27 +82,35 @@ void ZPSingleChannelFill::LoadChannel(const ZPImage& image, int channel, const Z
 }
 
 void ZPSingleChannelFill::LoadHoles(const ZPImage& holeMatte) {
-    CheckSize(holeMatte);
-    const bool known = WithPictureType(holeMatte.pixelType, [&](auto zero) {
+    CheckPicture(holeMatte);
+    if (holeMatte.channels != 1) throw ZPErrBadArgument;
+    WithPictureType(holeMatte.pixelType, [&](auto zero) {
         ParallelRows(height, [&](int firstRow, int lastRow) {
             WeighRows<decltype(zero)>(*weightPyramid[0], holeMatte, firstRow, lastRow);
         });
     });
-    if (!known) throw ZPErrBadArgument;
     for (int n = 1; n < levelCount; ++n) {
         ReduceLevel(*weightPyramid[n], *weightPyramid[n - 1], *scratchPyramid[n - 1]);
+    }
+    for (int n = 0; n < levelCount; ++n) MarkUnknown(*unknownPyramid[n], *weightPyramid[n]);
+    // On the finest level only the holes themselves are asked for.
+    CopyExact(neededPyramid[0].get(), unknownPyramid[0].get());
+    for (int n = 1; n < levelCount; ++n) {
+        MarkNeeded(*neededPyramid[n], *unknownPyramid[n - 1], *weightPyramid[n],
+                   *weightPyramid[n - 1]);
     }
 }
 
 void ZPSingleChannelFill::LoadValues(const ZPImage& image, int channel) {
-    CheckSize(image);
-    const bool known = WithPictureType(image.pixelType, [&](auto zero) {
-        ParallelRows(height, [&](int firstRow, int lastRow) {
-            TakeKnownRows<decltype(zero)>(*valuePyramid[0], *weightPyramid[0], image, channel,
-                                          firstRow, lastRow);
-        });
+    CheckPicture(image);
+    ZPImage& values = *valuePyramid[0];
+    CopyCHannelIntoCHannel(values, 0, image, channel);
+    ParallelRows(height, [&](int firstRow, int lastRow) {
+        for (int y = firstRow; y <= lastRow; ++y) {
+            float* value = values.Row<float>(y);
+            ForEachHole(*weightPyramid[0], *unknownPyramid[0], y, [&](int x) { value[x] = 0.0f; });
+        }
     });
-    if (!known) throw ZPErrBadArgument;
     for (int n = 1; n < levelCount; ++n) {
         ReduceLevel(*valuePyramid[n], *valuePyramid[n - 1], *flowPyramid[n - 1]);
     }
@@ -122,33 +123,35 @@ void ZPSingleChannelFill::Fill(KQIdleAndProgressClass* progress) {
     double totalPixels = 0.0;
     for (int n = startLevel; n >= 0; --n) totalPixels += CountPixels(*flowPyramid[n]);
     double donePixels = 0.0;
-    ClearImage(flowPyramid[startLevel].get());
+    const GaussianKernel kernel(kBlurRadius);
     for (int n = startLevel; n >= 0; --n) {
         ZPImage& field = *flowPyramid[n];
-        const auto impose = [&] { ImposeKnown(field, *valuePyramid[n], *weightPyramid[n]); };
-        impose();
-        for (int i = 0; i < iterationsPerLevel; ++i) {
-            GaussianBlur(field, 0, kBlurRadius);
-            stage.Tick();
-        }
-        if (n > 0) {
-            ResampleLevel(*flowPyramid[n - 1], field);
-        } else {
-            impose();
-        }
+        // What is known is imposed before the blur and, on the finest level, stays in the image.
+        const ZPImage* coarser = n < startLevel ? flowPyramid[n + 1].get() : nullptr;
+        FillLevel(
+            field,
+            {*valuePyramid[n], *weightPyramid[n], *unknownPyramid[n], *neededPyramid[n], coarser},
+            kernel.Half());
+        stage.Tick();
         donePixels += CountPixels(field);
         stage.ReportProgress(static_cast<float>(donePixels / totalPixels));
     }
 }
 
 void ZPSingleChannelFill::StoreChannel(ZPImage& image, int channel) const {
-    CheckSize(image);
-    const bool known = WithPictureType(image.pixelType, [&](auto zero) {
+    CheckPicture(image);
+    const int step = image.channels;
+    WithPictureType(image.pixelType, [&](auto zero) {
+        using Value = decltype(zero);
         ParallelRows(height, [&](int firstRow, int lastRow) {
-            StoreRows<decltype(zero)>(image, channel, *flowPyramid[0], firstRow, lastRow);
+            for (int y = firstRow; y <= lastRow; ++y) {
+                const float* in = flowPyramid[0]->Row<float>(y);
+                Value* out = image.Row<Value>(y) + channel;
+                ForEachHole(*weightPyramid[0], *unknownPyramid[0], y,
+                            [&](int x) { out[x * step] = RoundClamped<Value>(in[x]); });
+            }
         });
     });
-    if (!known) throw ZPErrBadArgument;
 }
 
 }  // namespace velorin

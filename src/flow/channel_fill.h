@@ -22,9 +22,9 @@ class ZPSingleChannelFill : public KQMem {
     ZPSingleChannelFill(const ZPSingleChannelFill&) = delete;
     ZPSingleChannelFill& operator=(const ZPSingleChannelFill&) = delete;
 
-    // Takes the known samples of a channel. The images are pictures of any type; a sample of the
-    // matte's first channel other than 0 marks a hole. All three throw ZPErrBadArgument for an
-    // image that is no picture of the fill's size.
+    // Takes the known samples of a channel. A sample of the matte, of one channel, other than 0
+    // marks a hole. Images are pictures of any type and of the fill's size; these calls and the
+    // last throw ZPErrBadArgument for any other.
     void LoadChannel(const ZPImage& image, int channel, const ZPImage& holeMatte);
     // The two halves of it, the matte first.
     void LoadHoles(const ZPImage& holeMatte);
@@ -33,11 +33,12 @@ class ZPSingleChannelFill : public KQMem {
     // Fills what was loaded. Throws what progress throws.
     void Fill(KQIdleAndProgressClass* progress);
 
-    // Writes the filled channel; integers are rounded and clamped.
+    // Writes the holes back into the channel that was loaded, where all else is in place already.
+    // Integers are rounded and clamped.
     void StoreChannel(ZPImage& image, int channel) const;
 
     std::int32_t iterationsPerLevel = 0;
-    ImagePyramid flowPyramid;    // the field; also scratch while loading
+    ImagePyramid flowPyramid;    // the field where a hole sees it; also scratch while loading
     ImagePyramid valuePyramid;   // known values, times their weight
     ImagePyramid weightPyramid;  // 1.0 where known, 0.0 in a hole; between on coarser levels
     ImagePyramid scratchPyramid;
@@ -48,8 +49,11 @@ class ZPSingleChannelFill : public KQMem {
     std::int32_t maxY;
 
   private:
+    ImagePyramid unknownPyramid;  // marks of FillLevel
+    ImagePyramid neededPyramid;
+
     void AddLevel(int w, int h);
-    void CheckSize(const ZPImage& image) const;
+    void CheckPicture(const ZPImage& image) const;
 };
 
 }  // namespace velorin

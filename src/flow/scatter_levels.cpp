@@ -5,7 +5,6 @@
 
 #include "filter/convolve.h"
 #include "filter/resample.h"
-#include "image/bilinear.h"
 #include "image/parallel_rows.h"
 
 namespace velorin {
@@ -38,17 +37,12 @@ class ColumnTile {
   public:
     ColumnTile(const ZPImage& newCoarse, const ZPImage& fine, int firstColumn)
         : coarse(newCoarse), count(std::min(kTileColumns, fine.width - firstColumn)) {
-        const float w = static_cast<float>(coarse.lastColumn);
-        const float fineW = static_cast<float>(fine.lastColumn);
-        for (int i = 0; i < count; ++i) {
-            const float x = static_cast<float>(firstColumn + i);
-            columns[i] = LocateSample(x * w / fineW, coarse.lastColumn);
-        }
+        const CoarserPlaces places(fine.lastColumn, coarse.lastColumn);
+        for (int i = 0; i < count; ++i) columns[i] = places.At(firstColumn + i);
     }
 
-    // The finer row at `fy` on the coarse rows.
-    void WriteRow(float fy, const float (&stretch)[2], float* __restrict out) {
-        const AxisSample row = LocateSample(fy, coarse.lastRow);
+    // The finer row that lies at `row` on the coarse ones.
+    void WriteRow(AxisSample row, const float (&stretch)[2], float* __restrict out) {
         if (row.index == bottomRow) {
             std::swap(top, bottom);
             std::swap(topRow, bottomRow);
@@ -88,13 +82,11 @@ class ColumnTile {
 template <int kChannels>
 void ResampleLevelRows(ZPImage& fine, const ZPImage& coarse, const float (&stretch)[2],
                        int firstRow, int lastRow) {
-    const float h = static_cast<float>(coarse.lastRow);
-    const float fineH = static_cast<float>(fine.lastRow);
+    const CoarserPlaces places(fine.lastRow, coarse.lastRow);
     for (int x = 0; x < fine.width; x += kTileColumns) {
         ColumnTile<kChannels> tile(coarse, fine, x);
         for (int y = firstRow; y <= lastRow; ++y) {
-            tile.WriteRow(static_cast<float>(y) * h / fineH, stretch,
-                          fine.Row<float>(y) + kChannels * x);
+            tile.WriteRow(places.At(y), stretch, fine.Row<float>(y) + kChannels * x);
         }
     }
 }
