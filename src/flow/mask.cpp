@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "image/copy.h"
 #include "image/parallel_rows.h"
@@ -13,34 +14,33 @@ namespace velorin {
 
 namespace {
 
-// One axis of a rectangle in an image. Where a limit is not a number, nothing is outside.
-class AxisLimits {
-  public:
-    AxisLimits(float one, float other, int lastIndex)
-        : low(std::min(one, other)),
-          high(std::max(one, other)),
-          last(lastIndex),
-          lowEdge(Nearest(low)),
-          highEdge(Nearest(high)) {}
-
-    bool BeyondImage() const { return high < 0.0f || low > static_cast<float>(last + 1); }
-    // The row or column that `index` takes its values from; itself inside the rectangle and for the
-    // edge, also where that was rounded outward.
-    int Source(int index) const {
-        const float at = static_cast<float>(index);
-        if (at < low) return lowEdge;
-        return at > high ? highEdge : index;
+// One axis of a rectangle in an image: the samples `begin` up to `end` are inside; those before
+// take the value of `lowEdge`, those after that of `highEdge`. An edge may have been rounded
+// outward and then keeps its own. Where a limit is not a number, nothing is outside on its side.
+struct AxisLimits {
+    AxisLimits(float one, float other, int newSize)
+        : low(one), high(other), size(newSize), end(newSize) {
+        if (low > high) std::swap(low, high);
+        while (begin < size && static_cast<float>(begin) < low) ++begin;
+        while (end > begin && static_cast<float>(end - 1) > high) --end;
+        lowEdge = std::clamp(Truncate(low + 0.5f), 0, size - 1);
+        highEdge = std::clamp(Truncate(high + 0.5f), 0, size - 1);
+    }
+    bool OutsideImage() const { return high < 0.0f || low > static_cast<float>(size); }
+    // Calls copy(to, from) for every sample outside.
+    template <typename Copy>
+    void ForEachOutside(const Copy& copy) const {
+        for (int i = 0; i < begin; ++i) copy(i, lowEdge);
+        for (int i = end; i < size; ++i) copy(i, highEdge);
     }
 
-  private:
-    int Nearest(float limit) const { return std::clamp(Truncate(limit + 0.5f), 0, last); }
-
     float low, high;
-    int last;
+    int size;
+    int begin = 0, end;
     int lowEdge, highEdge;
 };
 
-void CopyPixels(ZPImage& image, char* to, const char* from, int count, int keptBytes) {
+void CopyPixels(const ZPImage& image, char* to, const char* from, int count, int keptBytes) {
     if (to == from) return;
     const std::size_t size = image.pixelBytes;
     if (keptBytes == 0) {
@@ -108,25 +108,21 @@ int Halved(int value) {
 }  // namespace
 
 void ExtendBorder(ZPImage& image, int keepLastChannel, float x0, float y0, float x1, float y1) {
-    const AxisLimits columns(x0, x1, image.lastColumn);
-    const AxisLimits rows(y0, y1, image.lastRow);
-    if (columns.BeyondImage() || rows.BeyondImage()) return ClearImage(&image);
+    if (image.width < 1 || image.height < 1) return;
+    const AxisLimits columns(x0, x1, image.width);
+    const AxisLimits rows(y0, y1, image.height);
+    if (columns.OutsideImage() || rows.OutsideImage()) return ClearImage(&image);
     const int keptBytes = keepLastChannel && image.channels == 4 ? image.channelBytes : 0;
-    // Two passes: the rows that are copied are still as they were, outside the rectangle too.
-    ParallelRows(image.height, [&](int firstRow, int lastRow) {
-        for (int y = firstRow; y <= lastRow; ++y) {
-            CopyPixels(image, image.Row<char>(y), image.Row<char>(rows.Source(y)), image.width,
-                       keptBytes);
-        }
+    rows.ForEachOutside([&](int to, int from) {
+        CopyPixels(image, image.Row<char>(to), image.Row<char>(from), image.width, keptBytes);
     });
+    const std::size_t pixelBytes = image.pixelBytes;
     ParallelRows(image.height, [&](int firstRow, int lastRow) {
         for (int y = firstRow; y <= lastRow; ++y) {
             char* row = image.Row<char>(y);
-            for (int x = 0; x < image.width; ++x) {
-                CopyPixels(image, row + static_cast<std::ptrdiff_t>(x) * image.pixelBytes,
-                           row + static_cast<std::ptrdiff_t>(columns.Source(x)) * image.pixelBytes,
-                           1, keptBytes);
-            }
+            columns.ForEachOutside([&](int to, int from) {
+                CopyPixels(image, row + to * pixelBytes, row + from * pixelBytes, 1, keptBytes);
+            });
         }
     });
 }
