@@ -2,8 +2,8 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 
+#include "image/arithmetic.h"
 #include "image/bilinear.h"
 #include "image/copy.h"
 #include "image/parallel_rows.h"
@@ -147,12 +147,6 @@ bool Fits(const WarpJob& job) {
                          coverage->channels == 1 && coverage->pixelType == ZPPixUChar);
 }
 
-void FillCoverage(ZPImage& coverage) {
-    for (int y = 0; y < coverage.height; ++y) {
-        std::memset(coverage.Row<std::uint8_t>(y), 255, coverage.width);
-    }
-}
-
 bool IsIdentity(const WarpJob& job) {
     const float flowScaleX =
         static_cast<float>(job.flow.lastColumn) / static_cast<float>(job.source.lastColumn);
@@ -189,7 +183,9 @@ int ZPInverseWarp(ZPImage& destination, const ZPImage& source, const ZPImage& fl
         return 0;
     }
     const bool identity = IsIdentity(job);
-    if (coverageOut && (identity || job.extendEdges)) FillCoverage(*coverageOut);
+    if (coverageOut && (identity || job.extendEdges)) {
+        FillColor(*coverageOut, 1.0f, 1.0f, 1.0f, 1.0f);
+    }
     if (identity) {
         CopyExact(&destination, &source);
         return 1;

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 
+#include "image/arithmetic.h"
 #include "image/copy.h"
 #include "image/parallel_rows.h"
 #include "warp/mesh.h"
@@ -36,14 +36,8 @@ bool Moves(const ZPImage& flow) {
     return false;
 }
 
-void FillBytes(ZPImage& image, int value) {
-    for (int y = 0; y < image.height; ++y) {
-        std::memset(image.Row<std::uint8_t>(y), value, image.RowPixelBytes());
-    }
-}
-
 void CopyUnmoved(ZPImage& destination, const ZPImage& source, ZPImage* coverageOut) {
-    if (coverageOut) FillBytes(*coverageOut, 255);
+    if (coverageOut) FillColor(*coverageOut, 1.0f, 1.0f, 1.0f, 1.0f);
     CopyRect(destination, 0, 0, source, 0, 0, std::min(source.width, destination.width),
              std::min(source.height, destination.height));
 }
