@@ -23,7 +23,7 @@ void Move(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amoun
                          : ZPInverseWarp(dest, source, flow, coverage ? 0 : 1, coverage, 1, amount);
     if (!fits) {
         ClearImage(&dest);
-        if (coverage) ClearImage(coverage);
+        ClearImage(coverage);
     }
     progress.Tick();
 }

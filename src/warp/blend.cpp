@@ -161,6 +161,7 @@ int ZPBlendRows(ZPImage& target, const ZPImage& other, int rowMode, float share)
 }
 
 void ZPBlendTwo(ZPImage& dest, const ZPImage& first, const ZPImage& second, float share) {
+    if (dest.channels != first.channels || dest.channels != second.channels) return;
     if (Within(share, 0.0)) return CopyConverted(dest, first);
     if (Within(share, 1.0)) return CopyConverted(dest, second);
     const bool inside = share >= 0.0f && share <= 1.0f;

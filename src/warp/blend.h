@@ -29,7 +29,8 @@ int ZPBlendRows(ZPImage& target, const ZPImage& other, int rowMode, float share)
 //   share  weight of `second`; within 0.005 of 0 or 1 the one image is copied. With four channels,
 //          outside 0 to 1, this is ZPBlendRows on a copy of `first`
 //
-// Knows images of one size and form with 1, 3 or 4 channels and does nothing for others.
+// Mixes images of one size and form with 1, 3 or 4 channels and does nothing for others; the copies
+// take any size and type. Nothing is done where channel counts differ.
 void ZPBlendTwo(ZPImage& dest, const ZPImage& first, const ZPImage& second, float share);
 
 }  // namespace velorin

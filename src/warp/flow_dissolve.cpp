@@ -45,14 +45,15 @@ void FillCoverage(ZPImage* coverage) {
 // differ from `still` in colour.
 class Sharpener {
   public:
-    explicit Sharpener(const ZPImage& frame)
-        : mask(frame.width, frame.height, 1, ZPPixUChar, 0), blurred(CreateLike(frame)) {}
+    explicit Sharpener(const ZPImage& frame) : mask(frame.width, frame.height, 1, ZPPixUChar, 0) {}
 
     void Apply(ZPImage& moved, const ZPImage& still, float amount) {
         const double strength = 1.0 - 2.0 * std::fabs(0.5 - static_cast<double>(amount));
         if (strength == 0.0) return;
         const int failure = ZPChangeMatte(mask, moved, still, kChangeThreshold, 1);
         if (failure != 0) throw static_cast<ZPErr>(failure);
+        // Like the moved picture: the blend mixes images of one row order only.
+        const std::unique_ptr<ZPImage> blurred = CreateLike(moved);
         CopyExact(blurred.get(), &moved);
         GaussianBlur(*blurred, 0, kSharpenRadius);
         ZPBlendRows(*blurred, moved, 1, static_cast<float>(-0.5 * strength));
@@ -62,8 +63,13 @@ class Sharpener {
 
   private:
     ZPImage mask;
-    std::unique_ptr<ZPImage> blurred;
 };
+
+// A frame that a warp has refused.
+void LeaveBlack(ZPImage& moved, ZPImage* coverage) {
+    ClearImage(&moved);
+    ClearImage(coverage);
+}
 
 // The frame moved by the inverse warp, or as it stands where `flow` is null.
 void MoveInverse(ZPImage& moved, const ZPImage& frame, const ZPImage* flow, ZPImage* coverage,
@@ -72,7 +78,7 @@ void MoveInverse(ZPImage& moved, const ZPImage& frame, const ZPImage* flow, ZPIm
         CopyExact(&moved, &frame);
         FillCoverage(coverage);
     } else if (!ZPInverseWarp(moved, frame, *flow, coverage ? 0 : 1, coverage, 1, amount)) {
-        ClearImage(&moved);
+        LeaveBlack(moved, coverage);
     }
 }
 
@@ -80,7 +86,7 @@ void MoveForward(ZPImage& moved, const ZPImage& frame, const ZPImage& flow, ZPIm
                  KQIdleAndProgressClass* progress, float amount) {
     if (!ZPWarpImage(moved, frame, flow, 1, 1, 1, amount, 1, 1, 1, 1, progress, coverage, 1, 1,
                      nullptr)) {
-        ClearImage(&moved);
+        LeaveBlack(moved, coverage);
     }
 }
 

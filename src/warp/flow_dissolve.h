@@ -12,8 +12,8 @@ namespace velorin {
 //   dest, first, second  four channels of one picture type and one size
 //   flowForFirst, flowForSecond  the flow that the inverse warp moves that frame by: it leads from
 //                the other frame to it. Null: that frame is not moved
-//   scratchFirst, scratchSecond  null, or images like the frames to work in; `dest` may be one
-//   share        weight of `first`: it is moved by 1 - share of its way, `second` by share
+//   scratchFirst, scratchSecond  null, or images like the frames to work in; the first may be
+//   `dest` share        weight of `first`: it is moved by 1 - share of its way, `second` by share
 //
 // A pair that the warp refuses, after its line on standard error, counts as black. Throw
 // ZPErrNoMemory; `dest` is then undefined.

@@ -55,11 +55,11 @@ void DeliverCoverage(ZPImage& coverageOut, ZPImage2& coverage) {
 }  // namespace
 
 int ZPWarpImage(ZPImage& destination, const ZPImage& source, const ZPImage& flow, int scanMode,
-                int supersample, int meshStep, float amount, int columnDirection, int rowDirection,
-                int rowMajor, int blendHits, KQIdleAndProgressClass* progress, ZPImage* coverageOut,
-                int supersampleInTarget, int mipMode, const ZPImage* sourceMatte) {
-    for (int option : {scanMode, supersample, meshStep, columnDirection, rowDirection, rowMajor,
-                       blendHits, supersampleInTarget}) {
+                int supersample, int meshStep, float amount, int /*columnDirection*/,
+                int /*rowDirection*/, int rowMajor, int blendHits, KQIdleAndProgressClass* progress,
+                ZPImage* coverageOut, int /*supersampleInTarget*/, int mipMode,
+                const ZPImage* sourceMatte) {
+    for (int option : {scanMode, supersample, meshStep, rowMajor, blendHits}) {
         if (option != 1) throw ZPErrBadArgument;
     }
     if (mipMode == 2 || mipMode == 3 || sourceMatte) throw ZPErrBadArgument;

@@ -12,7 +12,8 @@ namespace velorin {
 //
 //   destination, source  four channels of one picture type; not the same image. The sizes may
 //                        differ: a vertex keeps its place in pixels
-//   flow         float, 2 channels, of any size; vectors in its own pixels, from the source on. A
+//   flow         float, 2 channels, sides of 2 and more; vectors in its own pixels, from the source
+//   on. A
 //                vector is travelled straight and not looked up again where it leads
 //   amount       fraction of the vector, of either sign
 //   progress     parent of the report, or null
@@ -20,11 +21,13 @@ namespace velorin {
 //                hit, 0 in holes. Without it, transparent borders of the source are not drawn
 //
 // The members of the family that nothing selects are not built: `scanMode`, `supersample`,
-// `meshStep`, `columnDirection`, `rowDirection`, `rowMajor`, `blendHits` and `supersampleInTarget`
-// are 1, `mipMode` neither 2 nor 3, `sourceMatte` null, or ZPErrBadArgument is thrown.
+// `meshStep`, `rowMajor` and `blendHits` are 1, `mipMode` neither 2 nor 3, `sourceMatte` null, or
+// ZPErrBadArgument is thrown. The directions and `supersampleInTarget` count for those members
+// only.
 //
-// With several threads the order of hits is not fixed, and the mean of a pixel that several rows'
-// triangles hit may differ in its last unit; coverage does not. One thread is the reference.
+// With several threads the order of hits is not fixed: where surfaces fold, the mean of a pixel may
+// differ by the last unit or a few, and by more once hundreds have hit it. Coverage does not
+// differ. One thread is the reference.
 //
 // 1; 0 after a line on standard error where the images do not fit, with nothing changed. Throws
 // ZPErrInterrupted, with the destination partly drawn, and ZPErrNoMemory.

@@ -127,7 +127,7 @@ TEST(FlowDissolve, SharpensWhatMovedAndOnlyBetweenTheFrames) {
 
 TEST(FlowDissolve, ScratchImagesRowOrderAndThreadsChangeNothing) {
     for (int type : {ZPPixUChar, ZPPixFloat}) {
-        const Pair p(type), turned(type, 1);
+        Pair p(type), turned(type, 1);
         ForEachCourse([&](const Course& course) {
             ZPImage wanted(kWidth, kHeight, 4, type, 0);
             course(wanted, p, &p.forward, &p.back, nullptr, 0.4f);
@@ -138,8 +138,13 @@ TEST(FlowDissolve, ScratchImagesRowOrderAndThreadsChangeNothing) {
                 course(*dest, turned, &p.forward, &p.back, nullptr, 0.4f);
                 EXPECT_SAME_IMAGE(*dest, wanted);
                 EXPECT_TRUE(dest.GapsUntouched());
+                // Row orders may be mixed.
+                std::swap(turned.second, p.second);
+                course(*dest, turned, &p.forward, &p.back, nullptr, 0.4f);
+                std::swap(turned.second, p.second);
+                EXPECT_SAME_IMAGE(*dest, wanted);
                 // The target itself may be the first scratch image.
-                course(*dest, turned, &p.forward, &p.back, &*dest, 0.4f);
+                course(*dest, p, &p.forward, &p.back, &*dest, 0.4f);
                 EXPECT_SAME_IMAGE(*dest, wanted);
             });
         });
