@@ -17,6 +17,8 @@ namespace {
 // extends the borders, or they would be black.
 void Move(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amount, int warping,
           ZPImage* coverage, KQIdleAndProgressClass& progress) {
+    // The forward warp draws of a frame of another size what there is.
+    if (SizeDiffers(&dest, &source)) ClearImage(&dest);
     const int fits = warping >= kForward
                          ? ZPWarpImage(dest, source, flow, 1, 1, 1, amount, 1, 1, 1, 1, &progress,
                                        coverage, 1, 1, nullptr)

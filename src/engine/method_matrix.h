@@ -33,8 +33,9 @@ struct WarpRoom {
 };
 
 // How a picture between two frames comes about: one row of the matrix of methods each, with the
-// warping method as its column. All throw what warps and fills throw. Frames and flows that do not
-// fit each other count as black, after the warp's line on standard error.
+// warping method as its column. All throw what warps and fills throw. What a frame that
+// does not fit leaves open is black; the inverse warp leaves all of it open, after its line on
+// standard error.
 
 // The nearer frame alone, moved by `amount` of `flow`: the flow that leads to the frame for the
 // inverse methods, the one that leaves it for the forward ones. `coverage` may be null where the

@@ -7,6 +7,7 @@
 
 #include "support/failing_allocator.h"
 #include "support/forms.h"
+#include "support/gap_image.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
 #include "support/wrapping_handle.h"
@@ -347,6 +348,24 @@ TEST(RenderFrame, AFrameOfAnotherSizeIsBlackAndNeverStrayMemory) {
     ZPImage wanted(40, 32, 4, ZPPixUChar, 0);
     ZPBlendTwo(wanted, *host.frames[0], black, 0.25f);
     EXPECT_SAME_IMAGE(*host.result, wanted);
+}
+
+// Another size fills what it can and leaves no memory of others in the rest.
+TEST(RenderFrame, AFrameOfAnotherSizeNeverShowsStrayMemory) {
+    ForEachCell(
+        [] {
+            auto clip = DrawClip(1, 40, 32, ZPPixUChar);
+            clip.push_back(DrawTexture(20, 15, ZPPixUChar, 0.0f, 0.0f));
+            return clip;
+        },
+        [](MemoryHost& host) {
+            ASSERT_EQ(host.Render(0.25f), 0);
+            Snapshot clean(*host.result);
+            KQSetAllocator(nullptr, &AllocateDirty, &Release);
+            EXPECT_EQ(host.Render(0.25f), 0);
+            KQSetAllocator(nullptr, nullptr, nullptr);
+            EXPECT_SAME_IMAGE(*host.result, *clean);
+        });
 }
 
 // FNV-1a over all samples: whatever changes a pixel changes it.
