@@ -30,7 +30,8 @@ constexpr Choice kStyles[] = {{"auto", static_cast<int>(ProgressStyle::kAuto)},
 
 void SetOutputName(Options& options, const Argument& argument, const char* whatToName) {
     if (argument.text == "-") argument.Refuse("name a file; standard output is not supported");
-    if (argument.text.empty() || argument.text.starts_with('-')) argument.Refuse(whatToName);
+    const bool named = !argument.text.empty() && argument.text[0] != '-' && argument.text[0] != '=';
+    if (!named) argument.Refuse(whatToName);
     options.output = argument.text;
 }
 

@@ -69,6 +69,18 @@ std::string FormOf(Verb verb) {
     return CallOf(verb) + " " + std::string(TextOf(verb).form);
 }
 
+// An option whose value is missing takes the next one for it.
+void RefuseOptionAsValue(Verb verb, const std::vector<const OptionEntry*>& known,
+                         const OptionEntry& option, const std::vector<std::string>& values) {
+    for (const OptionEntry* other : known) {
+        for (const std::string& value : values) {
+            if (value != other->name && (other->letter.empty() || value != other->letter)) continue;
+            throw UsageError(CalledName(option) + " needs a value before " + value + "; see " +
+                             CallOf(verb) + " --help");
+        }
+    }
+}
+
 // What the parser could not place: options that are not known, or words beyond INPUT.
 void RefuseExtras(Verb verb, const std::vector<std::string>& extras) {
     if (extras.empty()) return;
@@ -133,7 +145,7 @@ Decimal Argument::AsDecimal(std::int64_t low, std::int64_t high) const {
     if (!value || value->numerator < low * value->denominator ||
         value->numerator > high * value->denominator) {
         Refuse("give a number from " + std::to_string(low) + " to " + std::to_string(high) +
-               " with at most 9 digits after the point");
+               " with at most 9 digits after the point and without an exponent");
     }
     return *value;
 }
@@ -187,6 +199,9 @@ std::optional<Options> ParseOptions(Verb verb, int count, const char* const* wor
         throw UsageError(failure.what());
     }
     if (help->count() > 0) return std::nullopt;
+    for (std::size_t i = 0; i < known.size(); ++i) {
+        if (given[i]->count() > 0) RefuseOptionAsValue(verb, known, *known[i], given[i]->results());
+    }
     RefuseExtras(verb, parser.remaining());
     if (options.input.empty()) RefuseMissing(verb, "INPUT");
     for (std::size_t i = 0; i < known.size(); ++i) {

@@ -27,6 +27,8 @@ void WatchForStop() {
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     for (const int number : {SIGINT, SIGTERM, SIGUSR1}) sigaction(number, &action, nullptr);
+    // A limit on file sizes and a pipe without a reader fail as writes do, where they are told.
+    for (const int number : {SIGXFSZ, SIGPIPE}) signal(number, SIG_IGN);
 }
 
 int StopRequested() {

@@ -24,10 +24,14 @@ MediaError ExistsAlready(const std::string& target) {
                       target + ": is there already; choose another name or allow overwriting");
 }
 
+// The stem only tells a person whose file this is; the whole name has to fit where the target's
+// does.
+constexpr std::size_t kStemBytes = 100;
+
 std::string TemporaryNameFor(const std::string& target, int attempt) {
     const fs::path path(target);
     std::string name = ".";
-    name += path.stem().string();
+    name += path.stem().string().substr(0, kStemBytes);
     name += ".velorin-" + std::to_string(getpid()) + "-" + std::to_string(attempt);
     name += path.extension().string();
     return (path.parent_path() / name).string();

@@ -71,6 +71,8 @@ TEST(Options, RefusalsNameTheOptionAndTheValue) {
     EXPECT_EQ(Refusal({"--threads", "2x"}), "--threads 2x: give a whole number from 1 to 64");
     EXPECT_EQ(Refusal({"--frames", ""}).rfind("--frames needs a value", 0), 0u);
     EXPECT_EQ(Refusal({"--length"}).rfind("--length needs a value", 0), 0u);
+    EXPECT_EQ(Refusal({"--interp", "-o", "x.mkv"}).rfind("--interp needs a value before -o", 0),
+              0u);
     EXPECT_EQ(Refusal({"--speed", "1", "--speed", "2"}), "--speed is given twice");
     EXPECT_EQ(Refusal({"--overwrite=no"}), "--overwrite takes no value");
     EXPECT_EQ(Refusal({"--nosuch=x"}).rfind("--nosuch is not an option", 0), 0u);

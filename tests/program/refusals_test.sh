@@ -20,6 +20,7 @@ for list in '' 9-7; do
     expect 2 '--frames' retime "$in" -o "$frames" --frames "$list"
 done
 expect 2 'standard output' retime "$in" -o -
+expect 2 '=' retime "$in" -o="$out/slow.mkv"
 expect 2 'slow.%04d.png' retime "$in" -o "$out/slow.png"
 expect 2 'slow.xyz' retime "$in" -o "$out/slow.xyz"
 expect 2 '--depth' retime "$in" -o "$frames" --depth float
@@ -43,6 +44,13 @@ expect 0 '' retime "$scratch/small" -o "$scratch/small/slow.%04d.png" --speed 0.
 expect 1 'missing' retime "$in" -o "$out/missing/slow.%04d.png"
 expect 1 'slow.0101.png' retime "$in" -o "$scratch/stderr/slow.%04d.png"
 expect 1 '/proc' retime "$in" -o "/proc/slow.%04d.png"
+
+# A limit on the size of files is a failure that is told, and a long name no failure.
+said=$( (ulimit -f 1; "$program" retime "$in" -o "$out/limited.%04d.ppm" -q) 2>&1)
+[ $? -eq 1 ] && [[ $said == velorin:*limited.0101.ppm*"File too large"* ]] || fail "limit: $said"
+long=$scratch/$(printf '%0240d' 0)
+expect 0 '' retime "$in" -o "$long.%04d.ppm"
+rm "$long".*
 
 # A frame that cannot be read: what was rendered before it stays, whole.
 make_clip "$scratch/torn" 24 16 4 0
