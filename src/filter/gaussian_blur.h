@@ -7,7 +7,8 @@
 
 namespace velorin {
 
-// The half kernel of the Gaussian below. A radius of 4096 and above throws ZPErrBadArgument.
+// The half kernel of the Gaussian below. The radius is above 0; from 4096 on it
+// throws ZPErrBadArgument.
 class GaussianKernel {
   public:
     explicit GaussianKernel(float radius);

@@ -29,7 +29,8 @@ struct FillLevelInput {
     const ZPImage& needed;   // the runs of the field to compute
     const ZPImage* coarser;  // the next coarser level's field; null: 0.0 everywhere
 };
-// Writes the needed runs of the field, and perhaps others, by a blur with `kernel` along both axes.
+// Writes the needed runs of the field, and perhaps others, by a blur with `kernel`, of at
+// most 8 weights, along both axes.
 void FillLevel(ZPImage& field, const FillLevelInput& input, HalfKernel kernel);
 
 }  // namespace velorin
