@@ -24,15 +24,12 @@ class GapImage {
     ZPImage* operator->() { return &image; }
 
     bool GapsUntouched() const {
-        std::vector<bool> inside(block.size());
+        std::vector<std::uint8_t> gaps = block;
         for (int y = 0; y < image.height; ++y) {
-            const auto start = static_cast<std::size_t>(image.Row<std::uint8_t>(y) - block.data());
-            for (std::size_t i = 0; i < image.RowPixelBytes(); ++i) inside[start + i] = true;
+            const auto start = image.Row<std::uint8_t>(y) - block.data();
+            std::fill_n(gaps.begin() + start, image.RowPixelBytes(), kFill);
         }
-        for (std::size_t i = 0; i < block.size(); ++i) {
-            if (!inside[i] && block[i] != kFill) return false;
-        }
-        return true;
+        return std::count(gaps.begin(), gaps.end(), kFill) == std::ssize(gaps);
     }
 
   private:
@@ -59,15 +56,19 @@ inline void PutValue(ZPImage& image, int x, int y, int c, float value) {
     ChannelWriter(image.pixelType)(ChannelAt(image, x, y, c), value);
 }
 
+// Copies the pixels of an image of the same shape.
+inline void CopyPixels(ZPImage& to, const ZPImage& from) {
+    for (int y = 0; y < from.height; ++y) {
+        std::copy_n(from.Row<char>(y), from.RowPixelBytes(), to.Row<char>(y));
+    }
+}
+
 // A tight copy of an image, to compare with later.
 class Snapshot {
   public:
     explicit Snapshot(const ZPImage& source)
         : image(source.width, source.height, source.channels, source.pixelType, 0) {
-        for (int y = 0; y < source.height; ++y) {
-            const char* from = source.Row<char>(y);
-            std::copy_n(from, source.RowPixelBytes(), image.Row<char>(y));
-        }
+        CopyPixels(image, source);
     }
     ZPImage& operator*() { return image; }
     ZPImage* operator->() { return &image; }
