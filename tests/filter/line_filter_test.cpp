@@ -14,20 +14,11 @@ constexpr float kUntouched = 777.0f;
 
 // What an estimator's images hold, and what trips careless arithmetic.
 float Sample(Noise& noise) {
-    switch (noise.Int(0, 30)) {
-        case 0:
-        case 1:
-        case 2:
-            return -1.0f;
-        case 3:
-            return -0.0f;
-        case 4:
-            return noise.Int(0, 9) == 0 ? std::numeric_limits<float>::quiet_NaN() : 1e-41f;
-        case 5:
-            return noise.Int(0, 9) == 0 ? std::numeric_limits<float>::infinity() : 0.0f;
-        default:
-            return noise.Float(-3.0f, 3.0f);
-    }
+    constexpr float kTrying[] = {-1.0f, -1.0f, -1.0f, -0.0f, 1e-41f, 0.0f};
+    const int kind = noise.Int(0, 309);
+    if (kind == 0) return std::numeric_limits<float>::quiet_NaN();
+    if (kind == 1) return std::numeric_limits<float>::infinity();
+    return kind < 60 ? kTrying[kind % 6] : noise.Float(-3.0f, 3.0f);
 }
 
 void CompareWithPlain(Noise& noise, int length, int lanes, int taps, AbsentSample absent) {
@@ -80,10 +71,6 @@ TEST(LineFilter, MinusOneIsAbsentOnlyNearTheEnds) {
     EXPECT_SAME_BITS(out[3], 2.0f);  // further in it is a sample like any other
     FilterLine(v.data(), 8, 1, w, AbsentSample::kBeyondLine, out.data());
     EXPECT_SAME_BITS(out[0], (1.5f - 0.25f) / 0.75f);
-
-    const std::vector<float> allAbsent(8, -1.0f);
-    FilterLine(allAbsent.data(), 8, 1, w, AbsentSample::kMinusOne, out.data());
-    for (float value : out) EXPECT_SAME_BITS(value, -1.0f);
 }
 
 TEST(LineFilter, Pinned) {

@@ -1,11 +1,10 @@
 #pragma once
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "filter/line_filter.h"
-#include "image/pixel_type.h"
+#include "support/gap_image.h"
 
 namespace velorin {
 
@@ -43,13 +42,29 @@ inline std::vector<float> PlainLine(const std::vector<float>& line, const std::v
     return out;
 }
 
-// A value as a pixel of that type stores it.
-inline float PlainStored(int pixelType, float value) {
-    if (pixelType == ZPPixFloat) return value;
-    const float white = pixelType == ZPPixUChar ? 255.0f : 65535.0f;
-    const float raised = value + 0.5f;
-    if (!(raised >= 0.0f)) return 0.0f;
-    return raised >= white ? white : std::trunc(raised);
+// A value as it is written: what writes an integer cuts it. NaN becomes 0.
+inline float PlainStored(const ZPImage& image, float value) {
+    if (image.pixelType == ZPPixFloat) return value;
+    return std::min(std::max(0.0f, value + 0.5f), image.whitePoint);
+}
+
+// Makes every line of an image along one axis, channel by channel, what filter(line) answers.
+template <typename Filter>
+void FilterEachLine(ZPImage& image, bool alongX, const Filter& filter) {
+    std::vector<float> line(alongX ? image.width : image.height);
+    const int length = static_cast<int>(line.size());
+    for (int c = 0; c < image.channels; ++c) {
+        for (int at = 0; at < (alongX ? image.height : image.width); ++at) {
+            for (int i = 0; i < length; ++i) {
+                line[i] = alongX ? ValueAt(image, i, at, c) : ValueAt(image, at, i, c);
+            }
+            const std::vector<float> filtered = filter(line);
+            for (int i = 0; i < length; ++i) {
+                PutValue(image, alongX ? i : at, alongX ? at : i, c,
+                         PlainStored(image, filtered[i]));
+            }
+        }
+    }
 }
 
 }  // namespace velorin
