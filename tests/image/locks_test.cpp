@@ -11,19 +11,22 @@ namespace velorin {
 namespace {
 
 TEST(Locks, RowLocksExclude) {
+    constexpr int kSpans = 3000;
+    constexpr int kSteps = 100;  // a span long enough to be met by another
     RowLock** locks = CreateRowLocks(3);
     std::vector<long> sums(3, 0);
     ForEachThreadCount([&] {
-        ParallelRows(3000, [&](int firstRow, int lastRow) {
+        ParallelRows(kSpans, [&](int firstRow, int lastRow) {
             for (int i = firstRow; i <= lastRow; ++i) {
                 LockRow(locks[i % 3]);
-                sums[i % 3] += i;
+                volatile long& sum = sums[i % 3];
+                for (int step = 0; step < kSteps; ++step) sum = sum + i;
                 UnlockRow(locks[i % 3]);
             }
         });
     });
     DestroyRowLocks(locks, 3);
-    EXPECT_EQ(sums[0] + sums[1] + sums[2], 4L * 3000 * 2999 / 2);
+    EXPECT_EQ(sums[0] + sums[1] + sums[2], 4L * kSteps * kSpans * (kSpans - 1) / 2);
 }
 
 TEST(Locks, FailureLeavesNothingBehind) {

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <stdexcept>
-#include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include "image/parallel_rows.h"
@@ -44,44 +44,23 @@ TEST(Parallel, RowsAreCoveredOnce) {
     });
 }
 
-TEST(Parallel, ShortJobsStayOnTheCallingThread) {
-    UseThreads(8);
-    ParallelRows(31, [caller = std::this_thread::get_id()](int firstRow, int lastRow) {
-        EXPECT_EQ(std::this_thread::get_id(), caller);
-        EXPECT_EQ(firstRow, 0);
-        EXPECT_EQ(lastRow, 30);
-    });
-    UseThreads(1);
-}
-
 TEST(Parallel, ExceptionsReachTheCallerOnceAllAreDone) {
+    constexpr int kAll = -1;
     ForEachThreadCount([] {
-        for (int thrower : {0, 50, 999}) {
+        for (int thrower : {0, 50, 999, kAll}) {
             std::atomic<int> done{0};
-            try {
+            const auto run = [&](auto failure) {
                 ParallelRows(1000, [&](int firstRow, int lastRow) {
                     done += lastRow - firstRow + 1;
-                    if (firstRow <= thrower && thrower <= lastRow) throw ZPErrInterrupted;
+                    if (thrower == kAll) throw failure;
+                    if (firstRow <= thrower && thrower <= lastRow) throw failure;
                 });
-                FAIL() << "no exception";
-            } catch (ZPErr failure) {
-                EXPECT_EQ(failure, ZPErrInterrupted);
-            }
-            EXPECT_EQ(done, 1000);
-        }
-        // Nothing of the failure is left for the next job.
-        EXPECT_NO_THROW(ParallelRows(1000, [](int, int) {}));
-    });
-}
-
-TEST(Parallel, AnyExceptionIsCarriedAndZeroIsDropped) {
-    ForEachThreadCount([] {
-        EXPECT_NO_THROW(ParallelRows(1000, [](int, int) { throw ZPErrNone; }));
-        try {
-            ParallelRows(1000, [](int, int) { throw std::runtime_error("carried"); });
-            FAIL() << "no exception";
-        } catch (const std::runtime_error& error) {
-            EXPECT_EQ(std::string(error.what()), "carried");
+            };
+            EXPECT_THROW(run(ZPErrInterrupted), ZPErr);
+            EXPECT_THROW(run(std::runtime_error("carried")), std::runtime_error);
+            // Nothing of a failure is left for the next job, and an error of 0 is none.
+            EXPECT_NO_THROW(run(ZPErrNone));
+            EXPECT_EQ(done, 3000);
         }
     });
 }
@@ -96,17 +75,17 @@ void SumKernel(int slot, int zero, int firstRow, int lastRow, va_list* arguments
 
 TEST(Parallel, KernelReadsItsArguments) {
     UseThreads(3);
-    std::atomic<int> sums[3] = {};
-    ParallelFor(3, 100, SumKernel, sums, 2.0);
-    EXPECT_EQ(sums[0], 32 * 33);
-    EXPECT_EQ(sums[1], 65 * 66 - 32 * 33);
-    EXPECT_EQ(sums[2], 99 * 100 - 65 * 66);
-    // Fewer workers than threads: the others stay idle.
-    std::atomic<int> two[3] = {};
-    ParallelFor(2, 100, SumKernel, two, 2.0);
-    EXPECT_EQ(two[0], 49 * 50);
-    EXPECT_EQ(two[1], 99 * 100 - 49 * 50);
-    EXPECT_EQ(two[2], 0);
+    // With fewer workers than threads the others stay idle.
+    const std::pair<int, std::array<int, 4>> kEnds[] = {{2, {0, 50, 100, 100}},
+                                                        {3, {0, 33, 66, 100}}};
+    for (const auto& [workers, ends] : kEnds) {
+        std::atomic<int> sums[3] = {};
+        ParallelFor(workers, 100, SumKernel, sums, 2.0);
+        for (int slot = 0; slot < 3; ++slot) {
+            const int first = ends[slot], end = ends[slot + 1];
+            EXPECT_EQ(sums[slot], end * (end - 1) - first * (first - 1));
+        }
+    }
     UseThreads(1);
 }
 
