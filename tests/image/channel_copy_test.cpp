@@ -62,6 +62,7 @@ TEST(ConvertFloatClamped, PinnedValues) {
     EXPECT_EQ(Clamped(ZPPixUChar, 1.5f, 0.0f, 2.0f), 127.0f);
     // The white stored is the truncated scale: 255 / 2.
     EXPECT_EQ(Clamped(ZPPixUChar, 2.0f, 0.0f, 1.0f, 2.0f), 127.0f);
+    EXPECT_EQ(Clamped(ZPPixUChar, 1.5f, 0.0f, 1.0f, 2.0f), 191.0f);
     // Only 16 bits scale by a white point of their own.
     EXPECT_EQ(Clamped(ZPPixUChar, 0.5f, 0.0f, 1.0f, 1.0f, 100.0f), 128.0f);
     EXPECT_EQ(Clamped(ZPPixUShort, 0.5f, 0.0f, 1.0f, 1.0f, 100.0f), 50.0f);

@@ -54,7 +54,6 @@ TEST(KQImage, OwnsWhatItCreatesAndBorrowsWhatItWraps) {
         const ZPImage pixels(block, 4, 2, 3, ZPPixUChar, 1);
         KQImageInternal view(pixels);
         EXPECT_EQ(view.hasColor, 0);
-        EXPECT_EQ(view.bottomUp, 1u);
         EXPECT_EQ(view.ownsData, 0u);
         KQImage image;
         image.CreateInternal();
@@ -63,6 +62,7 @@ TEST(KQImage, OwnsWhatItCreatesAndBorrowsWhatItWraps) {
         EXPECT_EQ(image.WrapInternal(view), 0);
         EXPECT_EQ(image.ownsInternal, 0);
         EXPECT_EQ(image.internal, &view);
+        EXPECT_EQ(view.bottomUp, 1u);
         EXPECT_EQ(image.rowDirection, 0);
         EXPECT_EQ(image.data, block);
         ExpectOrder(image, {3, 0, 1, 0, 1, 2, 0});
