@@ -1,8 +1,11 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <cstdlib>
 
+#include "image/err.h"
 #include "image/mem.h"
 
 namespace velorin {
@@ -52,6 +55,24 @@ void FailEachAllocation(Work&& work, Check&& check) {
         failed = allocator.Failed();
         check(failed, allocator.Live());
     }
+}
+
+// The same of work that throws ZPErrNoMemory where an allocation failed that it cannot do without,
+// as some must be, and leaves no block behind.
+template <typename Work>
+void ExpectCleanFailures(Work&& work) {
+    int thrown = 0;
+    FailEachAllocation(
+        [&] {
+            try {
+                work();
+            } catch (ZPErr failure) {
+                EXPECT_EQ(failure, ZPErrNoMemory);
+                ++thrown;
+            }
+        },
+        [](bool, int live) { EXPECT_EQ(live, 0); });
+    EXPECT_GT(thrown, 0);
 }
 
 }  // namespace velorin
