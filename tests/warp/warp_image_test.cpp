@@ -3,15 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <memory>
 
 #include "image/copy.h"
 #include "support/failing_allocator.h"
 #include "support/forms.h"
-#include "support/gap_image.h"
 #include "support/noise.h"
+#include "support/put_each.h"
+#include "support/recorder.h"
+#include "support/stderr_text.h"
 #include "warp/mesh.h"
 
 namespace velorin {
@@ -25,73 +26,56 @@ int Warp(ZPImage& destination, const ZPImage& source, const ZPImage& flow, float
 
 std::unique_ptr<ZPImage> UniformFlow(int width, int height, float u, float v) {
     auto flow = std::make_unique<ZPImage>(width, height, 2, ZPPixFloat, 0);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            PutValue(*flow, x, y, 0, u);
-            PutValue(*flow, x, y, 1, v);
-        }
-    }
+    PutEach(*flow, [=](int, int, int c) { return c == 0 ? u : v; });
     return flow;
 }
 
 // Waves of a few pixels that fold the mesh here and there.
 std::unique_ptr<ZPImage> WavyFlow(int width, int height, float size) {
-    auto flow = UniformFlow(width, height, 0.0f, 0.0f);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            PutValue(*flow, x, y, 0, size * std::sin(0.4f * static_cast<float>(y + x)));
-            PutValue(*flow, x, y, 1, size * std::cos(0.3f * static_cast<float>(x - y)));
-        }
-    }
+    auto flow = std::make_unique<ZPImage>(width, height, 2, ZPPixFloat, 0);
+    PutEach(*flow, [=](int x, int y, int c) {
+        return size * (c == 0 ? std::sin(0.4f * static_cast<float>(y + x))
+                              : std::cos(0.3f * static_cast<float>(x - y)));
+    });
     return flow;
-}
-
-// Noise that halves and sums of a few leave exact in floats.
-void FillDyadic(Noise& noise, ZPImage& image) {
-    noise.Fill(image);
-    for (int y = 0; y < image.height && image.pixelType == ZPPixFloat; ++y) {
-        float* row = image.Row<float>(y);
-        for (int i = 0; i < 4 * image.width; ++i) row[i] = std::floor(row[i] * 64.0f) / 64.0f;
-    }
 }
 
 std::uint8_t CoveredAt(const ZPImage& coverage, int x, int y) {
     return coverage.Row<std::uint8_t>(y)[x];
 }
 
-// A vector too small to leave its pixel keeps the warp from copying.
+// Multiples of 1/64: halves and sums of a few are exact in floats. A vector too small to leave its
+// pixel keeps the warp from copying.
 TEST(WarpImage, TheMeshGivesBackWhatItCarriesWholePixels) {
     constexpr int kWidth = 40, kHeight = 37;
     Noise noise(11);
     ForEachThreadCount([&] {
         for (int type : {ZPPixUChar, ZPPixUShort, ZPPixFloat}) {
-            for (const auto& [dx, dy] : {std::pair{0, 0}, {1, 0}, {0, 1}, {-2, 3}, {5, -1}}) {
+            for (const auto& shift : {std::pair{0, 0}, {1, 0}, {0, 1}, {-2, 3}, {5, -1}}) {
+                const int dx = shift.first, dy = shift.second;
                 SCOPED_TRACE(std::to_string(type) + " by " + std::to_string(dx) + ", " +
                              std::to_string(dy));
                 ForEachRowOrderPair([&](int sourceOrder, int destOrder) {
                     GapImage source(kWidth, kHeight, 4, type, sourceOrder);
                     GapImage dest(kWidth, kHeight, 4, type, destOrder);
                     GapImage coverage(kWidth, kHeight, 1, ZPPixUChar, sourceOrder);
-                    FillDyadic(noise, *source);
-                    const auto flow = UniformFlow(kWidth, kHeight, static_cast<float>(2 * dx),
-                                                  static_cast<float>(2 * dy));
+                    const float unit = source->whitePoint > 1.0f ? 1.0f : 1.0f / 64.0f;
+                    PutEach(*source, [&](int, int, int) { return noise.Int(0, 255) * unit; });
+                    const auto flow = UniformFlow(kWidth, kHeight, 2.0f * dx, 2.0f * dy);
                     if (dx == 0 && dy == 0) PutValue(*flow, 3, 3, 0, 0x1p-10f);
                     ASSERT_EQ(Warp(*dest, *source, *flow, 0.5f, &*coverage), 1);
-                    for (int y = 0; y < kHeight; ++y) {
-                        for (int x = 0; x < kWidth; ++x) {
-                            const int sx = x - dx, sy = y - dy;
-                            // The mesh's own last row is drawn only on the picture's last line.
-                            const bool row = sy >= 0 && (sy < kHeight - 1 || y == kHeight - 1);
-                            const bool hit = sx >= 0 && sx < kWidth && sy < kHeight && row;
-                            ASSERT_EQ(CoveredAt(*coverage, x, y), hit ? 255 : 0) << x << " " << y;
-                            if (dx == 0 && dy == 0 && std::abs(x - 3) < 2 && y < 5) continue;
-                            for (int c = 0; c < 4; ++c) {
-                                const float wanted = hit ? ValueAt(*source, sx, sy, c) : 0.0f;
-                                ASSERT_TRUE(SameBits(ValueAt(*dest, x, y, c), wanted))
-                                    << x << " " << y;
-                            }
+                    ForEachPixel(*dest, [&](int x, int y) {
+                        const int sx = x - dx, sy = y - dy;
+                        // The mesh's own last row is drawn only on the picture's last line.
+                        const bool row = sy >= 0 && (sy < kHeight - 1 || y == kHeight - 1);
+                        const bool hit = sx >= 0 && sx < kWidth && sy < kHeight && row;
+                        ASSERT_EQ(CoveredAt(*coverage, x, y), hit ? 255 : 0) << x << " " << y;
+                        if (dx == 0 && dy == 0 && std::abs(x - 3) < 2 && y < 5) return;
+                        for (int c = 0; c < 4; ++c) {
+                            const float wanted = hit ? ValueAt(*source, sx, sy, c) : 0.0f;
+                            ASSERT_TRUE(SameBits(ValueAt(*dest, x, y, c), wanted)) << x << " " << y;
                         }
-                    }
+                    });
                     EXPECT_TRUE(dest.GapsUntouched() && coverage.GapsUntouched());
                 });
             }
@@ -109,13 +93,11 @@ TEST(WarpImage, HitsAreAveragedAsTheyAreStored) {
     ClearImage(&coverage);
     const auto flow = UniformFlow(kWidth, 2, 0.0f, 0.0f);
     int mean = 0, count = 0;
+    const auto valueOf = [](int x) { return (x * 37) % 251; };
+    PutEach(source, [&](int x, int, int) { return static_cast<float>(valueOf(x)); });
+    // Columns to the left and the right of column 4 in turn.
     for (int x = 0; x < kWidth; ++x) {
-        const int value = (x * 37) % 251;
-        for (int y : {0, 1}) {
-            for (int c = 0; c < 4; ++c) PutValue(source, x, y, c, static_cast<float>(value));
-            // Columns to the left and the right of column 4 in turn.
-            PutValue(*flow, x, y, 0, static_cast<float>((x % 2 ? 4 : 5) - x));
-        }
+        for (int y : {0, 1}) PutValue(*flow, x, y, 0, static_cast<float>((x % 2 ? 4 : 5) - x));
     }
     // Each cell spans from column 4 to 5 or back, and both its triangles reach line 0 or 1.
     ZPWarpJob job;
@@ -128,7 +110,7 @@ TEST(WarpImage, HitsAreAveragedAsTheyAreStored) {
     KQIdleAndProgressClass progress(nullptr);
     DrawMesh(job, progress);
     for (int x = 0; x + 1 < kWidth; ++x) {
-        const int hit = ((x % 2 ? x : x + 1) * 37) % 251;
+        const int hit = valueOf(x % 2 ? x : x + 1);
         const float sum =
             static_cast<float>(mean) * static_cast<float>(count) + static_cast<float>(hit);
         mean = static_cast<int>(sum * (1.0f / (static_cast<float>(count) + 1.0f)) + 0.5f);
@@ -160,40 +142,36 @@ TEST(WarpImage, NothingThatMovesIsACopy) {
 }
 
 TEST(WarpImage, RefusesWhatDoesNotFitAndChangesNothing) {
-    const ZPImage source(12, 10, 4, ZPPixUChar, 0);
-    const auto flow = UniformFlow(6, 5, 1.0f, 1.0f);
-    const auto refuses = [&](int destType, int channels, const ZPImage& useFlow, int coverWidth,
-                             int coverChannels, int coverType) {
-        ZPImage from(12, 10, channels, ZPPixUChar, 0);
-        ClearImage(&from);
-        ZPImage dest(12, 10, channels, destType, 0);
-        ZPImage coverage(coverWidth, 10, coverChannels, coverType, 0);
-        for (ZPImage* image : {&dest, &coverage}) {
-            std::memset(image->data, 77, image->RowPixelBytes() * image->height);
-        }
-        testing::internal::CaptureStderr();
-        const int result = Warp(dest, from, useFlow, 0.0f, &coverage);
-        const std::string said = testing::internal::GetCapturedStderr();
-        if (result == 1) return false;
-        EXPECT_EQ(said, "can't warp image, input files not of correct types and sizes\n");
-        return *static_cast<std::uint8_t*>(dest.data) == 77 &&
-               *static_cast<std::uint8_t*>(coverage.data) == 77;
-    };
+    const ZPImage source(12, 10, 4, ZPPixUChar, 0), three(12, 10, 3, ZPPixUChar, 0);
     const ZPImage byteFlow(6, 5, 2, ZPPixUChar, 0);
-    EXPECT_FALSE(refuses(ZPPixUChar, 4, *flow, 12, 1, ZPPixUChar));
-    EXPECT_TRUE(refuses(ZPPixFloat, 4, *flow, 12, 1, ZPPixUChar));
-    EXPECT_TRUE(refuses(ZPPixUChar, 3, *flow, 12, 1, ZPPixUChar));
-    EXPECT_TRUE(refuses(ZPPixUChar, 4, byteFlow, 12, 1, ZPPixUChar));
-    EXPECT_TRUE(refuses(ZPPixUChar, 4, *flow, 11, 1, ZPPixUChar));
-    EXPECT_TRUE(refuses(ZPPixUChar, 4, *flow, 12, 2, ZPPixUChar));
-    EXPECT_TRUE(refuses(ZPPixUChar, 4, *flow, 12, 1, ZPPixFloat));
-    ZPImage dest(12, 10, 4, ZPPixUChar, 0);
-    EXPECT_THROW(ZPWarpImage(dest, source, *flow, 1, 2, 1, 0.5f, 1, 1, 1, 1, nullptr, nullptr, 1, 1,
-                             nullptr),
-                 ZPErr);
-    EXPECT_THROW(ZPWarpImage(dest, source, *flow, 1, 1, 1, 0.5f, 1, 1, 1, 1, nullptr, nullptr, 1, 3,
-                             nullptr),
-                 ZPErr);
+    const auto flow = UniformFlow(6, 5, 1.0f, 1.0f);
+    ZPImage dest(12, 10, 4, ZPPixUChar, 0), floats(12, 10, 4, ZPPixFloat, 0);
+    ZPImage threeDest(12, 10, 3, ZPPixUChar, 0), coverage(12, 10, 1, ZPPixUChar, 0);
+    ZPImage narrow(11, 10, 1, ZPPixUChar, 0), two(12, 10, 2, ZPPixUChar, 0);
+    ZPImage floatCoverage(12, 10, 1, ZPPixFloat, 0);
+    const struct {
+        ZPImage& dest;
+        const ZPImage& source;
+        const ZPImage& flow;
+        ZPImage& coverage;
+    } kCases[] = {{floats, source, *flow, coverage},  {threeDest, three, *flow, coverage},
+                  {dest, source, byteFlow, coverage}, {dest, source, *flow, narrow},
+                  {dest, source, *flow, two},         {dest, source, *flow, floatCoverage}};
+    for (const auto& it : kCases) {
+        PutAll(it.dest, 77.0f);
+        PutAll(it.coverage, 77.0f);
+        int result = 1;
+        const auto run = [&] { result = Warp(it.dest, it.source, it.flow, 0.0f, &it.coverage); };
+        EXPECT_EQ(StderrOf(run), "can't warp image, input files not of correct types and sizes\n");
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(ValueAt(it.dest, 0, 0, 0), 77.0f);
+        EXPECT_EQ(ValueAt(it.coverage, 0, 0, 0), 77.0f);
+    }
+    for (const auto& [supersample, mipMode] : {std::pair{2, 1}, {1, 3}}) {
+        EXPECT_THROW(ZPWarpImage(dest, source, *flow, 1, supersample, 1, 0.5f, 1, 1, 1, 1, nullptr,
+                                 nullptr, 1, mipMode, nullptr),
+                     ZPErr);
+    }
 }
 
 // Only the surroundings of what is not transparent are drawn, unless coverage is asked for.
@@ -203,10 +181,7 @@ TEST(WarpImage, TransparencyIsDrawnOnlyForCoverage) {
             ZPImage source(40, 36, 4, type, 0), dest(40, 36, 4, type, 0);
             ZPImage coverage(40, 36, 1, ZPPixUChar, 0);
             const auto flow = UniformFlow(20, 18, 1.0f, 0.0f);
-            ClearImage(&source);
-            for (int y = 0; y < 36; ++y) {
-                for (int x = 0; x < 40; ++x) PutValue(source, x, y, 0, 1.0f);
-            }
+            PutEach(source, [](int, int, int c) { return c == 0 ? 1.0f : 0.0f; });
             ASSERT_EQ(Warp(dest, source, *flow, 1.0f, nullptr), 1);
             EXPECT_EQ(ValueAt(dest, 20, 20, 0), 0.0f);  // all of it transparent
             ASSERT_EQ(Warp(dest, source, *flow, 1.0f, &coverage), 1);
@@ -224,12 +199,11 @@ TEST(WarpImage, TransparencyIsDrawnOnlyForCoverage) {
 }
 
 TEST(WarpImage, TinyPicturesHaveNoMesh) {
-    const auto flow = UniformFlow(4, 4, 1.0f, 1.0f);
     for (const auto& [width, height] : {std::pair{1, 9}, {9, 1}, {1, 1}}) {
         ZPImage source(width, height, 4, ZPPixUChar, 0), dest(width, height, 4, ZPPixUChar, 0);
         ZPImage coverage(width, height, 1, ZPPixUChar, 0);
-        std::memset(source.data, 200, source.RowPixelBytes() * height);
-        ASSERT_EQ(Warp(dest, source, *flow, 1.0f, &coverage), 1);
+        PutAll(source, 200.0f);
+        ASSERT_EQ(Warp(dest, source, *UniformFlow(4, 4, 1.0f, 1.0f), 1.0f, &coverage), 1);
         EXPECT_EQ(ValueAt(dest, 0, 0, 0), 0.0f);
         EXPECT_EQ(CoveredAt(coverage, 0, 0), 0);
     }
@@ -251,63 +225,27 @@ TEST(WarpImage, ThreadsChangeNoMoreThanTheLastUnit) {
             ASSERT_EQ(Warp(dest, source, *flow, 0.5f, &coverage), 1);
             EXPECT_SAME_IMAGE(coverage, covered);
             double apart = 0.0;
-            for (int y = 0; y < 130; ++y) {
-                for (int i = 0; i < 600; ++i) {
-                    apart += std::abs(ValueAt(dest, i / 4, y, i % 4) -
-                                      ValueAt(reference, i / 4, y, i % 4));
+            ForEachPixel(dest, [&](int x, int y) {
+                for (int c = 0; c < 4; ++c) {
+                    apart += std::abs(ValueAt(dest, x, y, c) - ValueAt(reference, x, y, c));
                 }
-            }
+            });
             EXPECT_LT(apart / (130 * 600), size > 0.8f ? 300.0 : 0.01);
         });
     }
 }
 
-TEST(WarpImage, FailingMemoryLeavesNothingBehind) {
-    ZPImage source(40, 70, 4, ZPPixUChar, 0), dest(40, 70, 4, ZPPixUChar, 0);
-    ZPImage coverage(40, 70, 1, ZPPixUChar, 0);
-    ClearImage(&source);
-    const auto flow = WavyFlow(40, 70, 3.0f);
-    for (int threads : {1, 3}) {
-        UseThreads(threads);
-        int failures = 0, calls = 0;
-        FailEachAllocation(
-            [&] {
-                ++calls;
-                try {
-                    Warp(dest, source, *flow, 1.0f, &coverage);
-                } catch (ZPErr failure) {
-                    EXPECT_EQ(failure, ZPErrNoMemory);
-                    ++failures;
-                }
-            },
-            [&](bool, int live) { EXPECT_EQ(live, 0); });
-        // All but the block of the coverage, which comes in smaller pieces then; and a last call.
-        EXPECT_EQ(failures, calls - 2);
-    }
-    UseThreads(1);
-}
-
-class StopAt : public KQIdleAndProgressClass {
-  public:
-    explicit StopAt(int newReport) : KQIdleAndProgressClass(nullptr), report(newReport) {}
-    void ReportProgress(float fraction) override {
-        if (++reports == report) interrupted = 1;
-        KQIdleAndProgressClass::ReportProgress(fraction);
-    }
-    const int report;
-    int reports = 0;
-};
-
-TEST(WarpImage, AnInterruptedWarpLeavesNoLockAndNoMemory) {
+TEST(WarpImage, FailuresAndInterruptionsLeaveNoLockAndNoMemory) {
     ZPImage source(60, 300, 4, ZPPixUChar, 0), dest(60, 300, 4, ZPPixUChar, 0);
-    ClearImage(&source);
-    for (int y = 0; y < 300; ++y) PutValue(source, 5, y, 3, 255.0f);
+    ZPImage coverage(60, 300, 1, ZPPixUChar, 0);
+    PutEach(source, [](int x, int, int) { return x == 5 ? 255.0f : 0.0f; });
     const auto flow = WavyFlow(60, 300, 30.0f);
     for (int threads : {1, 2, 8}) {
         UseThreads(threads);
+        ExpectCleanFailures([&] { Warp(dest, source, *flow, 1.0f, &coverage); });
         const FailingAllocator allocator(0);
         for (int report : {1, 2, 3}) {
-            StopAt progress(report);
+            Recorder progress(report);
             EXPECT_THROW(Warp(dest, source, *flow, 1.0f, nullptr, &progress), ZPErr);
             EXPECT_EQ(allocator.Live(), 0);
         }
