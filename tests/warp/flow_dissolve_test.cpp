@@ -7,9 +7,9 @@
 #include "image/copy.h"
 #include "support/failing_allocator.h"
 #include "support/forms.h"
-#include "support/gap_image.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
+#include "support/put_each.h"
 #include "warp/blend.h"
 #include "warp/inverse_warp.h"
 #include "warp/warp_image.h"
@@ -27,12 +27,9 @@ struct Pair {
           second(DrawTexture(kWidth, kHeight, type, 4.0f, 1.0f, bottomUp)) {
         for (ZPImage* flow : {&forward, &back}) {
             const float sign = flow == &forward ? 1.0f : -1.0f;
-            for (int y = 0; y < flow->height; ++y) {
-                for (int x = 0; x < flow->width; ++x) {
-                    PutValue(*flow, x, y, 0, sign * (x < 12 ? 2.0f : 5.0f));
-                    PutValue(*flow, x, y, 1, sign * 0.5f);
-                }
-            }
+            PutEach(*flow, [=](int x, int, int c) {
+                return sign * (c == 1 ? 0.5f : x < 12 ? 2.0f : 5.0f);
+            });
         }
         for (int y = 0; y < kHeight; ++y) {
             for (int c = 0; c < 3; ++c) PutValue(*first, 20, y, c, 0.85f * first->whitePoint);
@@ -48,10 +45,13 @@ struct Pair {
 using Course = std::function<void(ZPImage& dest, const Pair&, const ZPImage* forward,
                                   const ZPImage* back, ZPImage* scratch, float share)>;
 
-struct Coverage {
-    ZPImage first{kWidth, kHeight, 1, ZPPixUChar, 0};
-    ZPImage second{kWidth, kHeight, 1, ZPPixUChar, 0};
-};
+template <bool kFirst, bool kSecond>
+void Forward(ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
+             float share) {
+    ZPImage first(kWidth, kHeight, 1, ZPPixUChar, 0), second(kWidth, kHeight, 1, ZPPixUChar, 0);
+    ZPFlowDissolveForward(dest, *p.first, f, *p.second, b, scratch, nullptr,
+                          kFirst ? &first : nullptr, kSecond ? &second : nullptr, nullptr, share);
+}
 
 const std::pair<const char*, Course> kCourses[] = {
     {"inverse",
@@ -60,24 +60,12 @@ const std::pair<const char*, Course> kCourses[] = {
     {"inverse with coverage",
      [](ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
         float share) {
-         Coverage c;
-         ZPFlowDissolveCoverage(dest, *p.first, f, *p.second, b, scratch, nullptr, c.first,
-                                c.second, share);
+         ZPImage first(kWidth, kHeight, 1, ZPPixUChar, 0), second(kWidth, kHeight, 1, 0, 0);
+         ZPFlowDissolveCoverage(dest, *p.first, f, *p.second, b, scratch, nullptr, first, second,
+                                share);
      }},
-    {"forward",
-     [](ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
-        float share) {
-         Coverage c;
-         ZPFlowDissolveForward(dest, *p.first, f, *p.second, b, scratch, nullptr, &c.first,
-                               &c.second, nullptr, share);
-     }},
-    {"forward without coverage",
-     [](ZPImage& dest, const Pair& p, const ZPImage* f, const ZPImage* b, ZPImage* scratch,
-        float share) {
-         Coverage c;
-         ZPFlowDissolveForward(dest, *p.first, f, *p.second, b, scratch, nullptr, &c.first, nullptr,
-                               nullptr, share);
-     }},
+    {"forward", Forward<true, true>},
+    {"forward without coverage", Forward<true, false>},
 };
 
 template <typename Work>
@@ -157,9 +145,7 @@ TEST(FlowDissolve, CoverageClosesEveryHole) {
         ZPImage dest(kWidth, kHeight, 4, ZPPixUChar, 0);
         course(dest, p, &p.forward, &p.back, nullptr, 0.5f);
         int notFull = 0;
-        for (int y = 0; y < kHeight; ++y) {
-            for (int x = 0; x < kWidth; ++x) notFull += ValueAt(dest, x, y, 3) < 255.0f ? 1 : 0;
-        }
+        ForEachPixel(dest, [&](int x, int y) { notFull += ValueAt(dest, x, y, 3) < 255.0f; });
         EXPECT_EQ(notFull > 0, &course == &kCourses[3].second);
     });
 }
@@ -168,15 +154,7 @@ TEST(FlowDissolve, FailingMemoryLeavesNothingBehind) {
     const Pair p(ZPPixUChar);
     ZPImage dest(kWidth, kHeight, 4, ZPPixUChar, 0);
     ForEachCourse([&](const Course& course) {
-        FailEachAllocation(
-            [&] {
-                try {
-                    course(dest, p, &p.forward, &p.back, nullptr, 0.4f);
-                } catch (ZPErr failure) {
-                    EXPECT_EQ(failure, ZPErrNoMemory);
-                }
-            },
-            [](bool, int live) { EXPECT_EQ(live, 0); });
+        ExpectCleanFailures([&] { course(dest, p, &p.forward, &p.back, nullptr, 0.4f); });
     });
 }
 
