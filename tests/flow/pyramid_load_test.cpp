@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -14,8 +13,9 @@
 #include "flow/optical_flow.h"
 #include "image/copy.h"
 #include "support/forms.h"
-#include "support/gap_image.h"
 #include "support/noise.h"
+#include "support/put_each.h"
+#include "support/stderr_text.h"
 
 namespace velorin {
 namespace {
@@ -47,11 +47,8 @@ TEST(PyramidLoad, ReducesTheFrameStepByStepAndThenTheLevels) {
             level = Reduced(*level, 37, 31);
             level = Reduced(*level, 18, 15);
             EXPECT_SAME_IMAGE(*pyramid[0], *level);
-            level = Reduced(*level, 9, 7);
-            EXPECT_SAME_IMAGE(*pyramid[1], *level);
-            level = Reduced(*level, 4, 3);
-            EXPECT_SAME_IMAGE(*pyramid[2], *level);
-            EXPECT_EQ(flow.levelCount, 3);
+            EXPECT_SAME_IMAGE(*pyramid[1], *(level = Reduced(*level, 9, 7)));
+            EXPECT_SAME_IMAGE(*pyramid[2], *(level = Reduced(*level, 4, 3)));
         }
     });
 }
@@ -70,12 +67,9 @@ TEST(PyramidLoad, HighPassSubtractsTheSmoothedLevel) {
     const auto check = [&](const ZPImage& passed, const ZPImage& image) {
         Snapshot smooth(image), expected(image);
         SmoothBinomial(*smooth);
-        for (int y = 0; y < image.height; ++y) {
-            for (int x = 0; x < image.width; ++x) {
-                const float detail = ValueAt(image, x, y, 0) - ValueAt(*smooth, x, y, 0);
-                PutValue(*expected, x, y, 0, detail);
-            }
-        }
+        PutEach(*expected, [&](int x, int y, int) {
+            return ValueAt(image, x, y, 0) - ValueAt(*smooth, x, y, 0);
+        });
         EXPECT_SAME_IMAGE(passed, *expected);
     };
     for (int n = 0; n < flow.levelCount; ++n) {
@@ -88,12 +82,9 @@ TEST(PyramidLoad, HighPassSubtractsTheSmoothedLevel) {
 // image's own matte there are no edges.
 TEST(PyramidLoad, EnhanceLiftsEdges) {
     ZPImage frame(40, 30, 1, ZPPixUChar, 0), hole(40, 30, 1, ZPPixUChar, 0);
-    for (int y = 0; y < 30; ++y) {
-        for (int x = 0; x < 40; ++x) {
-            PutValue(frame, x, y, 0, x < 20 ? 40.0f : 200.0f + (y % 2));
-            PutValue(hole, x, y, 0, x == 19 && y == 15 ? 0.0f : 255.0f);
-        }
-    }
+    PutEach(frame, [](int x, int y, int) { return x < 20 ? 40.0f : 200.0f + (y % 2); });
+    PutAll(hole, 255.0f);
+    PutValue(hole, 19, 15, 0, 0.0f);
     for (bool masked : {false, true}) {
         ZPOpticalFlowUChar flow(40, 30, 0, 0, masked, 2);
         for (bool toB : {false, true}) {
@@ -105,15 +96,12 @@ TEST(PyramidLoad, EnhanceLiftsEdges) {
             ComputeGradients(gx, gy, *blurred);
             if (masked) ClearGradientsAtMatte(gx, gy, *flow.mattePyramidA[0]);
             ZPImage expected(40, 30, 1, ZPPixFloat, 0);
-            for (int y = 0; y < 30; ++y) {
-                for (int x = 0; x < 40; ++x) {
-                    const float p = ValueAt(gx, x, y, 0), q = ValueAt(gy, x, y, 0);
-                    const float m = std::sqrt(p * p + q * q);
-                    const double edge = m / 20.0f < 1.0f ? m / 20.0f : 1.0f;
-                    const double lifted = (ValueAt(*blurred, x, y, 0) + 255.0 * edge) * 0.5;
-                    PutValue(expected, x, y, 0, static_cast<float>(lifted));
-                }
-            }
+            PutEach(expected, [&](int x, int y, int) {
+                const float p = ValueAt(gx, x, y, 0), q = ValueAt(gy, x, y, 0);
+                const float m = std::sqrt(p * p + q * q);
+                const double edge = m / 20.0f < 1.0f ? m / 20.0f : 1.0f;
+                return static_cast<float>((ValueAt(*blurred, x, y, 0) + 255.0 * edge) * 0.5);
+            });
             const ImagePyramid& pyramid = toB ? flow.imagePyramidB : flow.imagePyramidA;
             EXPECT_SAME_IMAGE(*pyramid[0], expected);
             EXPECT_EQ(ValueAt(*pyramid[0], 5, 15, 0), 20.0f);
@@ -124,28 +112,25 @@ TEST(PyramidLoad, EnhanceLiftsEdges) {
 }
 
 TEST(PyramidLoad, MattesAreAllOrNothing) {
-    const auto valid = [](int type, float sample) {
+    const struct {
+        int type;
+        float invalid, valid;
+    } kCases[] = {{ZPPixUChar, 254, 255}, {ZPPixUShort, 65528, 65529}, {ZPPixFloat, 0.99985f, 3}};
+    for (const auto& [type, invalid, valid] : kCases) {
         ZPImage matte(4, 4, 1, type, 0);
-        for (int y = 0; y < 4; ++y) {
-            for (int x = 0; x < 4; ++x) PutValue(matte, x, y, 0, sample);
-        }
         ZPOpticalFlowUChar flow(4, 4, 0, 0, 1, 2);
-        flow.LoadMatte(matte, true);
-        return ValueAt(*flow.mattePyramidB[0], 2, 2, 0);
-    };
-    EXPECT_EQ(valid(ZPPixUChar, 255), 1.0f);
-    EXPECT_EQ(valid(ZPPixUChar, 254), 0.0f);
-    EXPECT_EQ(valid(ZPPixUShort, 65529), 1.0f);
-    EXPECT_EQ(valid(ZPPixUShort, 65528), 0.0f);
-    EXPECT_EQ(valid(ZPPixFloat, 0.99995f), 1.0f);
-    EXPECT_EQ(valid(ZPPixFloat, 0.99985f), 0.0f);
-    EXPECT_EQ(valid(ZPPixFloat, 3.0f), 1.0f);
+        for (float sample : {invalid, valid}) {
+            PutAll(matte, sample);
+            flow.LoadMatte(matte, true);
+            EXPECT_EQ(ValueAt(*flow.mattePyramidB[0], 2, 2, 0), sample == valid ? 1.0f : 0.0f);
+        }
+    }
 }
 
 // A hole of one pixel grows by about one pixel of the level on each level, reductions included.
 TEST(PyramidLoad, HolesGrow) {
     ZPImage matte(64, 64, 1, ZPPixUChar, 0);
-    std::fill_n(matte.Row<std::uint8_t>(0), 64 * 64, 255);
+    PutAll(matte, 255.0f);
     PutValue(matte, 32, 32, 0, 0.0f);
     for (int reductionSteps : {0, 1, 2}) {
         ZPOpticalFlowUChar flow(64, 64, reductionSteps, 0, 1, 2);
@@ -154,13 +139,7 @@ TEST(PyramidLoad, HolesGrow) {
         for (int n = 0; n < 3; ++n) {
             const ZPImage& level = *flow.mattePyramidA[n];
             int holes = 0;
-            for (int y = 0; y < level.height; ++y) {
-                for (int x = 0; x < level.width; ++x) {
-                    const float sample = ValueAt(level, x, y, 0);
-                    EXPECT_TRUE(sample == 0.0f || sample == 1.0f);
-                    holes += sample == 0.0f;
-                }
-            }
+            ForEachPixel(level, [&](int x, int y) { holes += ValueAt(level, x, y, 0) != 1.0f; });
             counts += std::to_string(holes) + " ";
         }
         // 3 by 3 pixels of the level below, then 4 by 4 of each that follows.
@@ -183,9 +162,7 @@ TEST(PyramidLoad, RefusedImages) {
     Snapshot before(*flow.imagePyramidA[0]);
     const auto said = [&](const ZPImage* first, const ZPImage* second) {
         Noise(64).Fill(frame);
-        testing::internal::CaptureStderr();
-        flow.LoadImage(frame, first, second, false, false);
-        return testing::internal::GetCapturedStderr();
+        return StderrOf([&] { flow.LoadImage(frame, first, second, false, false); });
     };
     for (auto [first, second] : {std::pair(&narrow, &frame), std::pair(&frame, &narrow)}) {
         EXPECT_EQ(said(first, second), "calculating flow, incompatible inputs!\n");
@@ -198,9 +175,7 @@ TEST(PyramidLoad, RefusedImages) {
     ZPOpticalFlowUChar reduced(30, 20, 1, 0, 0, 2);
     reduced.LoadImage(two, nullptr, nullptr, false, false);
     frame.whitePoint = 2.0f;
-    testing::internal::CaptureStderr();
-    reduced.LoadImage(frame, nullptr, nullptr, true, false);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+    EXPECT_EQ(StderrOf([&] { reduced.LoadImage(frame, nullptr, nullptr, true, false); }),
               " floating image input to ZPOpticalFlowUChar is not in correct range\n");
     ZPImage black(15, 10, 1, ZPPixFloat, 0);
     ClearImage(&black);
