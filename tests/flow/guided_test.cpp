@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
 
 #include "flow/level_solver.h"
@@ -10,8 +9,8 @@
 #include "image/arithmetic.h"
 #include "image/copy.h"
 #include "support/forms.h"
-#include "support/gap_image.h"
 #include "support/noise.h"
+#include "support/put_each.h"
 
 namespace velorin {
 namespace {
@@ -20,13 +19,11 @@ constexpr int kWidth = 48;
 constexpr int kHeight = 38;
 
 void FillFrame(ZPImage& frame, double shiftX, double shiftY) {
-    for (int y = 0; y < frame.height; ++y) {
-        for (int x = 0; x < frame.width; ++x) {
-            const double px = x - shiftX, py = y - shiftY;
-            const double waves = std::sin(0.4 * px + 0.2 * py) + std::sin(0.15 * px - 0.5 * py);
-            PutValue(frame, x, y, 0, static_cast<float>(std::floor(128 + 50 * waves)));
-        }
-    }
+    PutEach(frame, [=](int x, int y, int) {
+        const double px = x - shiftX, py = y - shiftY;
+        const double waves = std::sin(0.4 * px + 0.2 * py) + std::sin(0.15 * px - 0.5 * py);
+        return static_cast<float>(std::floor(128 + 50 * waves));
+    });
 }
 
 // Hints as the reduction leaves them: sums and weights between 0 and 1 on coarser levels.
@@ -34,14 +31,12 @@ void FillHints(ZPOpticalFlowUChar& flow) {
     Noise noise(71);
     for (int n = 0; n < flow.levelCount; ++n) {
         ZPImage& weights = *flow.hintWeightPyramid[n];
-        for (int y = 0; y < weights.height; ++y) {
-            for (int x = 0; x < weights.width; ++x) {
-                const float weight = noise.Int(0, 19) > 0 ? 0.0f : n == 0 ? 1.0f : 0.25f;
-                PutValue(weights, x, y, 0, weight);
-                PutValue(*flow.hintFlowPyramid[n], x, y, 0, weight * noise.Float(-3.0f, 3.0f));
-                PutValue(*flow.hintFlowPyramid[n], x, y, 1, weight * noise.Float(-3.0f, 3.0f));
-            }
-        }
+        PutEach(weights, [&](int, int, int) {
+            return noise.Int(0, 19) > 0 ? 0.0f : n == 0 ? 1.0f : 0.25f;
+        });
+        PutEach(*flow.hintFlowPyramid[n], [&](int x, int y, int) {
+            return ValueAt(weights, x, y, 0) * noise.Float(-3.0f, 3.0f);
+        });
     }
 }
 
@@ -100,9 +95,7 @@ TEST(Guided, TheWholeLoopHonoursHintsAndMattes) {
     ZPImage matte(kWidth, kHeight, 1, ZPPixUChar, 0);
     FillFrame(a, 0, 0);
     FillFrame(b, 1.5, -1.0);
-    for (int y = 0; y < kHeight; ++y) {
-        for (int x = 0; x < kWidth; ++x) PutValue(matte, x, y, 0, x > 30 && y < 9 ? 0 : 255.0f);
-    }
+    PutEach(matte, [](int x, int y, int) { return x > 30 && y < 9 ? 0.0f : 255.0f; });
     for (int variant = 0; variant < 8; ++variant) {
         const bool guided = variant & 1, masked = variant & 2, skip = variant & 4;
         SCOPED_TRACE("variant " + std::to_string(variant));
@@ -123,34 +116,30 @@ TEST(Guided, TheWholeLoopHonoursHintsAndMattes) {
         });
         if (!guided) continue;
         // The last word on level 0: the hint, with the sign turned.
-        const ZPImage& weights = *flow.hintWeightPyramid[0];
-        for (int y = 0; y < kHeight; ++y) {
-            for (int x = 0; x < kWidth; ++x) {
-                if (ValueAt(weights, x, y, 0) == 0.0f) continue;
-                EXPECT_SAME_BITS(ValueAt(*flow.Flow(), x, y, 1),
-                                 -ValueAt(*flow.hintFlowPyramid[0], x, y, 1));
-            }
-        }
+        const ZPImage& hints = *flow.hintFlowPyramid[0];
+        ForEachPixel(hints, [&](int x, int y) {
+            if (ValueAt(*flow.hintWeightPyramid[0], x, y, 0) == 0.0f) return;
+            EXPECT_SAME_BITS(ValueAt(*flow.Flow(), x, y, 1), -ValueAt(hints, x, y, 1));
+        });
     }
 }
 
 TEST(Guided, HintsReplaceTheFlowWhereTheyHaveWeight) {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
     ZPOpticalFlowUChar flow(20, 20, 0, 1, 0, 2), plain(20, 20, 0, 0, 0, 2);
     EXPECT_FALSE(plain.HasHints(0));
     EXPECT_FALSE(flow.HasHints(0));
     EXPECT_FALSE(flow.HasHints(1));
-    PutValue(*flow.hintWeightPyramid[1], 3, 9, 0, nan);
+    PutValue(*flow.hintWeightPyramid[1], 3, 9, 0, NAN);
     EXPECT_TRUE(flow.HasHints(1));
     for (int x = 0; x < 20; ++x) PutValue(*flow.Flow(), x, 0, 0, 9.0f);
     PutValue(*flow.hintFlowPyramid[0], 5, 0, 0, 0.75f);
     PutValue(*flow.hintWeightPyramid[0], 5, 0, 0, 0.5f);
     PutValue(*flow.hintFlowPyramid[0], 6, 0, 0, 0.75f);  // no weight: not a hint
-    PutValue(*flow.hintWeightPyramid[0], 7, 0, 0, nan);
+    PutValue(*flow.hintWeightPyramid[0], 7, 0, 0, NAN);
     flow.ImposeHints(0);
     EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 5, 0, 0), 1.5f);
     EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 6, 0, 0), 9.0f);
-    EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 7, 0, 0), nan);
+    EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 7, 0, 0), NAN);
     EXPECT_SAME_BITS(ValueAt(*flow.Flow(), 8, 0, 0), 9.0f);
 }
 
@@ -158,12 +147,10 @@ TEST(Guided, HintsReplaceTheFlowWhereTheyHaveWeight) {
 // and has none itself, so that the test of sanity runs there.
 float MiddleAfterSanityTest(float left, float right) {
     ZPOpticalFlowUChar flow(8, 8, 0, 1, 0, 2);
-    for (int y = 0; y < 4; ++y) {
-        for (int x = 0; x < 4; ++x) {
-            PutValue(*flow.hintFlowPyramid[1], x, y, 0, x < 2 ? left : right);
-            PutValue(*flow.hintWeightPyramid[1], x, y, 0, 1.0f);
-        }
-    }
+    PutAll(*flow.hintWeightPyramid[1], 1.0f);
+    PutEach(*flow.hintFlowPyramid[1], [=](int x, int, int c) {
+        return c == 1 ? 0.0f : x < 2 ? left : right;
+    });
     flow.ComputeFlow(nullptr, 0, -1, 1, nullptr);
     EXPECT_EQ(flow.levelCount, 2);
     return ValueAt(*flow.Flow(), 3, 4, 0);
