@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "support/forms.h"
-#include "support/gap_image.h"
 #include "support/noise.h"
+#include "support/put_each.h"
+#include "support/stderr_text.h"
 
 namespace velorin {
 namespace {
@@ -34,20 +35,15 @@ TEST(Luminance, FollowsTheTableInEveryForm) {
                 Noise noise(31);
                 noise.Fill(*frame);
                 ZPImage expected(21, 131, 1, ZPPixFloat, 0);
-                for (int y = 0; y < 131; ++y) {
-                    for (int x = 0; x < 21; ++x) {
-                        float p[4];
-                        for (int c = 0; c < channels; ++c) p[c] = ValueAt(*frame, x, y, c);
-                        const float luma = lumaIsFirst ? PlainYCbCr(type, channels, p)
-                                                       : PlainRgb(type, channels, p);
-                        PutValue(expected, x, y, 0, channels == 2 ? -5.0f : luma);
-                    }
-                }
+                PutEach(expected, [&](int x, int y, int) {
+                    if (channels == 2) return -5.0f;
+                    float p[4];
+                    for (int c = 0; c < channels; ++c) p[c] = ValueAt(*frame, x, y, c);
+                    return (lumaIsFirst ? PlainYCbCr : PlainRgb)(type, channels, p);
+                });
                 ForEachThreadCount([&] {
                     GapImage dest(21, 131, 1, ZPPixFloat, 0);
-                    for (int y = 0; y < 131; ++y) {
-                        for (int x = 0; x < 21; ++x) PutValue(*dest, x, y, 0, -5.0f);
-                    }
+                    PutAll(*dest, -5.0f);
                     EXPECT_EQ(ConvertToLuminance(*dest, *frame, lumaIsFirst), channels != 2);
                     EXPECT_SAME_IMAGE(*dest, expected);
                     EXPECT_TRUE(dest.GapsUntouched());
@@ -85,9 +81,7 @@ TEST(Luminance, RefusesAFloatFrameOfAnotherWhite) {
     noise.Fill(dest);
     Snapshot before(dest);
     frame.whitePoint = 255.0f;
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(ConvertToLuminance(dest, frame, false));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+    EXPECT_EQ(StderrOf([&] { EXPECT_FALSE(ConvertToLuminance(dest, frame, false)); }),
               " floating image input to ZPOpticalFlowUChar is not in correct range\n");
     EXPECT_SAME_IMAGE(dest, *before);
 }
