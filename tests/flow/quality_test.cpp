@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
 
 #include "flow/optical_flow.h"
-#include "support/gap_image.h"
+#include "support/put_each.h"
 #include "warp/blend.h"
 #include "warp/inverse_warp.h"
 
@@ -36,37 +35,32 @@ double Texture(double x, double y) {
 
 std::unique_ptr<ZPImage> MakeFrame(Shift shift) {
     auto frame = std::make_unique<ZPImage>(kWidth, kHeight, 4, ZPPixUChar, 0);
-    for (int y = 0; y < kHeight; ++y) {
-        std::uint8_t* row = frame->Row<std::uint8_t>(y);
-        for (int x = 0; x < kWidth; ++x, row += 4) {
-            const double level = std::floor(Texture(x - shift.x, y - shift.y) + 0.5);
-            row[0] = row[1] = row[2] = static_cast<std::uint8_t>(level);
-            row[3] = 255;
-        }
-    }
+    PutEach(*frame, [=](int x, int y, int c) {
+        const double level = std::floor(Texture(x - shift.x, y - shift.y) + 0.5);
+        return c == 3 ? 255.0f : static_cast<float>(level);
+    });
     return frame;
 }
 
-double MeanEndpointError(const ZPImage& flow, Shift truth) {
+// The mean of error(x, y) away from the borders.
+template <typename Error>
+double MeanInside(const Error& error) {
     double sum = 0.0;
     for (int y = kBorder; y < kHeight - kBorder; ++y) {
-        const float* vector = flow.Row<float>(y);
-        for (int x = kBorder; x < kWidth - kBorder; ++x) {
-            sum += std::hypot(vector[2 * x] - truth.x, vector[2 * x + 1] - truth.y);
-        }
+        for (int x = kBorder; x < kWidth - kBorder; ++x) sum += error(x, y);
     }
     return sum / ((kWidth - 2 * kBorder) * (kHeight - 2 * kBorder));
 }
 
+double MeanEndpointError(const ZPImage& flow, Shift truth) {
+    return MeanInside([&](int x, int y) {
+        return std::hypot(ValueAt(flow, x, y, 0) - truth.x, ValueAt(flow, x, y, 1) - truth.y);
+    });
+}
+
 double MeanDifference(const ZPImage& a, const ZPImage& b) {
-    double sum = 0.0;
-    for (int y = kBorder; y < kHeight - kBorder; ++y) {
-        for (int x = kBorder; x < kWidth - kBorder; ++x) {
-            const int i = 4 * x;
-            sum += std::abs(a.Row<std::uint8_t>(y)[i] - b.Row<std::uint8_t>(y)[i]);
-        }
-    }
-    return sum / ((kWidth - 2 * kBorder) * (kHeight - 2 * kBorder));
+    return MeanInside(
+        [&](int x, int y) { return std::abs(ValueAt(a, x, y, 0) - ValueAt(b, x, y, 0)); });
 }
 
 // What the estimator is for: motion to a few hundredths of a pixel, and frames between frames that
