@@ -35,9 +35,10 @@ double Texture(double x, double y) {
 
 std::unique_ptr<ZPImage> MakeFrame(Shift shift) {
     auto frame = std::make_unique<ZPImage>(kWidth, kHeight, 4, ZPPixUChar, 0);
-    PutEach(*frame, [=](int x, int y, int c) {
+    ForEachPixel(*frame, [&](int x, int y) {
         const double level = std::floor(Texture(x - shift.x, y - shift.y) + 0.5);
-        return c == 3 ? 255.0f : static_cast<float>(level);
+        for (int c = 0; c < 3; ++c) PutValue(*frame, x, y, c, static_cast<float>(level));
+        PutValue(*frame, x, y, 3, 255.0f);
     });
     return frame;
 }
