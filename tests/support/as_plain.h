@@ -3,6 +3,7 @@
 #include "support/forms.h"
 #include "support/gap_image.h"
 #include "support/noise.h"
+#include "support/put_each.h"
 
 namespace velorin {
 
@@ -10,16 +11,6 @@ namespace velorin {
 struct Shape {
     int width, height, channels, pixelType;
 };
-
-// Makes every value of an image rule(x, y, c), as its type's writer cuts it.
-template <typename Rule>
-void PutEach(ZPImage& image, const Rule& rule) {
-    for (int y = 0; y < image.height; ++y) {
-        for (int x = 0; x < image.width; ++x) {
-            for (int c = 0; c < image.channels; ++c) PutValue(image, x, y, c, rule(x, y, c));
-        }
-    }
-}
 
 // Noise with many values of exactly 0 and white and, in floats, a few that trip arithmetic.
 inline void FillTrying(Noise& noise, ZPImage& image) {
