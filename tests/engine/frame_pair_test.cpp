@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "support/forms.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
 
@@ -11,16 +10,18 @@ MemoryHost HostOf(int frames) {
     return MemoryHost(DrawClip(frames, 24, 18, ZPPixUChar));
 }
 
-struct PairCase {
-    float sourceTime;
-    int floorFrame;    // the earlier frame of the pair
-    int nearestShown;  // what Nearest copies; -1 where a flow is needed
-};
-
 TEST(FramePair, TimesNearAWholeFrameCopyIt) {
-    for (const PairCase& wanted :
-         {PairCase{6.0f, 6, 6}, PairCase{4.998f, 4, 5}, PairCase{4.002f, 4, 4},
-          PairCase{4.006f, 4, -1}, PairCase{-0.5f, 0, -1}, PairCase{1.5f, 1, -1}}) {
+    struct Case {
+        float sourceTime;
+        int floorFrame;    // the earlier frame of the pair
+        int nearestShown;  // what Nearest copies; -1 where a flow is needed
+    };
+    for (const Case& wanted : {Case{6.0f, 6, 6},
+                               {4.998f, 4, 5},
+                               {4.002f, 4, 4},
+                               {4.006f, 4, -1},
+                               {-0.5f, 0, -1},
+                               {1.5f, 1, -1}}) {
         SCOPED_TRACE(wanted.sourceTime);
         MemoryHost host = HostOf(8);
         host.timeMap = [&](float) { return wanted.sourceTime; };
@@ -31,8 +32,7 @@ TEST(FramePair, TimesNearAWholeFrameCopyIt) {
             EXPECT_EQ(host.held, 0);
             const bool onFrame = wanted.nearestShown >= 0;
             EXPECT_EQ(host.internal->opticalFlow == nullptr, onFrame);
-            const std::vector<int> pair{wanted.floorFrame, wanted.floorFrame + 1};
-            EXPECT_EQ(host.asked, pair);
+            EXPECT_EQ(host.asked, (std::vector{wanted.floorFrame, wanted.floorFrame + 1}));
             EXPECT_TRUE(host.tracked.empty());
             if (!onFrame) continue;
             EXPECT_SAME_IMAGE(*host.result, *host.frames[wanted.nearestShown]);
@@ -44,8 +44,8 @@ TEST(FramePair, MotionFromAnotherClipCostsTwoMoreFrames) {
     MemoryHost host = HostOf(3);
     host.sameClip = 0;
     ASSERT_EQ(host.Render(0.5f), 0);
-    EXPECT_EQ(host.tracked, (std::vector<int>{0, 1}));
-    EXPECT_EQ(host.asked, (std::vector<int>{0, 1}));
+    EXPECT_EQ(host.tracked, (std::vector{0, 1}));
+    EXPECT_EQ(host.asked, (std::vector{0, 1}));
 }
 
 TEST(FramePair, TieShowsTheEarlierFrame) {

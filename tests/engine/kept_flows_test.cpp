@@ -21,23 +21,28 @@ bool Estimates(MemoryHost& host, float sourceTime) {
 }
 
 TEST(KeptFlows, APairIsEstimatedOnce) {
-    MemoryHost host(DrawClip(4, 24, 18, ZPPixUChar));
-    EXPECT_TRUE(Estimates(host, 0.2f));
-    EXPECT_FALSE(Estimates(host, 0.4f));
-    EXPECT_FALSE(Estimates(host, 0.4f));
-    EXPECT_FALSE(Estimates(host, 0.9f));
-    EXPECT_TRUE(Estimates(host, 1.1f));
-    EXPECT_TRUE(Estimates(host, 0.4f));
-}
-
-TEST(KeptFlows, NearestEstimatesAnewWhenTheShownFrameChanges) {
-    MemoryHost host(DrawClip(4, 24, 18, ZPPixUChar));
-    host.method = 0;
-    EXPECT_TRUE(Estimates(host, 0.1f));
-    EXPECT_FALSE(Estimates(host, 0.3f));
-    EXPECT_FALSE(Estimates(host, 0.5f));
-    EXPECT_TRUE(Estimates(host, 0.6f));
-    EXPECT_FALSE(Estimates(host, 0.9f));
+    for (int warping = 0; warping < 4; ++warping) {
+        for (int method : {1, 2}) {
+            MemoryHost host(DrawClip(4, 24, 18, ZPPixUChar));
+            host.warping = warping;
+            host.method = method;
+            EXPECT_TRUE(Estimates(host, 0.2f));
+            EXPECT_FALSE(Estimates(host, 0.4f));
+            EXPECT_FALSE(Estimates(host, 0.4f));
+            EXPECT_FALSE(Estimates(host, 0.9f));
+            EXPECT_TRUE(Estimates(host, 1.1f));
+            EXPECT_TRUE(Estimates(host, 0.4f));
+        }
+        // Nearest estimates anew where the frame that it shows changes.
+        MemoryHost host(DrawClip(4, 24, 18, ZPPixUChar));
+        host.warping = warping;
+        host.method = 0;
+        EXPECT_TRUE(Estimates(host, 0.1f));
+        EXPECT_FALSE(Estimates(host, 0.3f));
+        EXPECT_FALSE(Estimates(host, 0.5f));
+        EXPECT_TRUE(Estimates(host, 0.6f));
+        EXPECT_FALSE(Estimates(host, 0.9f));
+    }
 }
 
 TEST(KeptFlows, EveryChangedSettingDropsThem) {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
@@ -10,7 +9,6 @@
 #include "support/gap_image.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
-#include "support/wrapping_handle.h"
 #include "warp/blend.h"
 
 namespace velorin {
@@ -44,23 +42,45 @@ void ForEachCell(Clip&& clip, Work&& work) {
     }
 }
 
-TEST(RenderFrame, WithoutInternalNoSlotIsCalled) {
-    MemoryHost host(DrawClip(2, 8, 8, ZPPixUChar));
+TEST(RenderFrame, BadRequestsAreRefused) {
+    const float zeros[kMaxLayers] = {};
+    const auto code = [&](auto change) {
+        MemoryHost host(DrawClip(2, 16, 16, ZPPixUChar));
+        change(host);
+        const int result = host.Render(0.5f);
+        EXPECT_EQ(host.held, 0);
+        return result;
+    };
+    const auto withMattes = [&](int layers, const float* array) {
+        return code([&](MemoryHost& host) {
+            host.matteLayers = layers;
+            host.matteArray = array;
+        });
+    };
+    // The rates' bounds differ.
+    EXPECT_EQ(code([](MemoryHost& host) { host.outputRate = 0.01f; }), 0);
+    EXPECT_EQ(code([](MemoryHost& host) { host.outputRate = 0.009f; }), ZPErrBadArgument);
+    EXPECT_EQ(code([](MemoryHost& host) { host.sourceRate = 0.01f; }), ZPErrBadArgument);
+    EXPECT_EQ(code([](MemoryHost& host) { host.inputFieldsAsked = 1; }), ZPErrBadArgument);
+    EXPECT_EQ(code([](MemoryHost& host) { host.outputFieldsAsked = 2; }), ZPErrBadArgument);
+    EXPECT_EQ(code([](MemoryHost& host) { host.compensateAsked = 1.0f; }), ZPErrBadArgument);
+    EXPECT_EQ(code([](MemoryHost& host) { host.method = 3; }), ZPErrBadArgument);
+    EXPECT_EQ(withMattes(1, zeros), ZPErrBadArgument);
+    EXPECT_EQ(withMattes(1, nullptr), ZPErrBadArgument);
+    EXPECT_EQ(withMattes(kMaxLayers, zeros), ZPErrBadArgument);
+    EXPECT_EQ(withMattes(INT32_MAX, zeros), ZPErrBadArgument);
+
+    MemoryHost host(DrawClip(2, 16, 16, ZPPixUChar));
+    KQImage empty;
+    for (KQImage* result : {static_cast<KQImage*>(nullptr), &empty}) {
+        EXPECT_EQ(host.RenderFrame(result, nullptr, 0, 0, 4, 0.5f, 1.5f, 25.0f, 25.0f, 0.0f, 0.7f,
+                                   1, 1, 1, 1, 0, nullptr, nullptr, nullptr, false),
+                  ZPErrBadArgument);
+    }
     delete host.internal;
     host.internal = nullptr;
     EXPECT_EQ(host.Render(0.5f), 1);
     EXPECT_TRUE(host.asked.empty() && host.tracked.empty());
-}
-
-TEST(RenderFrame, RatesAreCheckedUnevenly) {
-    MemoryHost host(DrawClip(2, 8, 8, ZPPixUChar));
-    host.outputRate = 0.01f;
-    EXPECT_EQ(host.Render(0.5f), 0);
-    host.outputRate = 0.009f;
-    EXPECT_EQ(host.Render(0.5f), ZPErrBadArgument);
-    host.outputRate = 25.0f;
-    host.sourceRate = 0.01f;
-    EXPECT_EQ(host.Render(0.5f), ZPErrBadArgument);
 }
 
 TEST(RenderFrame, AFailureGivesEverythingBack) {
@@ -82,28 +102,22 @@ class ThrowingHost : public MemoryHost {
   public:
     using MemoryHost::MemoryHost;
     int GetToBeWarpedSequenceImage(KQImage** out, int frame) override {
-        Count();
-        return MemoryHost::GetToBeWarpedSequenceImage(out, frame);
+        return Counted(MemoryHost::GetToBeWarpedSequenceImage(out, frame));
     }
     int CleanUpCheckedOutImage(KQImage* image) override {
-        MemoryHost::CleanUpCheckedOutImage(image);
-        Count();
-        return 0;
+        return Counted(MemoryHost::CleanUpCheckedOutImage(image));
     }
     int GetKeyframedTime(float* out, float outputTime) override {
-        Count();
-        return MemoryHost::GetKeyframedTime(out, outputTime);
+        return Counted(MemoryHost::GetKeyframedTime(out, outputTime));
     }
-    int EnhanceImages() override {
-        Count();
-        return 0;
-    }
+    int EnhanceImages() override { return Counted(0); }
     int at = -1;
     int calls = 0;
 
   private:
-    void Count() {
+    int Counted(int code) {
         if (calls++ == at) throw std::runtime_error("of the host");
+        return code;
     }
 };
 
@@ -120,83 +134,53 @@ TEST(RenderFrame, WhatAHostThrowsGoesNoFurther) {
 }
 
 TEST(RenderFrame, FailingMemoryLeavesNothingBehind) {
-    ForEachCell([] { return DrawClip(2, 16, 16, ZPPixUChar); },
-                [](MemoryHost& host) {
-                    int code = ZPErrNone;
-                    const auto render = [&] {
-                        try {
-                            code = host.Render(0.5f);
-                        } catch (ZPErr failure) {
-                            code = failure;  // the test's own result image
-                        }
-                        EXPECT_EQ(host.held, 0);
-                        if (code != ZPErrNone) {
-                            EXPECT_EQ(host.internal->opticalFlow, nullptr);
-                            EXPECT_EQ(host.internal->backFlow, nullptr);
-                        }
-                        host.internal->ReleaseFlows();
-                        host.result.reset();
-                    };
-                    int survived = 0;
-                    FailEachAllocation(render, [&](bool, int live) {
-                        survived += code == ZPErrNone ? 1 : 0;
-                        EXPECT_EQ(live, 0);
-                    });
-                    // The last call, and the forward warp's hit counts, which come in smaller
-                    // pieces then.
-                    const int forwardWarps = host.warping < 2 ? 0 : host.method == 0 ? 1 : 2;
-                    EXPECT_EQ(survived, 1 + forwardWarps);
-                });
+    const auto expectClean = [](MemoryHost& host) {
+        int code = ZPErrNone;
+        const auto render = [&] {
+            try {
+                code = host.Render(0.5f);
+            } catch (ZPErr failure) {
+                code = failure;  // the test's own result image
+            }
+            EXPECT_EQ(host.held, 0);
+            const bool kept = host.internal->opticalFlow || host.internal->backFlow;
+            EXPECT_TRUE(code == ZPErrNone || !kept);
+            host.internal->ReleaseFlows();
+            host.result.reset();
+        };
+        int survived = 0;
+        FailEachAllocation(render, [&](bool, int live) {
+            survived += code == ZPErrNone ? 1 : 0;
+            EXPECT_EQ(live, 0);
+        });
+        // The last call, and the forward warp's hit counts, which come in smaller pieces then.
+        const int forwardWarps = host.warping < 2 ? 0 : host.method == 0 ? 1 : 2;
+        EXPECT_EQ(survived, 1 + forwardWarps);
+    };
+    ForEachCell([] { return DrawClip(2, 16, 16, ZPPixUChar); }, expectClean);
 }
 
 TEST(RenderFrame, AnInterruptedRenderKeepsNothing) {
-    ForEachCell([] { return DrawClip(2, 32, 32, ZPPixUChar); },
-                [](MemoryHost& host) {
-                    int last = 0;
-                    for (int after = 0; last == 0 && after < 1000; ++after) {
-                        Interrupter progress(after);
-                        host.progress = &progress;
-                        if (host.Render(0.5f) == ZPErrNone) {
-                            last = after;
-                            continue;
-                        }
-                        EXPECT_EQ(host.held, 0);
-                        EXPECT_EQ(host.internal->opticalFlow, nullptr);
-                    }
-                    EXPECT_GT(last, 20);
-                });
-}
-
-TEST(RenderFrame, AFrameWithoutEstimationCanBeInterruptedToo) {
-    for (float time : {0.5f, 1.0f}) {  // kept flows, and a frame on a source frame
-        MemoryHost host(DrawClip(2, 32, 32, ZPPixUChar));
-        ASSERT_EQ(host.Render(0.4f), 0);
-        Interrupter progress(0);
+    const auto interruptedAt = [](MemoryHost& host, int after, float time) {
+        Interrupter progress(after);
         host.progress = &progress;
-        EXPECT_EQ(host.Render(time), ZPErrInterrupted);
+        if (host.Render(time) != ZPErrInterrupted) return false;
         EXPECT_EQ(host.held, 0);
         EXPECT_EQ(host.internal->opticalFlow, nullptr);
-    }
-}
-
-TEST(RenderFrame, WhatIsNotBuiltIsRefused) {
-    const float zeros[2] = {};
-    const auto refused = [&](auto change) {
-        MemoryHost host(DrawClip(2, 16, 16, ZPPixUChar));
-        change(host);
-        const int code = host.Render(0.5f);
-        EXPECT_EQ(host.held, 0);
-        return code == ZPErrBadArgument;
+        return true;
     };
-    EXPECT_FALSE(refused([](MemoryHost&) {}));
-    EXPECT_TRUE(refused([](MemoryHost& host) { host.inputFieldsAsked = 1; }));
-    EXPECT_TRUE(refused([](MemoryHost& host) { host.outputFieldsAsked = 2; }));
-    EXPECT_TRUE(refused([](MemoryHost& host) { host.compensateAsked = 1.0f; }));
-    EXPECT_TRUE(refused([](MemoryHost& host) { host.method = 3; }));
-    EXPECT_TRUE(refused([&](MemoryHost& host) {
-        host.matteLayers = 1;
-        host.matteArray = zeros;
-    }));
+    const auto clip = [] { return DrawClip(2, 32, 32, ZPPixUChar); };
+    ForEachCell(clip, [&](MemoryHost& host) {
+        int after = 0;
+        while (after < 1000 && interruptedAt(host, after, 0.5f)) ++after;
+        EXPECT_GT(after, 20);
+        EXPECT_LT(after, 1000);
+    });
+    for (float time : {0.5f, 1.0f}) {  // kept flows, and a frame on a source frame
+        MemoryHost host(clip());
+        ASSERT_EQ(host.Render(0.4f), 0);
+        EXPECT_TRUE(interruptedAt(host, 0, time));
+    }
 }
 
 TEST(RenderFrame, SmallFramesRenderAsLongAsTheirFlowHasTwoByTwoPixels) {
@@ -254,118 +238,71 @@ TEST(RenderFrame, SamePixelsOnAnyThreadCountAndRowOrder) {
     }
 }
 
-TEST(RenderFrame, ThePictureHalfWayIsTheTrueOne) {
-    const float shiftX = 4.5f;
-    const float shiftY = -3.0f;
-    for (std::int64_t method : {0, 1}) {
-        MemoryHost host(DrawClip(2, 160, 120, ZPPixUChar, shiftX, shiftY));
-        host.method = method;
-        ASSERT_EQ(host.Render(0.5f), 0);
-        const auto truth = DrawTexture(160, 120, ZPPixUChar, shiftX / 2.0f, shiftY / 2.0f);
-        double sum = 0.0;
-        int count = 0;
-        for (int y = 12; y < 108; ++y) {
-            for (int i = 4 * 12; i < 4 * 148; ++i, ++count) {
-                sum +=
-                    std::abs(host.result->Row<std::uint8_t>(y)[i] - truth->Row<std::uint8_t>(y)[i]);
-            }
-        }
-        RecordProperty("meanDifference" + std::to_string(method), std::to_string(sum / count));
-        EXPECT_LT(sum / count, 1.0);
-    }
-}
-
-TEST(RenderFrame, NotANumberNeitherCrashesNorSpreadsBeyondItsReach) {
+TEST(RenderFrame, NotANumberDoesNotCrash) {
     ForEachCell([] { return DrawClip(2, 200, 60, ZPPixFloat); },
                 [](MemoryHost& host) {
-                    Noise noise(3);
-                    ZPImage corner(host.frames[0]->data, 8, 60, host.frames[0]->rowBytes, 4,
-                                   ZPPixFloat, 0);
-                    noise.Sprinkle(corner, 12);
+                    ZPImage& first = *host.frames[0];
+                    ZPImage corner(first.data, 8, 60, first.rowBytes, 4, ZPPixFloat, 0);
+                    Noise(3).Sprinkle(corner, 12);
                     ASSERT_EQ(host.Render(0.4f), 0);
                 });
 }
 
-TEST(RenderFrame, MissingArgumentsAreRefused) {
-    MemoryHost host(DrawClip(2, 16, 16, ZPPixUChar));
-    const auto refused = [&](KQImage* result, int fields, int mattes, const float* array) {
-        return host.RenderFrame(result, nullptr, 0, fields, 4, 0.5f, 1.5f, 25.0f, 25.0f, 0.0f, 0.7f,
-                                1, 1, 1, 1, mattes, array, array, nullptr,
-                                false) == ZPErrBadArgument;
-    };
-    ZPImage pixels(16, 16, 4, ZPPixUChar, 0);
-    WrappingHandle result(pixels);
-    KQImage empty;
-    const float zeros[kMaxLayers] = {};
-    EXPECT_FALSE(refused(&result, 0, 0, nullptr));
-    EXPECT_TRUE(refused(nullptr, 0, 0, nullptr));
-    EXPECT_TRUE(refused(&empty, 0, 0, nullptr));
-    EXPECT_TRUE(refused(&result, 1, 0, nullptr));
-    EXPECT_TRUE(refused(&result, 0, 1, nullptr));
-    EXPECT_TRUE(refused(&result, 0, kMaxLayers, zeros));
-    EXPECT_TRUE(refused(&result, 0, INT32_MAX, zeros));
-    EXPECT_EQ(host.held, 0);
-}
-
 TEST(RenderFrame, FramesThatDoNotFitTheResultAreNotReadBeyondTheirPixels) {
-    const auto render = [](std::unique_ptr<ZPImage> later, int quality, std::int64_t method) {
+    for (const auto& [quality, method] :
+         {std::pair{0, 0}, {0, 1}, {0, 2}, {4, 0}, {4, 1}, {4, 2}}) {
         MemoryHost host(DrawClip(1, 20, 16, ZPPixUChar));
-        host.frames.push_back(std::move(later));
         host.quality = quality;
         host.method = method;
-        const int code = host.Render(0.75f);
+        host.frames.push_back(std::make_unique<ZPImage>(nullptr, 20, 16, 80, 4, 0, 0));
+        EXPECT_EQ(host.Render(0.75f), ZPErrBadArgument);
         EXPECT_EQ(host.held, 0);
-        return code;
-    };
-    for (int quality : {0, 4}) {
-        for (std::int64_t method : {0, 1, 2}) {
-            EXPECT_EQ(
-                render(std::make_unique<ZPImage>(nullptr, 20, 16, 80, 4, 0, 0), quality, method),
-                ZPErrBadArgument);
-        }
+        if (quality > 0 || method > 0) continue;
+        host.frames[1] = std::make_unique<ZPImage>(20, 16, 3, ZPPixUChar, 0);
+        EXPECT_EQ(host.Render(0.75f), ZPErrBadArgument);
+        EXPECT_EQ(host.held, 0);
     }
-    EXPECT_EQ(render(std::make_unique<ZPImage>(20, 16, 3, ZPPixUChar, 0), 0, 0), ZPErrBadArgument);
 }
 
-void* AllocateDirty(void*, std::size_t size) {
-    void* block = std::malloc(size);
-    if (block) std::memset(block, 0x5A, size);
-    return block;
-}
-void Release(void*, void* block) {
-    std::free(block);
-}
+// While it lives, memory comes full of what others left in it.
+class DirtyMemory {
+  public:
+    DirtyMemory() { KQSetAllocator(nullptr, &Allocate, &Release); }
+    ~DirtyMemory() { KQSetAllocator(nullptr, nullptr, nullptr); }
 
-// The one frame that fits counts as still and the other as black.
-TEST(RenderFrame, AFrameOfAnotherSizeIsBlackAndNeverStrayMemory) {
-    KQSetAllocator(nullptr, &AllocateDirty, &Release);
-    MemoryHost host(DrawClip(1, 40, 32, ZPPixUChar));
-    host.frames.push_back(DrawTexture(38, 32, ZPPixUChar, 0.0f, 0.0f));
-    EXPECT_EQ(host.Render(0.25f), 0);
-    KQSetAllocator(nullptr, nullptr, nullptr);
-    ZPImage black(40, 32, 4, ZPPixUChar, 0);
+  private:
+    static void* Allocate(void*, std::size_t size) {
+        void* block = std::malloc(size);
+        return block ? std::memset(block, 0x5A, size) : nullptr;
+    }
+    static void Release(void*, void* block) { std::free(block); }
+};
+
+// A frame of another size fills what it can and leaves no memory of others in the rest.
+TEST(RenderFrame, AFrameOfAnotherSizeNeverShowsStrayMemory) {
+    const auto clipWith = [](int width, int height) {
+        auto clip = DrawClip(1, 40, 32, ZPPixUChar);
+        clip.push_back(DrawTexture(width, height, ZPPixUChar, 0.0f, 0.0f));
+        return clip;
+    };
+    ForEachCell([&] { return clipWith(20, 15); },
+                [](MemoryHost& host) {
+                    ASSERT_EQ(host.Render(0.25f), 0);
+                    Snapshot clean(*host.result);
+                    const DirtyMemory dirty;
+                    EXPECT_EQ(host.Render(0.25f), 0);
+                    EXPECT_SAME_IMAGE(*host.result, *clean);
+                });
+    // The one frame that fits counts as still and the other as black.
+    MemoryHost host(clipWith(38, 32));
+    {
+        const DirtyMemory dirty;
+        EXPECT_EQ(host.Render(0.25f), 0);
+    }
+    ZPImage black(40, 32, 4, ZPPixUChar, 0), wanted(40, 32, 4, ZPPixUChar, 0);
     ClearImage(&black);
-    ZPImage wanted(40, 32, 4, ZPPixUChar, 0);
     ZPBlendTwo(wanted, *host.frames[0], black, 0.25f);
     EXPECT_SAME_IMAGE(*host.result, wanted);
-}
-
-// Another size fills what it can and leaves no memory of others in the rest.
-TEST(RenderFrame, AFrameOfAnotherSizeNeverShowsStrayMemory) {
-    ForEachCell(
-        [] {
-            auto clip = DrawClip(1, 40, 32, ZPPixUChar);
-            clip.push_back(DrawTexture(20, 15, ZPPixUChar, 0.0f, 0.0f));
-            return clip;
-        },
-        [](MemoryHost& host) {
-            ASSERT_EQ(host.Render(0.25f), 0);
-            Snapshot clean(*host.result);
-            KQSetAllocator(nullptr, &AllocateDirty, &Release);
-            EXPECT_EQ(host.Render(0.25f), 0);
-            KQSetAllocator(nullptr, nullptr, nullptr);
-            EXPECT_SAME_IMAGE(*host.result, *clean);
-        });
 }
 
 // FNV-1a over all samples: whatever changes a pixel changes it.
