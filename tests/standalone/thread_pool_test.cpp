@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <atomic>
 #include <chrono>
 #include <mutex>
 #include <set>
@@ -23,69 +22,53 @@ struct Share {
 };
 
 // The shares that one fork hands out.
-struct Roll {
-    std::mutex mutex;
-    std::vector<Share> shares;
-};
-
-void Enrol(void* argument) {
-    auto& roll = *static_cast<Roll*>(argument);
-    Share share{-1, -1, std::this_thread::get_id()};
-    sparkMpInfo(&share.firstPixel, &share.pixelCount);
-    const std::lock_guard<std::mutex> guard(roll.mutex);
-    roll.shares.push_back(share);
-}
-
-void ExpectEqualShares(int threads) {
-    Roll roll;
-    sparkMpFork(Enrol, 1, &roll);
-    ASSERT_EQ(roll.shares.size(), static_cast<std::size_t>(threads));
-    std::set<long long> starts;
-    std::set<std::thread::id> ids;
-    const long long size = KQMPSparkGetNumberOfFramePixels() / threads;
-    for (const Share& share : roll.shares) {
-        EXPECT_EQ(share.pixelCount, size);
-        EXPECT_EQ(share.firstPixel % size, 0);
-        EXPECT_EQ(share.firstPixel == 0, share.thread == std::this_thread::get_id());
-        starts.insert(share.firstPixel);
-        ids.insert(share.thread);
-    }
-    EXPECT_EQ(*starts.begin(), 0);
-    EXPECT_EQ(*starts.rbegin(), size * (threads - 1));
-    EXPECT_EQ(starts.size(), static_cast<std::size_t>(threads));
-    EXPECT_EQ(ids.size(), static_cast<std::size_t>(threads));
+std::vector<Share> SharesOfAFork() {
+    struct {
+        std::mutex mutex;
+        std::vector<Share> shares;
+    } roll;
+    const auto enrol = [](void* argument) {
+        auto& to = *static_cast<decltype(roll)*>(argument);
+        Share share{-1, -1, std::this_thread::get_id()};
+        sparkMpInfo(&share.firstPixel, &share.pixelCount);
+        const std::lock_guard<std::mutex> guard(to.mutex);
+        to.shares.push_back(share);
+    };
+    sparkMpFork(enrol, 1, &roll);
+    return roll.shares;
 }
 
 TEST(ThreadPool, EqualSharesInThreadOrderOneAThread) {
     for (int threads : {1, 2, 3, 8, 64, 5, 1, 2}) {
         UseThreads(threads);
         EXPECT_EQ(GetThreadCount(), threads);
-        for (int i = 0; i < 20; ++i) ExpectEqualShares(threads);
+        const long long size = KQMPSparkGetNumberOfFramePixels() / threads;
+        std::set<std::thread::id> ids;  // of all forks: the threads stay
+        for (int i = 0; i < 100; ++i) {
+            std::set<long long> starts;
+            for (const Share& share : SharesOfAFork()) {
+                EXPECT_EQ(share.pixelCount, size);
+                EXPECT_EQ(share.firstPixel % size, 0);
+                EXPECT_EQ(share.firstPixel == 0, share.thread == std::this_thread::get_id());
+                starts.insert(share.firstPixel);
+                ids.insert(share.thread);
+            }
+            ASSERT_EQ(starts.size(), static_cast<std::size_t>(threads));
+            EXPECT_EQ(*starts.begin(), 0);
+            EXPECT_EQ(*starts.rbegin(), size * (threads - 1));
+        }
+        EXPECT_EQ(ids.size(), static_cast<std::size_t>(threads));
     }
     UseThreads(1);
 }
 
 TEST(ThreadPool, CountsAreBroughtIntoRange) {
-    UseThreads(0);
-    EXPECT_EQ(GetThreadCount(), 1);
-    UseThreads(65);
-    EXPECT_EQ(GetThreadCount(), 64);
-    UseThreads(-3);
-    EXPECT_EQ(GetThreadCount(), 1);
+    for (const auto& [asked, count] : {std::pair{0, 1}, {65, 64}, {-3, 1}}) {
+        UseThreads(asked);
+        EXPECT_EQ(GetThreadCount(), count);
+    }
     EXPECT_GE(AvailableProcessors(), 1);
     EXPECT_LE(AvailableProcessors(), 64);
-}
-
-TEST(ThreadPool, KeepsItsThreadsBetweenJobs) {
-    UseThreads(3);
-    std::set<std::thread::id> ids;
-    for (int i = 0; i < 200; ++i) {
-        Roll roll;
-        sparkMpFork(Enrol, 1, &roll);
-        for (const Share& share : roll.shares) ids.insert(share.thread);
-    }
-    EXPECT_EQ(ids.size(), 3u);
-    UseThreads(1);
 }
 
 // Jobs close upon each other, and after pauses in which the threads fall asleep. Each row reads
@@ -105,9 +88,13 @@ TEST(ThreadPool, ManyShortJobs) {
     UseThreads(1);
 }
 
-TEST(ThreadPool, StacksHoldTheLineBuffers) {
-    UseThreads(2);
+TEST(ThreadPool, StacksHoldTheLineBuffersAndDenormalsAreKept) {
+    UseThreads(3);
     ParallelRows(64, [](int firstRow, int /*lastRow*/) {
+        volatile float tiny = 0x1p-126f;
+        volatile float smaller = tiny / 8.0f;
+        EXPECT_GT(smaller, 0.0f);
+        EXPECT_EQ(smaller * 8.0f, tiny);
         volatile char lines[3 << 18];
         for (std::size_t i = 0; i < sizeof lines; i += 1024) lines[i] = 1;
         EXPECT_EQ(lines[0], 1);
@@ -118,17 +105,6 @@ TEST(ThreadPool, StacksHoldTheLineBuffers) {
         pthread_attr_getstacksize(&attributes, &bytes);
         pthread_attr_destroy(&attributes);
         EXPECT_GE(bytes, std::size_t{2} << 20);
-    });
-    UseThreads(1);
-}
-
-TEST(ThreadPool, DenormalsAreKeptOnEveryThread) {
-    UseThreads(3);
-    ParallelRows(64, [](int, int) {
-        volatile float tiny = 0x1p-126f;
-        volatile float smaller = tiny / 8.0f;
-        EXPECT_GT(smaller, 0.0f);
-        EXPECT_EQ(smaller * 8.0f, tiny);
     });
     UseThreads(1);
 }
