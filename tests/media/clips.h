@@ -2,13 +2,18 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 
+#include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "media/clip.h"
+#include "support/noise.h"
 
 namespace velorin {
 
@@ -72,6 +77,29 @@ inline void WriteClip(const std::string& name, const OutputSettings& settings,
     writer->Finish();
 }
 
+// Noise with colour under zero and little alpha. Gray has three equal channels, and a layout
+// without alpha a full one. Floats go below black and above white, all exact in half.
+template <typename Value>
+Picture NoisePicture(unsigned seed, int width, int height, int channels) {
+    constexpr bool kFloat = std::is_floating_point_v<Value>;
+    Picture picture;
+    picture.SetShape(width, height, PictureType<Value>::kPixelType);
+    auto* pixel = reinterpret_cast<Value*>(picture.pixels.data());
+    Noise noise(seed);
+    const auto sample = [&]() -> Value {
+        if constexpr (kFloat) return static_cast<Value>(noise.Int(-96, 1024)) / 64;
+        return static_cast<Value>(noise.Bits());
+    };
+    for (int i = 0; i < width * height; ++i, pixel += 4) {
+        std::generate_n(pixel, 4, sample);
+        if (i % 3 == 0) pixel[3] = 0;
+        if (i % 7 == 0) pixel[3] = kFloat ? static_cast<Value>(1.0f / 256.0f) : Value{1};
+        if (channels <= 2) pixel[1] = pixel[2] = pixel[0];
+        if (channels % 2 == 1) pixel[3] = static_cast<Value>(PictureType<Value>::kWhite);
+    }
+    return picture;
+}
+
 inline bool SamePixels(const Picture& a, const Picture& b) {
     return a.width == b.width && a.height == b.height && a.pixelType == b.pixelType &&
            a.pixels.size() == b.pixels.size() &&
@@ -89,6 +117,24 @@ std::string ErrorOf(MediaError::Kind kind, Body&& body) {
     }
     ADD_FAILURE() << "nothing was thrown";
     return "";
+}
+
+inline void ExpectContains(const std::string& text, const std::string& part) {
+    EXPECT_NE(text.find(part), std::string::npos) << text;
+}
+
+// As ErrorOf, while no file can grow beyond `bytes`: the limit stands for the full disk.
+template <typename Body>
+std::string FullDiskErrorOf(rlim_t bytes, Body&& body) {
+    rlimit old;
+    getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit small{bytes, old.rlim_max};
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const std::string text = ErrorOf(MediaError::Kind::kFailure, body);
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, oldHandler);
+    return text;
 }
 
 }  // namespace velorin

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstring>
 
 namespace velorin {
@@ -49,17 +49,20 @@ TEST(MoviePixels, MatrixAndRangeAreTheStreamsOwn) {
     for (const Case& c : cases) {
         for (const AVPixelFormat format : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUV422P10}) {
             const bool deep = format == AV_PIX_FMT_YUV422P10;
-            const int scale = deep ? 4 : 1;
+            SCOPED_TRACE(std::to_string(c.matrix) + (c.full ? " full " : " ") +
+                         std::to_string(c.height) + (deep ? " deep" : ""));
             const AvFrame frame = MakeVideo(format, 32, c.height);
             frame->colorspace = c.matrix;
             frame->color_range = c.full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_UNSPECIFIED;
             const int stored[3] = {100, 140, 160};  // in 8 bits
             for (int plane = 0; plane < 3; ++plane) {
                 const int rows = plane > 0 && !deep ? c.height / 2 : c.height;
-                const int samples = frame->linesize[plane] / (deep ? 2 : 1);
-                for (int i = 0; i < rows * samples; ++i) {
-                    const auto value = static_cast<std::uint16_t>(stored[plane] * scale);
-                    std::memcpy(frame->data[plane] + i * (deep ? 2 : 1), &value, deep ? 2 : 1);
+                const int bytes = frame->linesize[plane] * rows;
+                if (deep) {
+                    std::fill_n(reinterpret_cast<std::uint16_t*>(frame->data[plane]), bytes / 2,
+                                static_cast<std::uint16_t>(stored[plane] * 4));
+                } else {
+                    std::memset(frame->data[plane], stored[plane], bytes);
                 }
             }
             Picture picture;
@@ -73,53 +76,48 @@ TEST(MoviePixels, MatrixAndRangeAreTheStreamsOwn) {
             const Rgb wanted = PlainRgb((100.0 - foot) / luma * stretch, 12.0 / chroma * stretch,
                                         32.0 / chroma * stretch, c.red, c.blue);
             const double white = deep ? 65535.0 : 255.0;
-            const double tolerance = 1.0;
             const auto at = [&](int channel) -> double {
-                const std::size_t middle = (static_cast<std::size_t>(c.height) / 2 * 32 + 16) * 4;
-                if (!deep) return std::to_integer<int>(picture.pixels[middle + channel]);
-                return reinterpret_cast<const std::uint16_t*>(
-                    picture.pixels.data())[middle + channel];
+                const std::size_t i = (c.height / 2 * 32 + 16) * 4 + channel;
+                const std::byte* bytes = picture.pixels.data();
+                return deep ? reinterpret_cast<const std::uint16_t*>(bytes)[i]
+                            : std::to_integer<int>(bytes[i]);
             };
-            SCOPED_TRACE(std::to_string(c.matrix) + (c.full ? " full " : " ") +
-                         std::to_string(c.height) + (deep ? " deep" : ""));
-            EXPECT_NEAR(at(0), wanted.r * white, tolerance);
-            EXPECT_NEAR(at(1), wanted.g * white, tolerance);
-            EXPECT_NEAR(at(2), wanted.b * white, tolerance);
+            EXPECT_NEAR(at(0), wanted.r * white, 1.0);
+            EXPECT_NEAR(at(1), wanted.g * white, 1.0);
+            EXPECT_NEAR(at(2), wanted.b * white, 1.0);
             EXPECT_EQ(at(3), white);
         }
     }
 }
 
 TEST(MoviePixels, RgbOfEveryDepthIsExact) {
+    PixelConverter converter;
+    const auto expectPixels = [&](const AvFrame& frame, const auto& wanted) {
+        Picture picture;
+        converter.ToPicture(*frame, {}, picture);
+        ASSERT_EQ(picture.pixels.size(), sizeof wanted);
+        EXPECT_EQ(std::memcmp(picture.pixels.data(), wanted, sizeof wanted), 0);
+    };
     // Ten bits are stretched to 65535: 1023 is white, 512 is 512 * 65535 / 1023, rounded.
     AvFrame frame = MakeVideo(AV_PIX_FMT_GBRP10, 3, 1);
-    const std::uint16_t green[] = {0, 512, 1023};
-    const std::uint16_t blue[] = {1, 2, 3};
-    const std::uint16_t red[] = {1023, 0, 1};
-    std::memcpy(frame->data[0], green, 6);
-    std::memcpy(frame->data[1], blue, 6);
-    std::memcpy(frame->data[2], red, 6);
-    Picture picture;
-    PixelConverter converter;
-    converter.ToPicture(*frame, {}, picture);
-    const std::uint16_t wanted[] = {65535, 0,     64, 65535, 0,   32800,
-                                    128,   65535, 64, 65535, 192, 65535};
-    EXPECT_EQ(std::memcmp(picture.pixels.data(), wanted, sizeof wanted), 0);
+    const std::uint16_t greenBlueRed[3][3] = {{0, 512, 1023}, {1, 2, 3}, {1023, 0, 1}};
+    for (int plane = 0; plane < 3; ++plane) std::memcpy(frame->data[plane], greenBlueRed[plane], 6);
+    const std::uint16_t stretched[] = {65535, 0,     64, 65535, 0,   32800,
+                                       128,   65535, 64, 65535, 192, 65535};
+    expectPixels(frame, stretched);
 
     // Bytes the other way round.
     frame = MakeVideo(AV_PIX_FMT_RGBA64BE, 1, 1);
     const std::uint8_t big[] = {1, 2, 3, 4, 5, 6, 7, 8};
     std::memcpy(frame->data[0], big, 8);
-    converter.ToPicture(*frame, {}, picture);
     const std::uint16_t swapped[] = {0x0102, 0x0304, 0x0506, 0x0708};
-    EXPECT_EQ(std::memcmp(picture.pixels.data(), swapped, 8), 0);
+    expectPixels(frame, swapped);
 
     // The alpha may come first.
     frame = MakeVideo(AV_PIX_FMT_ARGB, 1, 1);
     std::memcpy(frame->data[0], big, 4);
-    converter.ToPicture(*frame, {}, picture);
     const std::uint8_t ordered[] = {2, 3, 4, 1};
-    EXPECT_EQ(std::memcmp(picture.pixels.data(), ordered, 4), 0);
+    expectPixels(frame, ordered);
 }
 
 }  // namespace
