@@ -17,14 +17,13 @@ constexpr int kHeight = 16;
 class NoiseClip final : public ClipReader {
   public:
     NoiseClip(std::int64_t frames, std::vector<std::int64_t>* log) : reads(log) {
-        info.name = "noise";
         info.width = kWidth;
         info.height = kHeight;
         info.frames = frames;
     }
     const ClipInfo& Info() const override { return info; }
     void Read(std::int64_t frame, Picture& picture) override {
-        if (reads) reads->push_back(frame);
+        reads->push_back(frame);
         if (frame == 13) throw MediaError(MediaError::Kind::kInput, "frame 13 is damaged");
         picture.SetShape(kWidth, kHeight, ZPPixUChar);
         Noise noise(static_cast<std::uint32_t>(frame));
@@ -36,34 +35,34 @@ class NoiseClip final : public ClipReader {
     std::vector<std::int64_t>* reads;
 };
 
-std::unique_ptr<NoiseClip> Clip(std::int64_t frames, std::vector<std::int64_t>* log = nullptr) {
-    return std::make_unique<NoiseClip>(frames, log);
-}
+// A host over such a clip at a constant speed.
+struct NoiseHost {
+    NoiseHost(const char* speed, std::int64_t frames)
+        : law(ConstantSpeed(ParseDecimal(speed).value())),
+          host(std::make_unique<NoiseClip>(frames, &reads), *law, false) {
+        UseThreads(1);
+    }
 
-std::unique_ptr<TimeLaw> Speed(const char* text) {
-    return ConstantSpeed(ParseDecimal(text).value());
-}
+    // Warps by the method with the number of `interp`, so that all of them are used.
+    int Render(std::int64_t frame, int interp) {
+        picture.SetShape(kWidth, kHeight, ZPPixUChar);
+        KQImage result;
+        WrapPicture(result, picture);
+        host.SetOutputFrame(frame);
+        host.SetWarping(interp);
+        return host.RenderFrame(&result, nullptr, 0, 0, 5, 0.0f, 1.0f, 29.97f, 29.97f, 0.0f, 0.7f,
+                                interp, 1, 1, 1, 0, nullptr, nullptr, nullptr, false);
+    }
 
-// Warps by the method with the number of `interp`, so that all of them are used.
-int Render(ClipHost& host, std::int64_t frame, int interp, Picture& picture) {
-    picture.SetShape(kWidth, kHeight, ZPPixUChar);
-    KQImage result;
-    WrapPicture(result, picture);
-    host.SetOutputFrame(frame);
-    host.SetWarping(interp);
-    return host.RenderFrame(&result, nullptr, 0, 0, 5, 0.0f, 1.0f, 29.97f, 29.97f, 0.0f, 0.7f,
-                            interp, 1, 1, 1, 0, nullptr, nullptr, nullptr, false);
-}
-
-class ClipHostTest : public testing::Test {
-  protected:
-    void SetUp() override { UseThreads(1); }
+    std::vector<std::int64_t> reads;
+    std::unique_ptr<TimeLaw> law;
+    ClipHost host;
+    Picture picture;
 };
 
-TEST_F(ClipHostTest, HandsOutPrivateCopiesOfFramesInsideTheClip) {
-    std::vector<std::int64_t> reads;
-    const auto law = Speed("1");
-    ClipHost host(Clip(5, &reads), *law, false);
+TEST(ClipHost, HandsOutPrivateCopiesOfFramesInsideTheClip) {
+    NoiseHost clip("1", 5);
+    ClipHost& host = clip.host;
     const auto firstByte = [&](int frame, bool alter) {
         KQImage* image = nullptr;
         EXPECT_EQ(host.GetTrackingSequenceImage(&image, frame), ZPErrNone);
@@ -75,78 +74,73 @@ TEST_F(ClipHostTest, HandsOutPrivateCopiesOfFramesInsideTheClip) {
         EXPECT_EQ(host.CleanUpCheckedOutImage(image), ZPErrNone);
         return byte;
     };
-    EXPECT_EQ(firstByte(2, true), firstByte(2, false));
+    const int unaltered = firstByte(2, true);
+    EXPECT_EQ(firstByte(2, false), unaltered);
     EXPECT_EQ(firstByte(4, false), firstByte(1000, false));
     EXPECT_EQ(firstByte(0, false), firstByte(-7, false));
-    EXPECT_EQ(reads, std::vector<std::int64_t>({2, 4, 0}));
+    EXPECT_EQ(clip.reads, std::vector<std::int64_t>({2, 4, 0}));
 }
 
-TEST_F(ClipHostTest, AnswersTimesAndFramesFromABaseNearTheOutputFrame) {
-    std::vector<std::int64_t> reads;
-    const auto law = Speed("0.5");
-    ClipHost host(Clip(2000000, &reads), *law, false);
-    host.SetOutputFrame(1000001);
-    float time = 0.0f;
-    host.GetKeyframedTime(&time, 0.0f);
-    EXPECT_EQ(time, 500000.5f - 499712.0f);
-    host.GetKeyframedTime(&time, 0.5f);
-    EXPECT_EQ(time, 500000.75f - 499712.0f);
-    host.GetKeyframedTime(&time, 1.0f);
-    EXPECT_EQ(time, 500001.0f - 499712.0f);
+TEST(ClipHost, AnswersTimesAndFramesFromABaseNearTheOutputFrame) {
+    NoiseHost clip("0.5", 2000000);
+    clip.host.SetOutputFrame(1000001);
+    const auto timeAt = [&](float outputTime) {
+        float time = 0.0f;
+        clip.host.GetKeyframedTime(&time, outputTime);
+        return time;
+    };
+    EXPECT_EQ(timeAt(0.0f), 500000.5f - 499712.0f);
+    EXPECT_EQ(timeAt(0.5f), 500000.75f - 499712.0f);
+    EXPECT_EQ(timeAt(1.0f), 500001.0f - 499712.0f);
     KQImage* image = nullptr;
-    host.GetToBeWarpedSequenceImage(&image, 289);
-    host.CleanUpCheckedOutImage(image);
-    EXPECT_EQ(reads, std::vector<std::int64_t>({500001}));
+    clip.host.GetToBeWarpedSequenceImage(&image, 289);
+    clip.host.CleanUpCheckedOutImage(image);
+    EXPECT_EQ(clip.reads, std::vector<std::int64_t>({500001}));
 }
 
 // Source times 0.5 and 4096.5 are the same numbers to the engine, and of different frames.
-TEST_F(ClipHostTest, PicturesDoNotDependOnTheFrameBefore) {
-    const auto law = Speed("0.5");
+TEST(ClipHost, PicturesDoNotDependOnTheFrameBefore) {
     for (const int interp : {0, 1, 2}) {
-        ClipHost host(Clip(9000), *law, false);
+        NoiseHost walked("0.5", 9000);
         for (const std::int64_t frame : {1, 8193, 1, 8191, 8192, 8193, 2, 8195}) {
-            Picture after, alone;
-            ASSERT_EQ(Render(host, frame, interp, after), ZPErrNone);
-            ClipHost fresh(Clip(9000), *law, false);
-            ASSERT_EQ(Render(fresh, frame, interp, alone), ZPErrNone);
-            EXPECT_EQ(after.pixels, alone.pixels) << "frame " << frame << " interp " << interp;
+            NoiseHost fresh("0.5", 9000);
+            ASSERT_EQ(walked.Render(frame, interp), ZPErrNone);
+            ASSERT_EQ(fresh.Render(frame, interp), ZPErrNone);
+            EXPECT_EQ(walked.picture.pixels, fresh.picture.pixels)
+                << "frame " << frame << " interp " << interp;
         }
     }
 }
 
-TEST_F(ClipHostTest, ReadsInTheOrderThatIsAnnounced) {
+TEST(ClipHost, ReadsInTheOrderThatIsAnnounced) {
+    const std::vector<std::int64_t> frames = {0, 1, 2, 3, 4, 5, 8, 20};
     for (const char* speed : {"0.3", "1", "2.5"}) {
         for (const int interp : {0, 1, 2}) {
-            std::vector<std::int64_t> reads, announced;
-            const std::vector<std::int64_t> frames = {0, 1, 2, 3, 4, 5, 8, 20};
-            const auto law = Speed(speed);
-            const auto next = ReadingOrder(*law, frames, 11);
+            NoiseHost clip(speed, 11);
+            for (const std::int64_t frame : frames) {
+                ASSERT_EQ(clip.Render(frame, interp), ZPErrNone);
+            }
+            std::vector<std::int64_t> announced;
+            const auto next = ReadingOrder(*clip.law, frames, 11);
             for (std::int64_t frame = next(); frame >= 0; frame = next()) {
                 announced.push_back(frame);
             }
-            ClipHost host(Clip(11, &reads), *law, false);
-            Picture picture;
-            for (const std::int64_t frame : frames) {
-                ASSERT_EQ(Render(host, frame, interp, picture), ZPErrNone);
-            }
-            EXPECT_EQ(reads, announced) << speed << " interp " << interp;
+            EXPECT_EQ(clip.reads, announced) << speed << " interp " << interp;
         }
     }
 }
 
-TEST_F(ClipHostTest, KeepsTheTextOfAFailedRead) {
-    const auto law = Speed("0.5");
-    ClipHost host(Clip(20), *law, false);
-    Picture picture;
-    EXPECT_NE(Render(host, 25, 1, picture), ZPErrNone);
+TEST(ClipHost, KeepsTheTextOfAFailedRead) {
+    NoiseHost clip("0.5", 20);
+    EXPECT_NE(clip.Render(25, 1), ZPErrNone);
     try {
-        host.RethrowFailure();
+        clip.host.RethrowFailure();
         ADD_FAILURE() << "nothing is thrown";
     } catch (const MediaError& failure) {
         EXPECT_STREQ(failure.what(), "frame 13 is damaged");
     }
-    EXPECT_EQ(Render(host, 23, 1, picture), ZPErrNone);
-    EXPECT_NO_THROW(host.RethrowFailure());
+    EXPECT_EQ(clip.Render(23, 1), ZPErrNone);
+    EXPECT_NO_THROW(clip.host.RethrowFailure());
 }
 
 }  // namespace

@@ -20,18 +20,8 @@ std::string Refusal(std::vector<const char*> words, Verb verb = kVerbRetime) {
     return "accepted";
 }
 
-TEST(Options, StartFromTheDefaultsOfThePanel) {
-    const Options options = Parse({"in", "-o", "out.mkv"}).value();
-    EXPECT_EQ(options.input, "in");
-    EXPECT_EQ(options.output, "out.mkv");
-    EXPECT_EQ(options.speed.numerator, options.speed.denominator);
-    EXPECT_EQ(options.interp, 1);
-    EXPECT_EQ(options.warp, 0);
-    EXPECT_EQ(options.quality, 4);
-    EXPECT_EQ(options.enhance, 0);
-    EXPECT_EQ(options.sensitivity, 70.0f);
-    EXPECT_TRUE(options.keepFlows);
-    EXPECT_FALSE(options.overwrite);
+void ExpectStart(const std::string& text, const std::string& start) {
+    EXPECT_EQ(text.substr(0, start.size()), start);
 }
 
 TEST(Options, ReachTheirMembersInAnyOrder) {
@@ -59,35 +49,42 @@ TEST(Options, ReachTheirMembersInAnyOrder) {
     EXPECT_FALSE(options.keepFlows);
     EXPECT_TRUE(options.overwrite && options.quiet && options.verbose);
     EXPECT_FALSE(Parse({"--help"}));
+
+    const Options plain = Parse({"in", "-o", "out"}).value();
+    EXPECT_EQ(plain.interp, 1);
+    EXPECT_EQ(plain.warp, 0);
+    EXPECT_EQ(plain.quality, 4);
+    EXPECT_EQ(plain.sensitivity, 70.0f);
+    EXPECT_TRUE(plain.keepFlows);
 }
 
 TEST(Options, RefusalsNameTheOptionAndTheValue) {
-    for (const char* speed : {"-1", "nan", "inf", "10.000000001", "1e-1", "fast"}) {
-        EXPECT_EQ(Refusal({"--speed", speed}).rfind("--speed " + std::string(speed), 0), 0u);
-    }
     EXPECT_EQ(Refusal({"--speed", "10"}), "accepted");
-    EXPECT_EQ(Refusal({"--interp", "cubic"}), "--interp cubic: give one of blend, nearest, energy");
-    EXPECT_EQ(Refusal({"--threads", "65"}), "--threads 65: give a whole number from 1 to 64");
-    EXPECT_EQ(Refusal({"--threads", "2x"}), "--threads 2x: give a whole number from 1 to 64");
-    EXPECT_EQ(Refusal({"--frames", ""}).rfind("--frames needs a value", 0), 0u);
-    EXPECT_EQ(Refusal({"--length"}).rfind("--length needs a value", 0), 0u);
-    EXPECT_EQ(Refusal({"--interp", "-o", "x.mkv"}).rfind("--interp needs a value before -o", 0),
-              0u);
-    EXPECT_EQ(Refusal({"--speed", "1", "--speed", "2"}), "--speed is given twice");
-    EXPECT_EQ(Refusal({"--overwrite=no"}), "--overwrite takes no value");
-    EXPECT_EQ(Refusal({"--nosuch=x"}).rfind("--nosuch is not an option", 0), 0u);
-    EXPECT_EQ(Refusal({"second"}).rfind("second is one name too many", 0), 0u);
+    for (const char* speed : {"-1", "nan", "inf", "10.000000001", "1e-1", "fast"}) {
+        ExpectStart(Refusal({"--speed", speed}), "--speed " + std::string(speed));
+    }
+    ExpectStart(Refusal({"--interp", "cubic"}),
+                "--interp cubic: give one of blend, nearest, energy");
+    ExpectStart(Refusal({"--threads", "65"}), "--threads 65: give a whole number from 1 to 64");
+    ExpectStart(Refusal({"--threads", "2x"}), "--threads 2x: give a whole number from 1 to 64");
+    ExpectStart(Refusal({"--frames", ""}), "--frames needs a value");
+    ExpectStart(Refusal({"--length"}), "--length needs a value");
+    ExpectStart(Refusal({"--interp", "-o", "x.mkv"}), "--interp needs a value before -o");
+    ExpectStart(Refusal({"--speed", "1", "--speed", "2"}), "--speed is given twice");
+    ExpectStart(Refusal({"--overwrite=no"}), "--overwrite takes no value");
+    ExpectStart(Refusal({"--nosuch=x"}), "--nosuch is not an option");
+    ExpectStart(Refusal({"second"}), "second is one name too many");
+    ExpectStart(Refusal({"--at", "1"}), "--at is not an option of velorin retime");
 }
 
 TEST(Options, MethodsHaveTheNumbersOfTheEngine) {
-    const auto parsed = [](const char* interp, const char* warp) {
-        return Parse({"in", "-o", "out", "--interp", interp, "--warp", warp}).value();
-    };
     int number = 0;
     for (const auto& [interp, warp] :
          {std::pair{"nearest", "inverse"}, {"blend", "smart"}, {"energy", "forward"}}) {
-        EXPECT_EQ(parsed(interp, warp).interp, number);
-        EXPECT_EQ(parsed(interp, warp).warp, number++);
+        const Options options =
+            Parse({"in", "-o", "out", "--interp", interp, "--warp", warp}).value();
+        EXPECT_EQ(options.interp, number);
+        EXPECT_EQ(options.warp, number++);
     }
 }
 
@@ -101,20 +98,15 @@ TEST(Options, ComparingHasItsOwn) {
     EXPECT_EQ(options.crop, (Window{1, 0, 20, 16}));
     EXPECT_FALSE(options.cellWidth);
 
-    const auto refusal = [](std::vector<const char*> words) {
-        return Refusal(words, kVerbCompare);
-    };
-    EXPECT_EQ(refusal({}), "--at TIME is missing: velorin compare INPUT --at TIME -o SHEET");
-    EXPECT_EQ(refusal({"--at", "1e1"}).rfind("--at 1e1: give a time", 0), 0u);
-    EXPECT_EQ(refusal({"--at", "1", "--speed", "2"})
-                  .rfind("--speed is not an option of velorin "
-                         "compare",
-                         0),
-              0u);
-    EXPECT_EQ(Refusal({"--at", "1"}).rfind("--at is not an option of velorin retime", 0), 0u);
+    ExpectStart(Refusal({}, kVerbCompare),
+                "--at TIME is missing: velorin compare INPUT --at TIME -o SHEET");
+    ExpectStart(Refusal({"--at", "1e1"}, kVerbCompare), "--at 1e1: give a time");
+    ExpectStart(Refusal({"--at", "1", "--speed", "2"}, kVerbCompare),
+                "--speed is not an option of velorin compare");
     for (const char* crop : {"", "1", "1,2", "1,2,3", "1,2,3x", "1,2,0x4", "-1,2,3x4", "1,2,3x4x5",
                              "1 ,2,3x4", "99999999999,0,1x1"}) {
-        EXPECT_NE(refusal({"--at", "1", "--crop", crop}).find("X,Y,WxH"), std::string::npos);
+        const std::string refusal = Refusal({"--at", "1", "--crop", crop}, kVerbCompare);
+        EXPECT_NE(refusal.find("X,Y,WxH"), std::string::npos) << crop;
     }
     EXPECT_EQ(HelpOf(kVerbCompare).find("--speed S"), std::string::npos);
     EXPECT_NE(HelpOf(kVerbRetime).find("blend, nearest, energy (first: default)"),
