@@ -22,18 +22,13 @@ TEST(Shuffled, LastSlotTakesTheRemainder) {
     const Ranges expected = {{0, {0, 32}}, {1, {33, 65}}, {2, {66, 99}}};
     for (int threads : {3, 4, 64}) {
         UseShuffledFork(threads, 5);
-        Ranges ranges;
+        Ranges ranges, none;
         ParallelFor(3, 100, NoteRange, &ranges);
         EXPECT_EQ(ranges, expected);
+        ParallelFor(ChooseWorkers(0), 0, NoteRange, &none);
+        EXPECT_TRUE(none.empty());
+        EXPECT_EQ(LastOrder().size(), static_cast<std::size_t>(threads));
     }
-}
-
-TEST(Shuffled, NoItemsForkAndNobodyWorks) {
-    UseShuffledFork(8, 6);
-    Ranges ranges;
-    ParallelFor(ChooseWorkers(0), 0, NoteRange, &ranges);
-    EXPECT_TRUE(ranges.empty());
-    EXPECT_EQ(LastOrder().size(), 8u);
 }
 
 TEST(Shuffled, FirstExceptionThrownWins) {
