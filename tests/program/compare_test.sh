@@ -8,15 +8,10 @@ mkdir "$out"
 make_clip "$in" 40 30 3 101
 
 expect 2 '--at' compare "$in" -o "$out/sheet.png"
-for time in -0.5 2.1 half; do
-    expect 2 "--at $time" compare "$in" --at "$time" -o "$out/sheet.png"
-done
 expect 2 '2, the last frame' compare "$in" --at 3 -o "$out/sheet.png"
 expect 2 '40x30' compare "$in" --at 0.5 -o "$out/sheet.png" --crop 30,0,11x10
 expect 2 '--interp' compare "$in" --at 0.5 -o "$out/sheet.png" --interp blend
-for name in sheet.exr sheet.mov 'sheet.%04d.png'; do
-    expect 2 "$name" compare "$in" --at 0.5 -o "$out/$name"
-done
+expect 2 'sheet.mov' compare "$in" --at 0.5 -o "$out/sheet.mov"
 expect 3 'nowhere' compare "$scratch/nowhere" --at 0.5 -o "$out/sheet.png"
 expect 1 'missing' compare "$in" --at 0.5 -o "$out/missing/sheet.png"
 expect 1 'input' compare "$in" --at 0.5 -o "$in/shot.0102.ppm" --overwrite

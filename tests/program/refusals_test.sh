@@ -12,19 +12,14 @@ expect 2 'verb'
 expect 2 'play' play
 expect 2 'INPUT' retime
 expect 2 '-o' retime "$in"
-for speed in -1 nan 10.1; do
-    expect 2 "--speed" retime "$in" -o "$frames" --speed "$speed"
-done
+expect 2 '--speed' retime "$in" -o "$frames" --speed 10.1
 expect 2 '--length' retime "$in" -o "$frames" --speed 0
-for list in '' 9-7; do
-    expect 2 '--frames' retime "$in" -o "$frames" --frames "$list"
-done
+expect 2 '--frames' retime "$in" -o "$frames" --frames ''
 expect 2 'standard output' retime "$in" -o -
 expect 2 '=' retime "$in" -o="$out/slow.mkv"
 expect 2 'slow.%04d.png' retime "$in" -o "$out/slow.png"
 expect 2 'slow.xyz' retime "$in" -o "$out/slow.xyz"
 expect 2 '--depth' retime "$in" -o "$frames" --depth float
-expect 2 '--interp cubic' retime "$in" -o "$frames" --interp cubic
 for option in --speed-curve --frame-curve --matte --view --compensate --input-fields \
     --output-fields --motion-from --scenes --setup --log; do
     expect 2 "$option" retime "$in" -o "$frames" "$option" x
