@@ -24,12 +24,15 @@ class GapImage {
     ZPImage* operator->() { return &image; }
 
     bool GapsUntouched() const {
-        std::vector<std::uint8_t> gaps = block;
-        for (int y = 0; y < image.height; ++y) {
-            const auto start = image.Row<std::uint8_t>(y) - block.data();
-            std::fill_n(gaps.begin() + start, image.RowPixelBytes(), kFill);
+        const std::uint8_t* const end = block.data() + block.size();
+        const std::uint8_t* gap = block.data();
+        for (int i = 0; i < image.height; ++i) {
+            // In memory order.
+            const auto* row = image.Row<std::uint8_t>(image.bottomUp ? image.lastRow - i : i);
+            if (std::count(gap, row, kFill) != row - gap) return false;
+            gap = row + image.RowPixelBytes();
         }
-        return std::count(gaps.begin(), gaps.end(), kFill) == std::ssize(gaps);
+        return std::count(gap, end, kFill) == end - gap;
     }
 
   private:
