@@ -181,8 +181,8 @@ void ContactSheet::Write(const std::string& name, bool overwrite) const {
         canvas.Place(x, y + 2 * LineHeight(size),
                      WrapColours(cell.pixels, cell.width, cell.height));
     }
-    const OIIO::ImageBuf& sheet = canvas.Image();
-    WriteStill(name, overwrite, sheet.spec(), sheet.spec().format, sheet.localpixels(), name);
+    WriteStill(name, overwrite, ColourLayout(layout.width, layout.height), OIIO::TypeDesc::UINT8,
+               canvas.Image().localpixels(), name);
 }
 
 }  // namespace velorin

@@ -56,7 +56,7 @@ class SequenceReader : public ClipReader {
 
 SequenceReader::SequenceReader(const std::string& name, const FoundSequence& found)
     : sequence(found) {
-    const auto input = Open(0, firstShape);
+    Open(0, firstShape);
     info.name = name;
     info.window = Union(firstShape.data, firstShape.display);
     info.display = firstShape.display;
@@ -68,8 +68,8 @@ SequenceReader::SequenceReader(const std::string& name, const FoundSequence& fou
     info.straightAlpha = firstShape.straightAlpha;
     info.frames = found.count;
     info.firstNumber = found.first;
-    info.rate = RateOfStill(input->spec());
-    info.pixelAspect = AspectOfStill(input->spec());
+    info.rate = firstShape.rate;
+    info.pixelAspect = firstShape.pixelAspect;
 }
 
 void SequenceReader::Throw(std::int64_t frame, const std::string& problem) const {
@@ -86,17 +86,17 @@ std::unique_ptr<OIIO::ImageInput> SequenceReader::Open(std::int64_t frame,
                                                        StillShape& shape) const {
     OIIO::ImageSpec asStored;
     asStored.attribute("oiio:UnassociatedAlpha", 1);
-    auto input = OIIO::ImageInput::open(FileOf(frame), &asStored);
-    if (!input) {
-        ThrowUnreadable(frame, OIIO::geterror());
-    }
+    OIIO::ImageSpec layout;
+    auto input = OIIO::ImageInput::create(FileOf(frame));
+    if (!input) ThrowUnreadable(frame, OIIO::geterror());
+    if (!input->open(FileOf(frame), layout, asStored)) ThrowUnreadable(frame, input->geterror());
     const std::string format = input->format_name();
     const char* mark = EndMark(format);
     if (mark != nullptr && !HasEnd(FileOf(frame), mark)) {
         Throw(frame, "is cut short; render or copy it again");
     }
     std::string problem;
-    const auto described = DescribeStill(input->spec(), format == "openexr", problem);
+    const auto described = DescribeStill(layout, format == "openexr", problem);
     if (!described) Throw(frame, problem);
     shape = *described;
     return input;

@@ -74,6 +74,26 @@ bool IsPositive(float value) {
     return std::isfinite(value) && value > 0.0f;
 }
 
+Rational RateOf(const OIIO::ImageSpec& layout) {
+    if (const auto* exact = layout.find_attribute("FramesPerSecond", OIIO::TypeRational)) {
+        const int* ratio = static_cast<const int*>(exact->data());
+        if (ratio[0] > 0 && ratio[1] > 0) return {ratio[0], ratio[1]};
+    }
+    const float rate = layout.get_float_attribute("dpx:FrameRate", 0.0f);
+    if (!IsPositive(rate) || rate > 10000.0f) return {};
+    // A float cannot hold 24000/1001: what is not whole is taken for a rate of that kind if near.
+    const auto whole = static_cast<std::int64_t>(std::lround(rate));
+    if (std::abs(rate - static_cast<float>(whole)) < 0.0005f) return {whole, 1};
+    if (std::abs(rate - static_cast<float>(whole) / 1.001f) < 0.005f) return {whole * 1000, 1001};
+    return Reduced(std::llround(rate * 1000.0f), 1000);
+}
+
+Rational AspectOf(const OIIO::ImageSpec& layout) {
+    const float aspect = layout.get_float_attribute("PixelAspectRatio", 1.0f);
+    if (!IsPositive(aspect) || aspect < 0.01f || aspect > 100.0f) return {1, 1};
+    return Reduced(std::llround(aspect * 10000.0f), 10000);
+}
+
 }  // namespace
 
 std::string StillShape::Text() const {
@@ -108,6 +128,8 @@ std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& layout, bool plac
         const int full = shape.depth == SampleDepth::kByte ? 8 : 16;
         if (shape.depth <= SampleDepth::kWord && bits > 0 && bits < full) shape.storedBits = bits;
         shape.straightAlpha = layout.get_int_attribute("oiio:UnassociatedAlpha") != 0;
+        shape.rate = RateOf(layout);
+        shape.pixelAspect = AspectOf(layout);
         return shape;
     }
     return {};
@@ -131,26 +153,6 @@ OIIO::TypeDesc TransferType(SampleDepth depth) {
 
 OIIO::TypeDesc StoredType(SampleDepth depth) {
     return depth == SampleDepth::kHalf ? OIIO::TypeDesc::HALF : TransferType(depth);
-}
-
-Rational RateOfStill(const OIIO::ImageSpec& layout) {
-    if (const auto* exact = layout.find_attribute("FramesPerSecond", OIIO::TypeRational)) {
-        const int* ratio = static_cast<const int*>(exact->data());
-        if (ratio[0] > 0 && ratio[1] > 0) return {ratio[0], ratio[1]};
-    }
-    const float rate = layout.get_float_attribute("dpx:FrameRate", 0.0f);
-    if (!IsPositive(rate) || rate > 10000.0f) return {};
-    // A float cannot hold 24000/1001: what is not whole is taken for a rate of that kind if near.
-    const auto whole = static_cast<std::int64_t>(std::lround(rate));
-    if (std::abs(rate - static_cast<float>(whole)) < 0.0005f) return {whole, 1};
-    if (std::abs(rate - static_cast<float>(whole) / 1.001f) < 0.005f) return {whole * 1000, 1001};
-    return Reduced(std::llround(rate * 1000.0f), 1000);
-}
-
-Rational AspectOfStill(const OIIO::ImageSpec& layout) {
-    const float aspect = layout.get_float_attribute("PixelAspectRatio", 1.0f);
-    if (!IsPositive(aspect) || aspect < 0.01f || aspect > 100.0f) return {1, 1};
-    return Reduced(std::llround(aspect * 10000.0f), 10000);
 }
 
 }  // namespace velorin

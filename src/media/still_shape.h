@@ -10,7 +10,7 @@
 
 namespace velorin {
 
-// What one still holds, as far as a sequence must be alike in it.
+// What one still holds. But for the last three members a sequence must be alike in it.
 struct StillShape {
     Window data;     // where the stored pixels lie
     Window display;  // the part of the plane that is shown
@@ -18,6 +18,8 @@ struct StillShape {
     SampleDepth depth = SampleDepth::kByte;
     int storedBits = 0;
     bool straightAlpha = true;
+    Rational rate;         // frames a second; 0/1 if the header does not tell
+    Rational pixelAspect;  // 1/1 if it does not
     // The file's channels that are gray (and alpha), or red, green, blue (and alpha).
     std::array<int, 4> source{};
 
@@ -38,10 +40,5 @@ bool Contains(const Window& outer, const Window& inner);
 OIIO::TypeDesc TransferType(SampleDepth depth);
 // The type in which a file stores them.
 OIIO::TypeDesc StoredType(SampleDepth depth);
-
-// Frames a second from the header of a still; 0/1 if it does not tell.
-Rational RateOfStill(const OIIO::ImageSpec& layout);
-// 1/1 if the header does not tell.
-Rational AspectOfStill(const OIIO::ImageSpec& layout);
 
 }  // namespace velorin
