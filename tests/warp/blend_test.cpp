@@ -106,12 +106,23 @@ TEST(BlendRows, RefusesImagesThatDoNotFit) {
     EXPECT_SAME_IMAGE(target, *before);
 }
 
-TEST(Blend, EqualsPlainRuleWithFourChannelsAndBlendRowsWithFewer) {
-    ForEachPictureForm([](int type, int channels) {
+// Two pictures of noise, the second in a row order of its own.
+struct NoisePair {
+    NoisePair(int type, int channels, int secondOrder = 0)
+        : first(19, 67, channels, type, 0), second(19, 67, channels, type, secondOrder) {
         Noise noise(26);
-        ZPImage first(19, 67, channels, type, 0), second(19, 67, channels, type, 0);
         noise.Fill(first);
         noise.Fill(second);
+    }
+    ZPImage first;
+    ZPImage second;
+};
+
+TEST(Blend, EqualsPlainRuleWithFourChannelsAndBlendRowsWithFewer) {
+    ForEachPictureForm([](int type, int channels) {
+        NoisePair pair(type, channels);
+        ZPImage& first = pair.first;
+        ZPImage& second = pair.second;
         if (type == ZPPixFloat && channels == 4) second.whitePoint = 0.75f;
         for (float share : {0.0f, 0.3f, -0.6f, 1.9f, 1.0f}) {
             Snapshot expected(share == 0.0f ? second : first);
@@ -145,10 +156,7 @@ TEST(Blend, EqualsPlainRuleWithFourChannelsAndBlendRowsWithFewer) {
 
 TEST(BlendTwo, EqualsPlainRuleInEveryForm) {
     ForEachPictureForm([](int type, int channels) {
-        Noise noise(24);
-        ZPImage first(19, 67, channels, type, 0), second(19, 67, channels, type, 1);
-        noise.Fill(first);
-        noise.Fill(second);
+        const NoisePair pair(type, channels, 1);
         for (float share : {0.3f, 0.5f, 0.0051f, -0.25f, 1.2f}) {
             const bool weighs = channels == 4 && (share < 0.0f || share > 1.0f);
             ZPImage black(19, 67, channels, type, 0), expected(19, 67, channels, type, 0);
@@ -156,13 +164,13 @@ TEST(BlendTwo, EqualsPlainRuleInEveryForm) {
             ClearImage(&expected);
             if (weighs) {
                 ZPImage sameOrder(19, 67, 4, type, 0);
-                CopyExact(&sameOrder, &second);
-                CopyExact(&expected, &first);
+                CopyExact(&sameOrder, &pair.second);
+                CopyExact(&expected, &pair.first);
                 EXPECT_EQ(ZPBlendRows(expected, sameOrder, 1, 1.0f - share), 1);
             } else if (channels != 2) {
                 PutEach(expected, [&](int x, int y, int c) {
-                    const float f = ValueAt(first, x, y, c);
-                    const float mixed = f + (ValueAt(second, x, y, c) - f) * share;
+                    const float f = ValueAt(pair.first, x, y, c);
+                    const float mixed = f + (ValueAt(pair.second, x, y, c) - f) * share;
                     if (type == ZPPixFloat) return mixed;
                     // No clamp: what does not fit keeps its low bits.
                     const int cut = static_cast<int>(mixed + 0.5f);
@@ -172,7 +180,7 @@ TEST(BlendTwo, EqualsPlainRuleInEveryForm) {
             ExpectInPlace(black, expected, [&](ZPImage& dest) {
                 // Pictures that are weighed have to agree in row order.
                 if (weighs && !dest.bottomUp) return CopyExact(&dest, &expected);
-                ZPBlendTwo(dest, first, second, share);
+                ZPBlendTwo(dest, pair.first, pair.second, share);
             });
         }
     });
@@ -180,19 +188,16 @@ TEST(BlendTwo, EqualsPlainRuleInEveryForm) {
 
 TEST(BlendTwo, CopiesWithinFiveThousandthsOfAnEnd) {
     ForEachPictureForm([](int type, int channels) {
-        Noise noise(25);
-        ZPImage first(9, 5, channels, type, 0), second(9, 5, channels, type, 0);
-        ZPImage dest(9, 5, channels, type, 1);
-        noise.Fill(first);
-        noise.Fill(second);
+        const NoisePair pair(type, channels);
+        ZPImage dest(19, 67, channels, type, 1);
         // On purpose compared in double: 0.005f lies below 0.005.
         for (float share : {0.0f, 1.0f, 0.0049f, 0.9951f, -0.0049f, 1.0049f, 0.005f}) {
-            ZPBlendTwo(dest, first, second, share);
-            EXPECT_SAME_IMAGE(dest, share < 0.5f ? first : second);
+            ZPBlendTwo(dest, pair.first, pair.second, share);
+            EXPECT_SAME_IMAGE(dest, share < 0.5f ? pair.first : pair.second);
         }
-        ZPImage narrow(8, 5, channels, type, 0);
-        ZPBlendTwo(dest, first, narrow, 0.5f);
-        EXPECT_SAME_IMAGE(dest, first);
+        ZPImage narrow(18, 67, channels, type, 0);
+        ZPBlendTwo(dest, pair.first, narrow, 0.5f);
+        EXPECT_SAME_IMAGE(dest, pair.first);
     });
 }
 
