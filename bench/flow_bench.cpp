@@ -135,6 +135,14 @@ Operation PrepareFill() {
             [image, &frame] { CopyExact(image.get(), &frame); }};
 }
 
+Operation PrepareChoke() {
+    const auto source = std::make_shared<ZPImage>(kFrameWidth, kFrameHeight, 1, ZPPixFloat, 0);
+    CopyConverted(*source, *DrawHoles());
+    const auto image = CreateCopy(*source);
+    return {CountPixels(*image), [image] { ZPMatte::Choke(*image, 1.5f); },
+            [image, source] { CopyExact(image.get(), source.get()); }};
+}
+
 bool Register() {
     Time("flow: luminance of a full HD frame, 8-bit x 4", PrepareLuminance);
     Time("flow: load of a full HD frame into a pyramid", PrepareLoad);
@@ -146,6 +154,7 @@ bool Register() {
     Time("flow: whole flow between full HD frames at half size", PrepareWhole);
     Time("flow: hole fill of a full HD frame, 8-bit x 4, 5 percent holes", PrepareFill<true>);
     Time("flow: hole fill of a full HD frame, 8-bit x 4, no hole", PrepareFill<false>);
+    Time("flow: ZPMatte::Choke of a full HD matte by 1.5 pixels, float x 1", PrepareChoke);
     return true;
 }
 
