@@ -72,6 +72,37 @@ void CheckInFrame(KQVelorin4& host, KQImage* image) noexcept {
     }
 }
 
+namespace {
+
+// No more than a failing code: the other images must go back as well.
+void CheckInMatte(KQVelorin4& host, KQImage* matte) noexcept {
+    if (!matte) return;
+    try {
+        host.CleanUpCheckedOutMatteImage(matte);
+    } catch (...) {
+    }
+}
+
+}  // namespace
+
+int CheckOutMatte(KQVelorin4& host, KQImage** out, int frame, int layer) noexcept {
+    *out = nullptr;
+    int code = ZPErrNoMemory;
+    try {
+        code = host.GetMatteLayerSequenceImage(out, frame, layer);
+        if (code != ZPErrNone) return code;
+        const ZPImage* matte = ResolveImage(*out);
+        if (matte && matte->channels == 1) return ZPErrNone;
+        code = ZPErrBadArgument;
+    } catch (ZPErr failure) {
+        code = failure == ZPErrBadArgument ? ZPErrBadArgument : ZPErrNoMemory;
+    } catch (...) {
+        code = ZPErrNoMemory;
+    }
+    CheckInMatte(host, std::exchange(*out, nullptr));
+    return code;
+}
+
 void HeldFrames::Hold(KQImage** handle, int frame, int useTrackingClip) {
     if (*handle) return;
     const int code = CheckOutFrame(host, handle, frame, useTrackingClip);
@@ -102,10 +133,34 @@ void HeldFrames::GiveBackTracked() {
     Return(&trackedCeil);
 }
 
+void HeldFrames::HoldMatte(KQImage** handle, int frame, int layer) {
+    const int code = CheckOutMatte(host, handle, frame, layer);
+    if (code != ZPErrNone) throw static_cast<ZPErr>(code);
+}
+
+void HeldFrames::HoldMattes(int floorFrame, int ceilFrame, int layers) {
+    for (int layer = 0; layer < layers; ++layer) {
+        HoldMatte(&floorMattes[layer], floorFrame, layer);
+        HoldMatte(&ceilMattes[layer], ceilFrame, layer);
+    }
+}
+
+LayerMattes HeldFrames::ImagesOf(const MatteHandles& handles) {
+    LayerMattes images{};
+    for (int layer = 0; layer < kMaxMatteLayers; ++layer) {
+        if (handles[layer]) images[layer] = handles[layer]->internal;
+    }
+    return images;
+}
+
 void HeldFrames::GiveBack() {
     Return(&warpedFloor);
     Return(&warpedCeil);
     GiveBackTracked();
+    for (int layer = 0; layer < kMaxMatteLayers; ++layer) {
+        CheckInMatte(host, std::exchange(floorMattes[layer], nullptr));
+        CheckInMatte(host, std::exchange(ceilMattes[layer], nullptr));
+    }
 }
 
 }  // namespace velorin

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "engine/kq_velorin.h"
+#include <array>
+
+#include "engine/kq_velorin_internal.h"
 
 namespace velorin {
 
@@ -12,6 +14,14 @@ int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingCli
 
 // Undoes the reordering and gives the frame back, whatever the host makes of it. Null does nothing.
 void CheckInFrame(KQVelorin4& host, KQImage* image) noexcept;
+
+// Asks the host for the matte of a layer at a source frame. Whatever fails, nothing stays checked
+// out and `*out` is null: the host's code, 5 for an image that has no pixels or other than one
+// channel, 1 for all else.
+int CheckOutMatte(KQVelorin4& host, KQImage** out, int frame, int layer) noexcept;
+
+// The mattes of one frame, front first; null beyond the matte layers.
+using LayerMattes = std::array<const ZPImage*, kMaxMatteLayers>;
 
 // Four channels: from the order of the image's indices to red, green, blue, alpha, and back.
 void OrderChannelsForEngine(KQImage& image);
@@ -31,6 +41,8 @@ class HeldFrames {
     void HoldWarped(int floorFrame, int ceilFrame);
     // The tracked frames become the warped ones, without a second fetch.
     void WarpTracked();
+    // Those of layers 0 to layers - 1.
+    void HoldMattes(int floorFrame, int ceilFrame, int layers);
     void GiveBackTracked();
     void GiveBack();
 
@@ -38,16 +50,23 @@ class HeldFrames {
     const ZPImage& TrackedCeil() const { return *trackedCeil->internal; }
     const ZPImage& WarpedFloor() const { return *warpedFloor->internal; }
     const ZPImage& WarpedCeil() const { return *warpedCeil->internal; }
+    LayerMattes FloorMattes() const { return ImagesOf(floorMattes); }
+    LayerMattes CeilMattes() const { return ImagesOf(ceilMattes); }
 
   private:
     void Hold(KQImage** handle, int frame, int useTrackingClip);
     void Return(KQImage** handle);
+    using MatteHandles = std::array<KQImage*, kMaxMatteLayers>;
+    void HoldMatte(KQImage** handle, int frame, int layer);
+    static LayerMattes ImagesOf(const MatteHandles& handles);
 
     KQVelorin4& host;
     KQImage* warpedFloor = nullptr;
     KQImage* warpedCeil = nullptr;
     KQImage* trackedFloor = nullptr;
     KQImage* trackedCeil = nullptr;
+    MatteHandles floorMattes{};
+    MatteHandles ceilMattes{};
 };
 
 }  // namespace velorin
