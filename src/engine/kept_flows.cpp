@@ -30,6 +30,9 @@ KQVelorin4Internal::~KQVelorin4Internal() {
 void KQVelorin4Internal::ReleaseFlows() {
     forwardFlow = nullptr;  // borrowed from the estimator
     backFlow.reset();
+    for (auto* flows : {&layerFlowA, &layerFlowB}) {
+        for (std::unique_ptr<ZPImage>& flow : *flows) flow.reset();
+    }
     opticalFlow.reset();
 }
 

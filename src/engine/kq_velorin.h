@@ -95,7 +95,7 @@ class KQVelorin4 : public KQMem {
     // 0, or a ZPErr after clean-up; 1, with no slot called, while `internal` is null. No exception
     // passes. Flows between the same two source frames are estimated once while they are kept.
     //
-    // Not built yet and refused with ZPErrBadArgument: fields, matte layers, compensation, guide
+    // Not built yet and refused with ZPErrBadArgument: fields, compensation, guide
     // geometry, layers without the estimator, and supplied vectors.
     int RenderFrame(KQImage* resultImage, KQImage* secondFieldImage, std::int32_t newInputFields,
                     std::int32_t newOutputFields, std::int32_t newVectorQuality, float outputTime,

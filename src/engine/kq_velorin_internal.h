@@ -64,6 +64,8 @@ struct FlowSettings {
     bool operator==(const FlowSettings&) const = default;
 };
 
+struct LayerSide;
+struct LayerWork;
 struct RenderPass;
 
 // The render itself, and what lives from one request to the next: the flows of the last frame pair
@@ -79,6 +81,11 @@ class KQVelorin4Internal : public KQMem {
     // KQVelorin4::RenderFrame on behalf of `host`.
     int RenderFrame(KQVelorin4& host, const FrameRequest& request);
 
+    // The flow of a layer that was rendered, until the next request or the release: the flow of
+    // Nearest, or that from the earlier frame of the pair to the later one; null where there is
+    // none. Without matte layers the one layer is 0.
+    ZPImage* LayerFlowA(int layer) const;
+
     // Frees the kept flows and the estimator. Allowed at any time between requests.
     void ReleaseFlows();
 
@@ -92,8 +99,14 @@ class KQVelorin4Internal : public KQMem {
     std::int32_t flowWidth = 0;
     std::int32_t flowHeight = 0;
     std::unique_ptr<ZPOpticalFlowUChar> opticalFlow;
-    std::unique_ptr<ZPImage> backFlow;  // later frame of the pair to the earlier one
-    ZPImage* forwardFlow = nullptr;     // earlier to later; borrowed from the estimator
+    // Later frame of the pair to the earlier one, in a single-layer render; or what all layers
+    // share in a render that keeps nothing.
+    std::unique_ptr<ZPImage> backFlow;
+    ZPImage* forwardFlow = nullptr;  // earlier to later; borrowed from the estimator
+    // Kept flows of layers, see LayerFlowA and the way back; the first of layerFlowA stays null,
+    // since the estimator holds it.
+    std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowA;
+    std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowB;
     std::int32_t lastFloorFrame = -1;
     std::int32_t nearestFromFrame = -1;  // the frame that Nearest showed last
     std::int32_t nearestToFrame = -1;    // the other one of its pair
@@ -104,6 +117,7 @@ class KQVelorin4Internal : public KQMem {
     // render_frame.cpp
     void RenderPasses(RenderPass& pass);
     void RenderOnePass(RenderPass& pass);
+    bool DrawsAllLayers(const RenderPass& pass) const;
     // frame_pair.cpp
     void ChooseMethod(RenderPass& pass);
     void AskOverrides(RenderPass& pass);
@@ -117,11 +131,25 @@ class KQVelorin4Internal : public KQMem {
     void RenderDirect(RenderPass& pass);
     // single_layer.cpp
     void RenderSingleLayer(RenderPass& pass);
-    void PrepareEstimator(RenderPass& pass);
+    void PrepareEstimator(RenderPass& pass, int layer, bool masked);
+    bool FlowStartsAtFloor(const RenderPass& pass) const;
     void ComputeNearestFlow(RenderPass& pass);
     void ComputeBothFlows(RenderPass& pass);
     void WarpNearest(RenderPass& pass);
     void WarpBoth(RenderPass& pass);
+    // layered.cpp
+    void RenderLayers(RenderPass& pass);
+    void RenderLayer(RenderPass& pass, LayerWork& work, int layer);
+    // layer_flows.cpp
+    void PrepareLayerFlows(std::int64_t keepFlows);
+    ZPImage* LayerFlowB(int layer) const;
+    void ComputeLayerFlows(RenderPass& pass, LayerWork& work, int layer);
+    void ComputeLayerFlow(ZPImage* dest, RenderPass& pass, LayerWork& work, int layer,
+                          const LayerSide& first, const LayerSide& second);
+    // layer_picture.cpp
+    ZPImage& BuildNearestLayer(RenderPass& pass, LayerWork& work, int layer, bool moves);
+    void FillFromEachOther(RenderPass& pass, LayerWork& work, int layer, bool moves);
+    ZPImage& BuildMixedLayer(RenderPass& pass, LayerWork& work, int layer, bool moves);
 };
 
 }  // namespace velorin

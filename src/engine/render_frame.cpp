@@ -10,8 +10,8 @@ namespace {
 // What this engine does not render yet is refused, never rendered as something else.
 void RefuseUnbuilt(const FrameRequest& request, int hostVectors) {
     const bool unbuilt = request.inputFields != 0 || request.outputFields != 0 ||
-                         request.matteLayers != 0 || request.compensate > 0.005f ||
-                         request.interpMethod < 0 || request.interpMethod > 2 || hostVectors == 1;
+                         request.compensate > 0.005f || request.interpMethod < 0 ||
+                         request.interpMethod > 2 || hostVectors == 1;
     if (unbuilt) throw ZPErrBadArgument;
 }
 
@@ -82,10 +82,18 @@ void KQVelorin4Internal::RenderPasses(RenderPass& pass) {
     OrderChannelsForHost(*request.resultImage);
 }
 
+// All layers of a still frame are the frame itself; fewer still have to be cut out.
+bool KQVelorin4Internal::DrawsAllLayers(const RenderPass& pass) const {
+    return pass.host.GetDrawStartLayer() == layerCount - 1 && pass.host.GetDrawEndLayer() == 0;
+}
+
 void KQVelorin4Internal::RenderOnePass(RenderPass& pass) {
     SelectFramePair(pass);
     DropChangedFlows(pass);
-    if (pass.vectorQuality == 0 || pass.onFrame) {
+    const bool direct = pass.vectorQuality == 0 || pass.onFrame;
+    if (layerCount > 1 && !(direct && DrawsAllLayers(pass))) {
+        RenderLayers(pass);
+    } else if (direct) {
         RenderDirect(pass);
     } else {
         RenderSingleLayer(pass);

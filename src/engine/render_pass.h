@@ -22,6 +22,17 @@ struct RenderPass {
                                          sample.pixelType, 0);
     }
 
+    // Divides this pass's part of the bar among so many stages; each next one moves its own.
+    void StartStages(int count) {
+        stage = 0;
+        stages = count;
+    }
+    void NextStage() {
+        const float total = static_cast<float>(stages * passCount);
+        const float done = static_cast<float>(stages * pass + stage++);
+        progress.SetRange(done / total, (done + 1.0f) / total);
+    }
+
     // One byte a pixel, of the result's size; null where none is needed.
     std::unique_ptr<ZPImage> CreateCoverage(bool needed) const {
         if (!needed) return nullptr;
@@ -34,6 +45,8 @@ struct RenderPass {
             if (frame->channels != Sample().channels) throw ZPErrBadArgument;
         }
     }
+
+    bool TracksOtherClip() const { return request.sameClipForTracking == 0; }
 
     KQVelorin4& host;
     const FrameRequest& request;
@@ -62,6 +75,8 @@ struct RenderPass {
     float floorWeight = 0.0f;  // share of the floor frame
     bool onFrame = true;       // only ever cleared within a request
     bool needFlows = false;
+    int stage = 0;
+    int stages = 1;
     HeldFrames frames;
 };
 

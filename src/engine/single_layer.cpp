@@ -4,28 +4,18 @@
 
 namespace velorin {
 
-namespace {
-
-// Which part of the whole bar the next stage of this pass moves.
-void SetStage(RenderPass& pass, int stage, int stages) {
-    const float total = static_cast<float>(stages * pass.passCount);
-    const float done = static_cast<float>(stages * pass.pass + stage);
-    pass.progress.SetRange(done / total, (done + 1.0f) / total);
-}
-
-}  // namespace
-
 void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
-    PrepareEstimator(pass);
+    PrepareEstimator(pass, pass.request.matteLayers, false);
     const int useTrackingClip = pass.request.sameClipForTracking != 1;
     pass.frames.HoldTracked(pass.floorFrame, pass.ceilFrame, useTrackingClip);
+    pass.StartStages(pass.interpMethod == 0 ? 1 : 2);
     if (pass.interpMethod == 0) {
         ComputeNearestFlow(pass);
     } else {
         ComputeBothFlows(pass);
     }
     pass.needFlows = false;
-    if (pass.request.sameClipForTracking == 0) {
+    if (pass.TracksOtherClip()) {
         pass.frames.GiveBackTracked();
         pass.frames.HoldWarped(pass.floorFrame, pass.ceilFrame);
     } else {
@@ -38,29 +28,34 @@ void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
     }
 }
 
-void KQVelorin4Internal::PrepareEstimator(RenderPass& pass) {
-    const int background = pass.request.matteLayers;
-    if (!layerUsesOpticalFlow[0]) throw ZPErrBadArgument;  // guide points alone are not built yet
+void KQVelorin4Internal::PrepareEstimator(RenderPass& pass, int layer, bool masked) {
+    for (int asked : {0, layer}) {  // guide points alone are not built yet
+        if (!layerUsesOpticalFlow[asked]) throw ZPErrBadArgument;
+    }
     if (!opticalFlow) {
-        auto estimator =
-            std::make_unique<ZPOpticalFlowUChar>(0, width, height, reductionSteps, 0, 0, 2);
+        auto estimator = std::make_unique<ZPOpticalFlowUChar>(0, width, height, reductionSteps, 0,
+                                                              masked ? 1 : 0, 2);
         if (estimator->status != ZPErrNone) throw static_cast<ZPErr>(estimator->status);
         opticalFlow = std::move(estimator);
         opticalFlow->lumaIsFirstChannel = pass.request.imagesAreYCbCr;
         pass.needFlows = true;
     }
-    opticalFlow->SetSensitivity(pass.layerSensitivity[background]);
+    opticalFlow->SetSensitivity(pass.layerSensitivity[layer]);
 }
 
-// One flow: for the inverse warps from the frame that is not shown to the one that is, for the
-// forward ones from the shown frame on.
+// The one flow of Nearest leads from the frame that is not shown to the one that is for the inverse
+// warps, and from the shown frame on for the forward ones.
+bool KQVelorin4Internal::FlowStartsAtFloor(const RenderPass& pass) const {
+    return (pass.floorWeight < 0.5f && warpingMethod < kForward) ||
+           (pass.floorWeight >= 0.5f && warpingMethod >= kForward);
+}
+
 void KQVelorin4Internal::ComputeNearestFlow(RenderPass& pass) {
-    SetStage(pass, 0, 1);
+    pass.NextStage();
     if (!pass.needFlows) return;
     const ZPImage& floorFrame = pass.frames.TrackedFloor();
     const ZPImage& ceilFrame = pass.frames.TrackedCeil();
-    const bool fromFloor = (pass.floorWeight < 0.5f && warpingMethod < kForward) ||
-                           (pass.floorWeight >= 0.5f && warpingMethod >= kForward);
+    const bool fromFloor = FlowStartsAtFloor(pass);
     const ZPImage& a = fromFloor ? floorFrame : ceilFrame;
     const ZPImage& b = fromFloor ? ceilFrame : floorFrame;
     opticalFlow->ComputeFlowFromImages(nullptr, &a, &b, 1, 1, 0, &pass.progress, previous.enhance);
@@ -74,12 +69,12 @@ void KQVelorin4Internal::ComputeBothFlows(RenderPass& pass) {
     }
     const ZPImage& floorFrame = pass.frames.TrackedFloor();
     const ZPImage& ceilFrame = pass.frames.TrackedCeil();
-    SetStage(pass, 0, 2);
+    pass.NextStage();
     if (pass.needFlows) {
         opticalFlow->ComputeFlowFromImages(backFlow.get(), &ceilFrame, &floorFrame, 1, 1, 0,
                                            &pass.progress, previous.enhance);
     }
-    SetStage(pass, 1, 2);
+    pass.NextStage();
     if (pass.needFlows) {
         opticalFlow->ComputeFlowFromImages(nullptr, &floorFrame, &ceilFrame, 1, 1, 0,
                                            &pass.progress, previous.enhance);
