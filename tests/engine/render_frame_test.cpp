@@ -54,7 +54,7 @@ TEST(RenderFrame, BadRequestsAreRefused) {
     const auto withMattes = [&](int layers, const float* array) {
         return code([&](MemoryHost& host) {
             host.matteLayers = layers;
-            host.matteArray = array;
+            host.layerShrink = host.layerSensitivity = array;
         });
     };
     // The rates' bounds differ.
@@ -65,7 +65,6 @@ TEST(RenderFrame, BadRequestsAreRefused) {
     EXPECT_EQ(code([](MemoryHost& host) { host.outputFieldsAsked = 2; }), ZPErrBadArgument);
     EXPECT_EQ(code([](MemoryHost& host) { host.compensateAsked = 1.0f; }), ZPErrBadArgument);
     EXPECT_EQ(code([](MemoryHost& host) { host.method = 3; }), ZPErrBadArgument);
-    EXPECT_EQ(withMattes(1, zeros), ZPErrBadArgument);
     EXPECT_EQ(withMattes(1, nullptr), ZPErrBadArgument);
     EXPECT_EQ(withMattes(kMaxLayers, zeros), ZPErrBadArgument);
     EXPECT_EQ(withMattes(INT32_MAX, zeros), ZPErrBadArgument);
@@ -364,6 +363,49 @@ TEST(RenderFrame, GoldenChecksums) {
         ASSERT_EQ(host.Render(0.3f), 0);
         EXPECT_EQ(Checksum(*host.result), golden.checksum)
             << golden.method << golden.warping << golden.quality << golden.enhance;
+    }
+}
+
+// The same scene with a soft matte over its middle.
+TEST(RenderFrame, GoldenChecksumsOfLayers) {
+    struct Golden {
+        std::int64_t method;
+        int warping;
+        int start;
+        int end;
+        float shrink;
+        std::uint64_t checksum;
+    };
+    const float sensitivity = 0.7f;
+    for (const Golden& golden : {Golden{0, 0, 1, 0, 0.0f, 2270763418653671023u},
+                                 Golden{0, 2, 1, 0, 1.5f, 17553303094759915686u},
+                                 Golden{1, 0, 1, 0, 0.0f, 14382719066647309939u},
+                                 Golden{1, 1, 1, 0, 2.0f, 14264957049457317241u},
+                                 Golden{1, 2, 1, 1, 0.0f, 7052586062541859538u},
+                                 Golden{2, 0, 0, 0, 0.0f, 3838638004505148636u},
+                                 Golden{2, 1, 1, 0, 0.5f, 18203607588067071012u},
+                                 Golden{2, 3, 1, 0, 0.0f, 8459043663532058513u}}) {
+        MemoryHost host(GoldenClip());
+        for (int n : {0, 1}) {
+            host.mattes.push_back(std::make_unique<ZPImage>(96, 72, 1, ZPPixUChar, 0));
+            for (int y = 0; y < 72; ++y) {
+                for (int x = 0; x < 96; ++x) {
+                    const int apart = (x - 45 - 6 * n) * (x - 45 - 6 * n) + (y - 30) * (y - 30);
+                    host.mattes[n]->Row<std::uint8_t>(y)[x] =
+                        static_cast<std::uint8_t>(std::clamp(640 - apart, 0, 255));
+                }
+            }
+        }
+        host.method = golden.method;
+        host.warping = golden.warping;
+        host.matteLayers = 1;
+        host.layerShrink = &golden.shrink;
+        host.layerSensitivity = &sensitivity;
+        host.drawStart = golden.start;
+        host.drawEnd = golden.end;
+        ASSERT_EQ(host.Render(0.3f), 0);
+        EXPECT_EQ(Checksum(*host.result), golden.checksum)
+            << golden.method << golden.warping << golden.start << golden.end;
     }
 }
 

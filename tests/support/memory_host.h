@@ -15,8 +15,8 @@
 
 namespace velorin {
 
-// A host over frames in memory: four channels (three, to be refused), numbered from 0, the
-// ends repeated. Hands out private copies and counts what is checked out.
+// A host over frames and mattes in memory: four channels (or three), numbered from 0, the ends
+// repeated. Hands out private copies and counts what is checked out.
 class MemoryHost : public KQVelorin4 {
   public:
     explicit MemoryHost(std::vector<std::unique_ptr<ZPImage>> newFrames)
@@ -36,8 +36,8 @@ class MemoryHost : public KQVelorin4 {
         handle.Internal()->blueIndex = 2 - redIndex;
         return RenderFrame(&handle, nullptr, inputFieldsAsked, outputFieldsAsked, quality,
                            outputTime, outputTime + 1.0f, sourceRate, outputRate, compensateAsked,
-                           sensitivity, method, 1, sameClip, keepFlows, matteLayers, matteArray,
-                           matteArray, progress, imagesAreYCbCr);
+                           sensitivity, method, 1, sameClip, keepFlows, matteLayers, layerShrink,
+                           layerSensitivity, progress, imagesAreYCbCr);
     }
 
     int GetToBeWarpedSequenceImage(KQImage** out, int frame) override {
@@ -53,19 +53,26 @@ class MemoryHost : public KQVelorin4 {
         copies.erase(image);
         return 0;
     }
-    int GetMatteLayerSequenceImage(KQImage**, int, int) override { return ZPErrBadArgument; }
-    int CleanUpCheckedOutMatteImage(KQImage*) override { return 0; }
+    int GetMatteLayerSequenceImage(KQImage** out, int frame, int layer) override {
+        mattesAsked.emplace_back(frame, layer);
+        return HandOutCopy(out, mattes, layer * static_cast<int>(frames.size()), frame);
+    }
+    int CleanUpCheckedOutMatteImage(KQImage* image) override {
+        return CleanUpCheckedOutImage(image);
+    }
     int GetKeyframedTime(float* out, float outputTime) override {
         *out = timeMap(outputTime);
         return 0;
     }
     int WhichScene(float frame) override { return scene(static_cast<int>(frame)); }
-    int GetDrawStartLayer() override { return 0; }
-    int GetDrawEndLayer() override { return 0; }
+    int GetDrawStartLayer() override { return drawStart; }
+    int GetDrawEndLayer() override { return drawEnd; }
     int UsesWhichWarping() override { return warping; }
     int EnhanceImages() override { return enhance; }
 
     std::vector<std::unique_ptr<ZPImage>> frames;
+    // One channel; those of the frontmost layer first, as many for each layer as there are frames.
+    std::vector<std::unique_ptr<ZPImage>> mattes;
     std::unique_ptr<ZPImage> result;
 
     std::function<float(float)> timeMap = [](float t) { return t; };
@@ -83,14 +90,18 @@ class MemoryHost : public KQVelorin4 {
     std::int64_t sameClip = 1;
     std::int64_t keepFlows = 1;
     int matteLayers = 0;
-    const float* matteArray = nullptr;
+    const float* layerShrink = nullptr;
+    const float* layerSensitivity = nullptr;
+    int drawStart = 0;
+    int drawEnd = 0;
     bool imagesAreYCbCr = false;
     KQIdleAndProgressClass* progress = nullptr;
     int redIndex = 0;          // 2: frames and result hold blue first
     int failingFrame = -1000;  // its check-out answers 1
     int held = 0;
-    std::vector<int> asked;    // frames checked out of the clip to be warped
-    std::vector<int> tracked;  // and of the tracking clip
+    std::vector<int> asked;                        // frames checked out of the clip to be warped
+    std::vector<int> tracked;                      // and of the tracking clip
+    std::vector<std::pair<int, int>> mattesAsked;  // frame and layer
 
   private:
     struct Copy {
@@ -98,16 +109,23 @@ class MemoryHost : public KQVelorin4 {
         std::unique_ptr<KQImage> handle;
     };
 
-    int HandOut(KQImage** out, int frame) {
+    int HandOut(KQImage** out, int frame) { return HandOutCopy(out, frames, 0, frame); }
+
+    int HandOutCopy(KQImage** out, const std::vector<std::unique_ptr<ZPImage>>& images, int first,
+                    int frame) {
         if (frame == failingFrame) return 1;
-        const ZPImage& source = *frames[std::clamp(frame, 0, static_cast<int>(frames.size()) - 1)];
+        const int last = static_cast<int>(frames.size()) - 1;
+        const ZPImage& source = *images.at(first + std::clamp(frame, 0, last));
         Copy copy{std::make_unique<ZPImage>(source.width, source.height, source.channels,
                                             source.pixelType, source.bottomUp),
                   std::make_unique<KQImage>()};
         CopyExact(copy.pixels.get(), &source);
         copy.handle->CreateInternal();
         const int direction = source.bottomUp ? 0 : 1;
-        if (source.channels == 3) {
+        if (source.channels == 1) {
+            copy.handle->InitSingleChannel(copy.pixels->data, source.width, source.height,
+                                           source.rowBytes, direction, source.pixelType);
+        } else if (source.channels == 3) {
             copy.handle->InitThreeChannels(copy.pixels->data, source.width, source.height,
                                            source.rowBytes, direction, source.pixelType);
         } else {

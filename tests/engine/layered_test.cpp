@@ -1,0 +1,294 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "engine/method_matrix.h"
+#include "image/arithmetic.h"
+#include "support/disc_scene.h"
+#include "support/failing_allocator.h"
+#include "support/forms.h"
+#include "support/memory_host.h"
+#include "support/noise.h"
+
+namespace velorin {
+namespace {
+
+constexpr float kNoShrink[kMaxMatteLayers] = {};
+constexpr float kSensitivity[kMaxMatteLayers] = {0.7f, 0.7f, 0.7f, 0.7f, 0.7f,
+                                                 0.7f, 0.7f, 0.7f, 0.7f};
+
+std::unique_ptr<ZPImage> AlphaOf(const ZPImage& image) {
+    auto matte = std::make_unique<ZPImage>(image.width, image.height, 1, image.pixelType, 0);
+    CopyCHannelIntoCHannel(*matte, 0, image, 3);
+    return matte;
+}
+
+// The scene of the disc, with the disc's matte, and the output view.
+class DiscHost : public MemoryHost {
+  public:
+    DiscHost() : MemoryHost(DiscClip()) {
+        for (float end : {0.0f, 1.0f}) mattes.push_back(AlphaOf(*DrawDisc(end, DiscPart::kDisc)));
+        matteLayers = 1;
+        layerShrink = kNoShrink;
+        layerSensitivity = kSensitivity;
+        SetView(1, 0);
+    }
+    void SetView(int start, int end) {
+        drawStart = start;
+        drawEnd = end;
+    }
+};
+
+struct View {
+    const char* name;
+    int start;
+    int end;
+    DiscPart part;
+};
+constexpr View kViews[] = {{"output", 1, 0, DiscPart::kAll},
+                           {"background", 1, 1, DiscPart::kGround},
+                           {"foreground", 0, 0, DiscPart::kDisc}};
+
+// Calls work(host) for each pair of method and warping, which the host has.
+template <typename Work>
+void ForEachCell(Work&& work) {
+    for (int method = 0; method < 3; ++method) {
+        for (int warping = 0; warping < 4; ++warping) {
+            SCOPED_TRACE(std::string(kMethodNames[method]) + ", " + kWarpingNames[warping]);
+            DiscHost host;
+            host.method = method;
+            host.warping = warping;
+            work(host);
+        }
+    }
+}
+
+TEST(Layered, EveryCellComesNearTheTruthOfEveryView) {
+    const float time = 0.5f;
+    std::printf("mean error in levels at %.1f / around the disc's edge:\n  %-45s%-18s", time, "",
+                "one layer");
+    for (const View& view : kViews) std::printf("%-18s", view.name);
+    std::printf("\n");
+    ForEachCell([&](DiscHost& host) {
+        MemoryHost single(DiscClip());
+        single.method = host.method;
+        single.warping = host.warping;
+        ASSERT_EQ(single.Render(time), 0);
+        const DiscErrors flat = CompareDisc(*single.result, *DrawDisc(time), time);
+        std::printf("  %-21s  %-21s %6.3f / %6.3f  ", kMethodNames[host.method],
+                    kWarpingNames[host.warping], flat.all, flat.edge);
+        for (const View& view : kViews) {
+            host.SetView(view.start, view.end);
+            ASSERT_EQ(host.Render(time), 0);
+            EXPECT_EQ(host.held, 0);
+            // Ground that is hidden on all frames which the method looks at cannot be known.
+            const bool both = host.method > 0;
+            const auto known = [&](int x, int y) {
+                return view.end == 0 || OutsideDisc(x + 2, y, 0.0f) > 2.0f ||
+                       (both && OutsideDisc(x - 2, y, 1.0f) > 2.0f);
+            };
+            const auto truth = DrawDisc(time, view.part);
+            const DiscErrors found = CompareDisc(*host.result, *truth, time, known);
+            std::printf("%6.3f / %6.3f   ", found.all, found.edge);
+            // Without coverage a forward warp leaves its holes black.
+            const bool mayHaveHoles = host.warping == kForwardPlain;
+            EXPECT_LT(found.edge, flat.edge * (mayHaveHoles ? 0.8 : 0.5)) << view.name;
+            EXPECT_TRUE(found.black == 0 || mayHaveHoles || view.start == 0) << view.name;
+        }
+        std::printf("\n");
+    });
+}
+
+TEST(Layered, TheForegroundAloneIsNothingOutsideItsMatte) {
+    ForEachCell([&](DiscHost& host) {
+        host.SetView(0, 0);
+        for (float time : {0.0f, 0.5f}) {
+            host.timeMap = [=](float t) { return time + t; };
+            ASSERT_EQ(host.Render(0.0f), 0);
+            int stray = 0, covered = 0;
+            for (int y = 0; y < kDiscHeight; ++y) {
+                const std::uint8_t* pixel = host.result->Row<std::uint8_t>(y);
+                for (int x = 0; x < kDiscWidth; ++x, pixel += 4) {
+                    const bool zero = (pixel[0] | pixel[1] | pixel[2] | pixel[3]) == 0;
+                    if (OutsideDisc(x, y, time) > 6.0f && !zero) ++stray;
+                    if (OutsideDisc(x, y, time) < -6.0f && pixel[3] > 250) ++covered;
+                }
+            }
+            EXPECT_EQ(stray, 0);
+            EXPECT_GT(covered, 700);
+            // On a source frame the layer is cut out as it stands.
+            if (time == 0.0f) {
+                EXPECT_SAME_IMAGE(*AlphaOf(*host.result), *host.mattes[0]);
+            }
+        }
+    });
+}
+
+TEST(Layered, OnASourceFrameMattesAreFetchedOnlyWhereTheyCut) {
+    DiscHost host;
+    ASSERT_EQ(host.Render(1.0f), 0);
+    EXPECT_TRUE(host.mattesAsked.empty() && host.tracked.empty());
+    EXPECT_SAME_IMAGE(*host.result, *host.frames[1]);
+
+    const float shrink = 1.5f;
+    host.layerShrink = &shrink;
+    ASSERT_EQ(host.Render(0.0f), 0);
+    EXPECT_EQ(host.mattesAsked, (std::vector<std::pair<int, int>>{{0, 0}, {1, 0}}));
+    EXPECT_NE(host.internal->LayerFlowA(1), nullptr);
+    EXPECT_LT(CompareDisc(*host.result, *host.frames[0], 0.0f).all, 0.5);
+}
+
+// Changes what the host asks for between two frames of one pair.
+TEST(Layered, EveryChangedSettingOfALayerEstimatesAnew) {
+    const float other[] = {0.5f};
+    for (std::int64_t method : {0, 1, 2}) {
+        DiscHost host;
+        host.method = method;
+        const auto estimates = [&](auto change) {
+            EXPECT_EQ(host.Render(0.3f), 0);
+            change();
+            for (int layer : {0, 1}) host.internal->LayerFlowA(layer)->Row<float>(0)[0] = 12345.0f;
+            EXPECT_EQ(host.Render(0.4f), 0);
+            return host.internal->LayerFlowA(host.drawEnd)->Row<float>(0)[0] != 12345.0f;
+        };
+        EXPECT_FALSE(estimates([] {}));
+        EXPECT_TRUE(estimates([&] { host.sensitivity = 0.5f; }));
+        EXPECT_TRUE(estimates([&] { host.layerSensitivity = other; }));
+        EXPECT_TRUE(estimates([&] { host.layerShrink = other; }));
+        EXPECT_TRUE(estimates([&] { host.SetView(1, 1); }));
+        EXPECT_TRUE(estimates([&] { host.SetView(1, 0); }));
+        EXPECT_TRUE(estimates([&] { host.sameClip = 0; }));
+        EXPECT_FALSE(estimates([] {}));
+    }
+}
+
+// Flows that are kept and those that layers share one after the other give the same picture.
+TEST(Layered, APictureDoesNotDependOnWhatIsKeptNorOnThreads) {
+    ForEachCell([](DiscHost& kept) {
+        const float shrink = 1.5f;
+        kept.layerShrink = &shrink;
+        ASSERT_EQ(kept.Render(0.2f), 0);
+        ASSERT_EQ(kept.Render(0.4f), 0);
+        DiscHost fresh;
+        fresh.method = kept.method;
+        fresh.warping = kept.warping;
+        fresh.layerShrink = &shrink;
+        fresh.keepFlows = 0;
+        ASSERT_EQ(fresh.Render(0.4f), 0);
+        EXPECT_SAME_IMAGE(*fresh.result, *kept.result);
+        if (kept.warping != kInverse) return;  // coverage may depend on how rows were shared
+        ForEachThreadCount([&] {
+            ASSERT_EQ(fresh.Render(0.4f), 0);
+            EXPECT_SAME_IMAGE(*fresh.result, *kept.result);
+        });
+    });
+}
+
+// Vectors from another clip, pixels from the first: the same as from the first where both are one,
+// and where nothing moves in the other, a plain mix.
+TEST(Layered, TheTrackingClipGivesMotionAndNoPixel) {
+    DiscHost same, other;
+    other.sameClip = 0;
+    ASSERT_EQ(same.Render(0.4f), 0);
+    ASSERT_EQ(other.Render(0.4f), 0);
+    EXPECT_SAME_IMAGE(*same.result, *other.result);
+    EXPECT_EQ(other.tracked, (std::vector<int>{0, 1}));
+    EXPECT_EQ(other.asked, other.tracked);
+    EXPECT_TRUE(same.tracked.empty());
+}
+
+// Two mattes over each other: the first is in front, and each cuts what lies behind it.
+TEST(Layered, MattesAreStackedFrontFirst) {
+    MemoryHost host({});
+    const auto add = [&](auto& images, int channels, std::uint8_t value, int from, int to) {
+        images.push_back(std::make_unique<ZPImage>(32, 16, channels, ZPPixUChar, 0));
+        ClearImage(images.back().get());
+        for (int y = 0; y < 16; ++y) {
+            std::uint8_t* row = images.back()->template Row<std::uint8_t>(y);
+            std::fill(row + from * channels, row + to * channels, value);
+        }
+    };
+    add(host.frames, 4, 255, 0, 32);
+    add(host.mattes, 1, 255, 4, 16);
+    add(host.mattes, 1, 255, 10, 24);
+    host.matteLayers = 2;
+    host.layerShrink = kNoShrink;
+    host.layerSensitivity = kSensitivity;
+    host.quality = 0;
+    const auto alphaOf = [&](int start, int end, int x) {
+        host.drawStart = start;
+        host.drawEnd = end;
+        EXPECT_EQ(host.Render(0.5f), 0);
+        return static_cast<int>(host.result->Row<std::uint8_t>(8)[4 * x + 3]);
+    };
+    // Foreground: both layers, in the middle of a still frame too.
+    for (const auto& [x, alpha] : {std::pair{1, 0}, {6, 255}, {20, 255}, {28, 0}}) {
+        EXPECT_EQ(alphaOf(1, 0, x), alpha) << x;
+    }
+    EXPECT_EQ(alphaOf(0, 0, 20), 0);
+    EXPECT_EQ(alphaOf(1, 1, 6), 0);
+    EXPECT_EQ(alphaOf(2, 0, 28), 255);
+    // Front first, the earlier frame before the later one.
+    host.mattesAsked.clear();
+    alphaOf(1, 0, 0);
+    EXPECT_EQ(host.mattesAsked, (std::vector<std::pair<int, int>>{{0, 0}, {1, 0}, {0, 1}, {1, 1}}));
+}
+
+TEST(Layered, WhatDoesNotFitIsRefusedAndGivenBack) {
+    const auto code = [](auto change) {
+        DiscHost host;
+        change(host);
+        const int result = host.Render(0.5f);
+        EXPECT_EQ(host.held, 0);
+        EXPECT_TRUE(result == 0 || !host.internal->opticalFlow);
+        return result;
+    };
+    const auto matteOf = [](int width, int height, int channels) {
+        return [=](DiscHost& host) {
+            host.mattes[1] = std::make_unique<ZPImage>(width, height, channels, ZPPixUChar, 0);
+        };
+    };
+    EXPECT_EQ(code(matteOf(kDiscWidth, kDiscHeight, 4)), ZPErrBadArgument);
+    EXPECT_EQ(code(matteOf(kDiscWidth, kDiscHeight - 1, 1)), ZPErrBadArgument);
+    EXPECT_EQ(code([](DiscHost& host) { host.mattes.clear(); }), ZPErrNoMemory);  // it throws
+    EXPECT_EQ(code([](DiscHost& host) { host.SetView(2, 0); }), ZPErrBadArgument);
+    EXPECT_EQ(code([](DiscHost& host) { host.SetView(1, -1); }), ZPErrBadArgument);
+    EXPECT_EQ(code([](DiscHost& host) { host.failingFrame = 1; }), 1);
+    EXPECT_EQ(code([](DiscHost&) {}), 0);
+}
+
+TEST(Layered, FailingMemoryLeavesNothingBehind) {
+    for (std::int64_t method : {0, 1, 2}) {
+        MemoryHost host(DrawClip(2, 16, 12, ZPPixUShort));
+        for (int frame : {0, 1}) {
+            host.mattes.push_back(std::make_unique<ZPImage>(16, 12, 1, ZPPixUShort, 0));
+            FillColor(*host.mattes.back(), frame == 0 ? 1.0f : 0.5f, 0.0f, 0.0f, 0.0f);
+        }
+        host.matteLayers = 1;
+        host.layerShrink = host.layerSensitivity = kSensitivity;
+        host.drawStart = 1;
+        host.method = method;
+        int code = ZPErrNone;
+        int survived = 0;
+        const auto render = [&] {
+            try {
+                code = host.Render(0.5f);
+            } catch (ZPErr failure) {
+                code = failure;  // the test's own result image
+            }
+            EXPECT_EQ(host.held, 0);
+            host.mattesAsked.clear();
+            EXPECT_EQ(code == ZPErrNone, host.internal->LayerFlowA(1) != nullptr);
+            host.internal->ReleaseFlows();
+            host.result.reset();
+        };
+        FailEachAllocation(render, [&](bool, int live) {
+            survived += code == ZPErrNone ? 1 : 0;
+            EXPECT_EQ(live, 0);
+        });
+        EXPECT_EQ(survived, 1);
+    }
+}
+
+}  // namespace
+}  // namespace velorin
