@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "bench/timing.h"
 #include "support/memory_host.h"
 
@@ -21,16 +23,39 @@ std::shared_ptr<MemoryHost> CreateHost(int pixelType, int method, int warping) {
     return host;
 }
 
+// Splits the host's clip into a disc, of a third of the frame, that drifts with it, and the rest.
+void AddMattes(MemoryHost& host) {
+    static constexpr float kSensitivity = 0.7f;
+    static constexpr float kShrink = 1.5f;
+    for (std::size_t i = 0; i < host.frames.size(); ++i) {
+        auto matte = std::make_unique<ZPImage>(kFrameWidth, kFrameHeight, 1, ZPPixUChar, 0);
+        for (int y = 0; y < kFrameHeight; ++y) {
+            std::uint8_t* row = matte->Row<std::uint8_t>(y);
+            for (int x = 0; x < kFrameWidth; ++x) {
+                const float apart =
+                    std::hypot(static_cast<float>(x) - 900.0f - 2.5f * static_cast<float>(i),
+                               static_cast<float>(y) - 540.0f);
+                row[x] = RoundClamped<std::uint8_t>((470.5f - apart) * 255.0f);
+            }
+        }
+        host.mattes.push_back(std::move(matte));
+    }
+    host.matteLayers = 1;
+    host.layerShrink = &kShrink;
+    host.layerSensitivity = &kSensitivity;
+    host.drawStart = 1;
+}
+
 // Alternates between two output times: of one pair of source frames, so that its flows are kept,
 // or of two pairs, so that none are.
-Operation PrepareFrames(int pixelType, int method, int warping, float time, float otherTime) {
-    const auto host = CreateHost(pixelType, method, warping);
+Operation PrepareFrames(const std::shared_ptr<MemoryHost>& host, float time, float otherTime) {
     host->Render(time);
     const auto turn = std::make_shared<int>(0);
     return {static_cast<std::int64_t>(kFrameWidth) * kFrameHeight,
             [=] {
                 host->asked.clear();
                 host->tracked.clear();
+                host->mattesAsked.clear();
                 if (host->Render(++*turn % 2 ? otherTime : time) != ZPErrNone) std::abort();
             },
             {}};
@@ -38,12 +63,20 @@ Operation PrepareFrames(int pixelType, int method, int warping, float time, floa
 
 void TimeFrames(const std::string& form, int pixelType, int method, int warping) {
     Time("engine: full HD frame, further one of a pair, " + form,
-         [=] { return PrepareFrames(pixelType, method, warping, 1.0f, 1.25f); });
+         [=] { return PrepareFrames(CreateHost(pixelType, method, warping), 1.0f, 1.25f); });
 }
 
 void TimeFirstFrames(const std::string& form, int pixelType, int method) {
     Time("engine: full HD frame, first of a pair, " + form,
-         [=] { return PrepareFrames(pixelType, method, 0, 1.0f, 5.0f); });
+         [=] { return PrepareFrames(CreateHost(pixelType, method, 0), 1.0f, 5.0f); });
+}
+
+void TimeLayers(const std::string& form, int method, int warping, float otherTime) {
+    Time("engine: full HD frame, two layers, " + form, [=] {
+        const auto host = CreateHost(ZPPixUChar, method, warping);
+        AddMattes(*host);
+        return PrepareFrames(host, 1.0f, otherTime);
+    });
 }
 
 bool Register() {
@@ -59,6 +92,10 @@ bool Register() {
         }
     }
     TimeFrames("float, blend, inverse", ZPPixFloat, 1, 0);
+    TimeLayers("first of a pair, 8-bit, blend, inverse", 1, 0, 5.0f);
+    TimeLayers("further one of a pair, 8-bit, nearest, inverse", 0, 0, 1.25f);
+    TimeLayers("further one of a pair, 8-bit, blend, inverse", 1, 0, 1.25f);
+    TimeLayers("further one of a pair, 8-bit, blend, forward", 1, 2, 1.25f);
     return true;
 }
 
