@@ -111,7 +111,7 @@ void ExtendColors(ZPImage& image, ZPImage& scratchMatte, KQIdleAndProgressClass&
     progress.Tick();
     InvertImage(scratchMatte);
     progress.Tick();
-    FillUnderMatte(image, scratchMatte, &progress);
+    FillUnderMatte(image, scratchMatte, &progress, 3);
     progress.Tick();
 }
 

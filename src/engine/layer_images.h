@@ -27,9 +27,9 @@ void MultiplyByMatte(ZPImage& dest, const ZPImage& source, const ZPImage& matte)
 void LayerMatte(ZPImage& dest, const LayerMattes& mattes, int layer, int layerCount,
                 const ZPImage* fallback);
 
-// Grows the colours of `image`, 4 channels and not premultiplied, and its alpha over all pixels
-// that are not quite opaque, so that nothing black is pulled in when it is sampled near its edge.
-// `scratchMatte`, one channel of the image's type and size, is overwritten.
+// Grows the colours of `image`, 4 channels and not premultiplied, over all pixels that are not
+// quite opaque, so that nothing black is pulled in when it is sampled near its edge. Its alpha
+// stays. `scratchMatte`, one channel of the image's type and size, is overwritten.
 void ExtendColors(ZPImage& image, ZPImage& scratchMatte, KQIdleAndProgressClass& progress);
 
 }  // namespace velorin

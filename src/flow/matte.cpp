@@ -1,5 +1,6 @@
 #include "flow/matte.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -145,15 +146,17 @@ void ZPMatte::Choke(ZPImage& image, float amount) {
     CopyConverted(image, fractions);
 }
 
-void FillUnderMatte(ZPImage& image, const ZPImage& holeMatte, KQIdleAndProgressClass* progress) {
+void FillUnderMatte(ZPImage& image, const ZPImage& holeMatte, KQIdleAndProgressClass* progress,
+                    int channels) {
     if (SizeDiffers(&image, &holeMatte)) return;
     KQIdleAndProgressClass all(progress);
     if (!HasHole(holeMatte)) return all.ReportProgress(1.0f);
     ZPSingleChannelFill fill(image.width, image.height);
     fill.LoadHoles(holeMatte);
-    for (int c = 0; c < image.channels; ++c) {
-        const float channels = static_cast<float>(image.channels);
-        all.SetRange(static_cast<float>(c) / channels, static_cast<float>(c + 1) / channels);
+    const int filled = std::min(image.channels, channels);
+    for (int c = 0; c < filled; ++c) {
+        const float total = static_cast<float>(filled);
+        all.SetRange(static_cast<float>(c) / total, static_cast<float>(c + 1) / total);
         fill.LoadValues(image, c);
         fill.Fill(&all);
         fill.StoreChannel(image, c);

@@ -27,13 +27,15 @@ struct ZPMatte {
     static void Choke(ZPImage& image, float amount);
 };
 
-// Fills the holes of every channel of `image`, in place, with smooth values grown from the pixels
+// Fills the holes of the channels of `image`, in place, with smooth values grown from the pixels
 // around them; see ZPSingleChannelFill. A sample of `holeMatte`, of one channel, other than 0 marks
-// a hole. Pixels that are none stay as they are; where all are holes, the image becomes 0.
+// a hole. Pixels that are none stay as they are; where all are holes, the image becomes 0. Channels
+// from number `channels` on are left alone.
 //
 // Images of different sizes: does nothing. Throws ZPErrBadArgument for a matte of another form and,
 // where there is a hole, for a side below 2 and for an image that is no picture. Throws what
 // progress and memory throw; the channels are then partly filled.
-void FillUnderMatte(ZPImage& image, const ZPImage& holeMatte, KQIdleAndProgressClass* progress);
+void FillUnderMatte(ZPImage& image, const ZPImage& holeMatte, KQIdleAndProgressClass* progress,
+                    int channels = 4);
 
 }  // namespace velorin
