@@ -1,5 +1,6 @@
 #include "engine/frame_checkout.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -40,6 +41,13 @@ ChannelOrder OrderOf(const KQImageInternal& image) {
 
 }  // namespace
 
+bool HasChannelOrder(const KQImage& image) {
+    if (image.GetChannels() != 4) return true;
+    ChannelOrder order = OrderOf(*image.Internal());
+    std::sort(order.begin(), order.end());
+    return order == ChannelOrder{0, 1, 2, 3};
+}
+
 void OrderChannelsForEngine(KQImage& image) {
     if (image.GetChannels() == 4) Reorder(*image.internal, OrderOf(*image.Internal()));
 }
@@ -56,8 +64,11 @@ int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingCli
     *out = nullptr;
     const int code = useTrackingClip == 1 ? host.GetTrackingSequenceImage(out, frame)
                                           : host.GetToBeWarpedSequenceImage(out, frame);
-    if (code != ZPErrNone) return code;
-    if (!ResolveImage(*out)) throw ZPErrBadArgument;
+    if (code != ZPErrNone) {
+        *out = nullptr;
+        return code;
+    }
+    if (!ResolveImage(*out) || !HasChannelOrder(**out)) throw ZPErrBadArgument;
     OrderChannelsForEngine(**out);
     return ZPErrNone;
 }
@@ -65,7 +76,7 @@ int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingCli
 void CheckInFrame(KQVelorin4& host, KQImage* image) noexcept {
     if (!image) return;
     try {
-        if (image->CheckValid(false)) OrderChannelsForHost(*image);
+        if (image->CheckValid(false) && HasChannelOrder(*image)) OrderChannelsForHost(*image);
         host.CleanUpCheckedOutImage(image);
     } catch (...) {
         // No more than a failing code: the other frames must go back as well.
@@ -90,7 +101,10 @@ int CheckOutMatte(KQVelorin4& host, KQImage** out, int frame, int layer) noexcep
     int code = ZPErrNoMemory;
     try {
         code = host.GetMatteLayerSequenceImage(out, frame, layer);
-        if (code != ZPErrNone) return code;
+        if (code != ZPErrNone) {
+            *out = nullptr;
+            return code;
+        }
         const ZPImage* matte = ResolveImage(*out);
         if (matte && matte->channels == 1) return ZPErrNone;
         code = ZPErrBadArgument;

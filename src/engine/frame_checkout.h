@@ -9,7 +9,8 @@ namespace velorin {
 // Asks the host for a source frame, of the tracking clip if `useTrackingClip` is 1. Its channels
 // are brought into the order red, green, blue, alpha in place.
 //
-// Answers the host's code; throws ZPErrBadArgument for an image without pixels at code 0.
+// Answers the host's code, and null where that is a failure; throws ZPErrBadArgument for an image
+// without pixels, or whose channel indices do not name each channel once.
 int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingClip);
 
 // Undoes the reordering and gives the frame back, whatever the host makes of it. Null does nothing.
@@ -23,7 +24,11 @@ int CheckOutMatte(KQVelorin4& host, KQImage** out, int frame, int layer) noexcep
 // The mattes of one frame, front first; null beyond the matte layers.
 using LayerMattes = std::array<const ZPImage*, kMaxMatteLayers>;
 
-// Four channels: from the order of the image's indices to red, green, blue, alpha, and back.
+// Whether the indices of a four-channel image name each channel once; true for other counts.
+bool HasChannelOrder(const KQImage& image);
+
+// Four channels: from the order of the image's indices to red, green, blue, alpha, and back. They
+// name each channel once.
 void OrderChannelsForEngine(KQImage& image);
 void OrderChannelsForHost(KQImage& image);
 

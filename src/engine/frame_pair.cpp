@@ -24,7 +24,7 @@ void KQVelorin4Internal::ChooseMethod(RenderPass& pass) {
     const FrameRequest& request = pass.request;
     pass.vectorQuality = request.vectorQuality;
     pass.interpMethod = request.interpMethod;
-    pass.keepFlows = pass.hostVectors == 1 ? 0 : request.keepFlows;
+    pass.keepFlows = pass.hostVectors != 1 && request.keepFlows == 1 ? 1 : 0;
     pass.requestTime = SourceTime(pass.host, request.outputTime);
     pass.nextRequestTime = SourceTime(pass.host, request.nextOutputTime);
     const double s = static_cast<double>(pass.requestTime);

@@ -1,3 +1,4 @@
+#include "engine/method_matrix.h"
 #include "engine/render_pass.h"
 
 namespace velorin {
@@ -51,6 +52,7 @@ void KQVelorin4Internal::UpdateFormat(RenderPass& pass) {
     interpMethod = pass.interpMethod;
     vectorQuality = pass.vectorQuality;
     warpingMethod = pass.host.UsesWhichWarping();
+    if (warpingMethod < kInverse || warpingMethod > kForwardPlain) throw ZPErrBadArgument;
     KQVelorin4& host = pass.host;
     host.inputFields = request.inputFields;
     host.outputFields = request.outputFields;

@@ -29,7 +29,8 @@ class KQVelorin4 : public KQMem {
     virtual int GetTrackingSequenceImage(KQImage** out, int frame) = 0;
     virtual int CleanUpCheckedOutImage(KQImage* image) = 0;
 
-    // The one-channel matte of a layer.
+    // The one-channel matte of a layer, of the frames' size and pixel type: white where the layer
+    // is. 0 is the frontmost layer; the last, the background, has no matte.
     virtual int GetMatteLayerSequenceImage(KQImage** out, int frame, int layer) = 0;
     virtual int CleanUpCheckedOutMatteImage(KQImage* image) = 0;
 
@@ -48,7 +49,9 @@ class KQVelorin4 : public KQMem {
     // Scene number of a source frame: 0 to 2 shots, 3 nearest without vectors, 4 blend without.
     virtual int WhichScene(float frame) = 0;
 
-    // Highest and lowest layer to draw; layers count from the front.
+    // Highest and lowest layer to draw, 0 to matteLayers; layers count from the front, and 0 is the
+    // only one without mattes. Fewer than all of them leave the rest of the result black and
+    // transparent.
     virtual int GetDrawStartLayer() = 0;
     virtual int GetDrawEndLayer() = 0;
 
@@ -76,7 +79,8 @@ class KQVelorin4 : public KQMem {
     // Asked once a pass; the answer only starts the next pass and never reaches the picture.
     virtual int GetCompensate(float time, float* value);
 
-    // Renders one output frame into `resultImage`, which has the clip's size, type and channels.
+    // Renders one output frame into `resultImage`, which has the clip's size, type and channels;
+    // with matte layers it has four.
     //
     //   secondFieldImage   second field pass; read only when outputFields is not 0
     //   inputFields        0 progressive, 1 upper field first, 2 lower field first; so outputFields
@@ -89,7 +93,10 @@ class KQVelorin4 : public KQMem {
     //   fullDetail         1; 0 takes one step less detail
     //   sameClipForTracking  1: motion is measured on the warped clip itself
     //   keepFlows          1: flows may survive to the next request
-    //   matteLayers        0 to 9; the two arrays have so many entries, or are not read
+    //   matteLayers        0 to 9; the two arrays have so many entries, or are not read. Each layer
+    //                      is tracked and moved on its own and laid over those behind it
+    //   layerShrink        pixels by which the hole that a layer cuts into those behind it is wider
+    //                      than the layer, possibly fractions
     //   progress           may be null
     //
     // 0, or a ZPErr after clean-up; 1, with no slot called, while `internal` is null. No exception

@@ -48,11 +48,9 @@ void KQVelorin4Internal::ComputeLayerFlow(ZPImage* dest, RenderPass& pass, Layer
                                           const LayerSide& second) {
     LoadValidity(*opticalFlow, first, work, layer, layerCount, false);
     LoadValidity(*opticalFlow, second, work, layer, layerCount, true);
-    LayerMatte(work.scratchMatte, first.mattes, layer, layerCount, nullptr);
-    opticalFlow->LoadImage(first.cutTracked, &first.visible, &work.scratchMatte, false,
-                           previous.enhance);
-    opticalFlow->LoadImage(second.cutTracked, &second.visible, &work.scratchMatte, true,
-                           previous.enhance);
+    const bool enhance = previous.enhance;
+    opticalFlow->LoadImage(first.cutTracked, &first.visible, &first.visible, false, enhance);
+    opticalFlow->LoadImage(second.cutTracked, &second.visible, &second.visible, true, enhance);
     pass.NextStage();
     opticalFlow->ComputeFlow(dest, 1, 1, 0, &pass.progress);
 }

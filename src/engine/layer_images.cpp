@@ -14,7 +14,7 @@ namespace velorin {
 
 namespace {
 
-// Not the constants of Premultiply, which differ in the last place.
+// Not the constant of Premultiply, which differs for bytes in the last place.
 template <typename Value>
 constexpr float kFractionOfWhite = 1.0f / PictureType<Value>::kWhite;
 

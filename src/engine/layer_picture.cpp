@@ -52,20 +52,19 @@ void KQVelorin4Internal::FillFromEachOther(RenderPass& pass, LayerWork& work, in
         pass.progress.Tick();
     };
     const bool forward = warpingMethod >= kForward;
-    const int warping = forward ? kForwardPlain : kInverse;
     cut(work.layerR, work.floorSide);
     cut(work.layerQ, work.ceilSide);
-    // On purpose laid over what stands there without vectors, the tracked ceil layer, which shows
-    // through where the matte is soft.
+    // On purpose laid over what stands there without vectors, the tracked ceil layer: a matte that
+    // is all but white becomes white so.
     if (moves) {
         const ZPImage& flow = forward ? *LayerFlowA(layer) : *LayerFlowB(layer);
-        MoveNearest(work.layerS, work.layerR, flow, 1.0f, warping, nullptr, pass.progress);
+        MoveFrame(work.layerS, work.layerR, flow, 1.0f, warpingMethod, nullptr, pass.progress);
     }
     LayOver(work.layerS, work.layerQ, pass);
     cut(work.layerP, work.floorSide);
     if (moves) {
         const ZPImage& flow = forward ? *LayerFlowB(layer) : *LayerFlowA(layer);
-        MoveNearest(work.layerR, work.layerQ, flow, 1.0f, warping, nullptr, pass.progress);
+        MoveFrame(work.layerR, work.layerQ, flow, 1.0f, warpingMethod, nullptr, pass.progress);
     }
     LayOver(work.layerR, work.layerP, pass);
 }
@@ -82,6 +81,7 @@ ZPImage& KQVelorin4Internal::BuildMixedLayer(RenderPass& pass, LayerWork& work, 
     }
     RestoreAlpha(work.layerR, work.floorSide, work, layer, layerCount, pass);
     RestoreAlpha(work.layerS, work.ceilSide, work, layer, layerCount, pass);
+    // Y'CbCr layers blend like others: the rule of their own is for whole frames.
     const auto pair = [&] {
         return FramePair{work.layerR, work.layerS, *LayerFlowA(layer), *LayerFlowB(layer),
                          pass.floorWeight};

@@ -28,9 +28,12 @@ const ZPImage& WarpedCeil(const RenderPass& pass) {
     return pass.TracksOtherClip() ? pass.frames.WarpedCeil() : pass.frames.TrackedCeil();
 }
 
-void RequireSize(const ZPImage& sample, const LayerMattes& mattes) {
+void RequireMattesLike(const ZPImage& sample, const LayerMattes& mattes) {
     for (const ZPImage* matte : mattes) {
-        if (matte && SizeDiffers(matte, &sample)) throw ZPErrBadArgument;
+        if (!matte) continue;
+        if (SizeDiffers(matte, &sample) || matte->pixelType != sample.pixelType) {
+            throw ZPErrBadArgument;
+        }
     }
 }
 
@@ -61,12 +64,12 @@ void KQVelorin4Internal::RenderLayers(RenderPass& pass) {
     pass.frames.HoldTracked(pass.floorFrame, pass.ceilFrame, request.sameClipForTracking != 1);
     if (pass.TracksOtherClip()) pass.frames.HoldWarped(pass.floorFrame, pass.ceilFrame);
     pass.frames.HoldMattes(pass.floorFrame, pass.ceilFrame, request.matteLayers);
-    RequireSize(pass.Sample(), pass.frames.FloorMattes());
-    RequireSize(pass.Sample(), pass.frames.CeilMattes());
+    RequireMattesLike(pass.Sample(), pass.frames.FloorMattes());
+    RequireMattesLike(pass.Sample(), pass.frames.CeilMattes());
     LayerWork work(pass);
     const int start = pass.host.GetDrawStartLayer();
     const int end = pass.host.GetDrawEndLayer();
-    if (start >= layerCount || end < 0) throw ZPErrBadArgument;
+    if (start >= layerCount || end < 0 || start < end) throw ZPErrBadArgument;
     pass.StartStages((start - end + 1) * (pass.interpMethod == 0 ? 1 : 2));
     for (int layer = start; layer >= end; --layer) RenderLayer(pass, work, layer);
     pass.needFlows = false;
@@ -75,12 +78,13 @@ void KQVelorin4Internal::RenderLayers(RenderPass& pass) {
 void KQVelorin4Internal::RenderLayer(RenderPass& pass, LayerWork& work, int layer) {
     const bool moves = pass.vectorQuality != 0 && !pass.onFrame;
     if (moves) PrepareEstimator(pass, layer, true);
+    const bool estimates = moves && pass.needFlows;
     for (const LayerSide* side : {&work.floorSide, &work.ceilSide}) {
         LayerMatte(side->visible, side->mattes, layer, layerCount, nullptr);
         PunchOut(*side, layer, pass, work.scratchFloat);
-        MultiplyByMatte(side->cutTracked, side->tracked, side->visible);
+        if (estimates || !moves) MultiplyByMatte(side->cutTracked, side->tracked, side->visible);
     }
-    if (moves && pass.needFlows) ComputeLayerFlows(pass, work, layer);
+    if (estimates) ComputeLayerFlows(pass, work, layer);
     pass.progress.CollapseRange();  // the picture takes little time beside the flows
     const ZPImage& picture = pass.interpMethod == 0 ? BuildNearestLayer(pass, work, layer, moves)
                                                     : BuildMixedLayer(pass, work, layer, moves);

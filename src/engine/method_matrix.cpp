@@ -13,10 +13,17 @@ namespace velorin {
 
 namespace {
 
-// Moves `source` into `dest` along `flow` by `amount` of it. Without coverage the inverse warp
-// extends the borders, or they would be black.
-void Move(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amount, int warping,
-          ZPImage* coverage, KQIdleAndProgressClass& progress) {
+// Gives what is not covered the values of its surroundings.
+void FillUncovered(ZPImage& image, ZPImage& coverage, KQIdleAndProgressClass& progress) {
+    InvertBytes(coverage);
+    FillUnderMatte(image, coverage, &progress);
+    progress.Tick();
+}
+
+}  // namespace
+
+void MoveFrame(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amount, int warping,
+               ZPImage* coverage, KQIdleAndProgressClass& progress) {
     // The forward warp draws of a frame of another size what there is.
     if (SizeDiffers(&dest, &source)) ClearImage(&dest);
     const int fits = warping >= kForward
@@ -30,21 +37,12 @@ void Move(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amoun
     progress.Tick();
 }
 
-// Gives what is not covered the values of its surroundings.
-void FillUncovered(ZPImage& image, ZPImage& coverage, KQIdleAndProgressClass& progress) {
-    InvertBytes(coverage);
-    FillUnderMatte(image, coverage, &progress);
-    progress.Tick();
-}
-
-}  // namespace
-
 void MoveNearest(ZPImage& target, const ZPImage& shown, const ZPImage& flow, float amount,
                  int warping, ZPImage* coverage, KQIdleAndProgressClass& progress) {
     if (!UsesCoverage(warping)) {
-        return Move(target, shown, flow, amount, warping, nullptr, progress);
+        return MoveFrame(target, shown, flow, amount, warping, nullptr, progress);
     }
-    Move(target, shown, flow, amount, warping, coverage, progress);
+    MoveFrame(target, shown, flow, amount, warping, coverage, progress);
     FillUncovered(target, *coverage, progress);
 }
 
@@ -54,10 +52,10 @@ void MixBlend(ZPImage& target, const FramePair& pair, int warping, const WarpRoo
     const bool covers = UsesCoverage(warping);
     const float fromFloor = 1.0f - pair.floorWeight;
     const float fromCeil = pair.floorWeight;
-    Move(*room.floorPicture, pair.floorFrame, forward ? pair.forwardFlow : pair.backFlow, fromFloor,
-         warping, covers ? room.floorCoverage : nullptr, progress);
-    Move(*room.ceilPicture, pair.ceilFrame, forward ? pair.backFlow : pair.forwardFlow, fromCeil,
-         warping, covers ? room.ceilCoverage : nullptr, progress);
+    MoveFrame(*room.floorPicture, pair.floorFrame, forward ? pair.forwardFlow : pair.backFlow,
+              fromFloor, warping, covers ? room.floorCoverage : nullptr, progress);
+    MoveFrame(*room.ceilPicture, pair.ceilFrame, forward ? pair.backFlow : pair.forwardFlow,
+              fromCeil, warping, covers ? room.ceilCoverage : nullptr, progress);
     if (!covers) return ZPBlendTwo(target, *room.floorPicture, *room.ceilPicture, fromFloor);
     // On purpose not for the forward warp, whatever the pictures hold.
     const auto blend = pair.isYCbCr && !forward ? ZPBlendCoverageYCbCr : ZPBlendCoverage;

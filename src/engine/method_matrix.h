@@ -37,6 +37,13 @@ struct WarpRoom {
 // does not fit leaves open is black; the inverse warp leaves all of it open, after its line on
 // standard error.
 
+// `dest` becomes `source` moved by `amount` of `flow`: by the inverse warp along the flow that
+// leads to the frame, by the forward one along the flow that leaves it. `coverage` tells what was
+// covered; null: the inverse warp extends the borders, the forward one leaves what it does not hit
+// black.
+void MoveFrame(ZPImage& dest, const ZPImage& source, const ZPImage& flow, float amount, int warping,
+               ZPImage* coverage, KQIdleAndProgressClass& progress);
+
 // The nearer frame alone, moved by `amount` of `flow`: the flow that leads to the frame for the
 // inverse methods, the one that leaves it for the forward ones. `coverage` may be null where the
 // method uses none.

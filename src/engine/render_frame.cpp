@@ -17,6 +17,7 @@ void RefuseUnbuilt(const FrameRequest& request, int hostVectors) {
 
 ZPImage* TargetOf(KQImage* handle) {
     if (!handle || !handle->internal || !handle->internal->data) throw ZPErrBadArgument;
+    if (!HasChannelOrder(*handle)) throw ZPErrBadArgument;
     if (handle->internal->width < 2 || handle->internal->height < 2) throw ZPErrBadArgument;
     return handle->internal;
 }
@@ -82,7 +83,8 @@ void KQVelorin4Internal::RenderPasses(RenderPass& pass) {
     OrderChannelsForHost(*request.resultImage);
 }
 
-// All layers of a still frame are the frame itself; fewer still have to be cut out.
+// Together the layers of a frame that needs no vectors are the frame; some of them have to be cut
+// out all the same.
 bool KQVelorin4Internal::DrawsAllLayers(const RenderPass& pass) const {
     return pass.host.GetDrawStartLayer() == layerCount - 1 && pass.host.GetDrawEndLayer() == 0;
 }

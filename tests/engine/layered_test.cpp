@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <climits>
+#include <cmath>
 #include <cstdio>
 
 #include "engine/method_matrix.h"
@@ -173,7 +175,7 @@ TEST(Layered, APictureDoesNotDependOnWhatIsKeptNorOnThreads) {
         fresh.method = kept.method;
         fresh.warping = kept.warping;
         fresh.layerShrink = &shrink;
-        fresh.keepFlows = 0;
+        fresh.keepFlows = 2;  // as good as 0
         ASSERT_EQ(fresh.Render(0.4f), 0);
         EXPECT_SAME_IMAGE(*fresh.result, *kept.result);
         if (kept.warping != kInverse) return;  // coverage may depend on how rows were shared
@@ -184,17 +186,42 @@ TEST(Layered, APictureDoesNotDependOnWhatIsKeptNorOnThreads) {
     });
 }
 
-// Vectors from another clip, pixels from the first: the same as from the first where both are one,
-// and where nothing moves in the other, a plain mix.
+void FillEach(std::vector<std::unique_ptr<ZPImage>>& images, float fraction) {
+    for (const auto& image : images) FillColor(*image, fraction, fraction, fraction, 1.0f);
+}
+
 TEST(Layered, TheTrackingClipGivesMotionAndNoPixel) {
-    DiscHost same, other;
-    other.sameClip = 0;
-    ASSERT_EQ(same.Render(0.4f), 0);
-    ASSERT_EQ(other.Render(0.4f), 0);
-    EXPECT_SAME_IMAGE(*same.result, *other.result);
-    EXPECT_EQ(other.tracked, (std::vector<int>{0, 1}));
-    EXPECT_EQ(other.asked, other.tracked);
-    EXPECT_TRUE(same.tracked.empty());
+    ForEachCell([](DiscHost& host) {
+        host.sameClip = 0;
+        host.trackingFrames = DiscClip();
+        FillEach(host.frames, 0.3f);
+        ASSERT_EQ(host.Render(0.4f), 0);
+        EXPECT_EQ(host.tracked, (std::vector<int>{0, 1}));
+        EXPECT_EQ(host.asked, host.tracked);
+        const float moved = host.internal->LayerFlowA(0)->Row<float>(31)[2 * 84];
+        EXPECT_GT(std::fabs(moved), 3.0f);  // half of ten, in the middle of the disc
+        if (host.warping == kForwardPlain) return;
+        // A unit is lost or won where alpha is partial.
+        EXPECT_LT(CompareDisc(*host.result, *host.frames[0], 0.4f).all, 0.1);
+    });
+}
+
+// Where a matte is all but white.
+TEST(Layered, WithoutVectorsTheLaterFrameLiesOverItsTrackedCopy) {
+    DiscHost host;
+    host.SetView(0, 0);
+    host.quality = 0;
+    FillEach(host.frames, 0.3f);
+    FillEach(host.mattes, 0.98f);
+    const auto red = [&] {
+        EXPECT_EQ(host.Render(0.5f), 0);
+        return static_cast<int>(host.result->Row<std::uint8_t>(9)[0]);
+    };
+    const int plain = red();
+    host.sameClip = 0;
+    host.trackingFrames = DiscClip();
+    FillEach(host.trackingFrames, 0.9f);
+    EXPECT_EQ(red(), plain + 1);
 }
 
 // Two mattes over each other: the first is in front, and each cuts what lies behind it.
@@ -243,16 +270,20 @@ TEST(Layered, WhatDoesNotFitIsRefusedAndGivenBack) {
         EXPECT_TRUE(result == 0 || !host.internal->opticalFlow);
         return result;
     };
-    const auto matteOf = [](int width, int height, int channels) {
+    const auto matteOf = [](int width, int height, int channels, int type = ZPPixUChar) {
         return [=](DiscHost& host) {
-            host.mattes[1] = std::make_unique<ZPImage>(width, height, channels, ZPPixUChar, 0);
+            host.mattes[1] = std::make_unique<ZPImage>(width, height, channels, type, 0);
         };
     };
     EXPECT_EQ(code(matteOf(kDiscWidth, kDiscHeight, 4)), ZPErrBadArgument);
     EXPECT_EQ(code(matteOf(kDiscWidth, kDiscHeight - 1, 1)), ZPErrBadArgument);
+    EXPECT_EQ(code(matteOf(kDiscWidth, kDiscHeight, 1, ZPPixFloat)), ZPErrBadArgument);
     EXPECT_EQ(code([](DiscHost& host) { host.mattes.clear(); }), ZPErrNoMemory);  // it throws
     EXPECT_EQ(code([](DiscHost& host) { host.SetView(2, 0); }), ZPErrBadArgument);
     EXPECT_EQ(code([](DiscHost& host) { host.SetView(1, -1); }), ZPErrBadArgument);
+    EXPECT_EQ(code([](DiscHost& host) { host.SetView(INT_MIN, INT_MAX); }), ZPErrBadArgument);
+    EXPECT_EQ(code([](DiscHost& host) { host.warping = 4; }), ZPErrBadArgument);
+    EXPECT_EQ(code([](DiscHost& host) { host.redIndex = 3; }), ZPErrBadArgument);
     EXPECT_EQ(code([](DiscHost& host) { host.failingFrame = 1; }), 1);
     EXPECT_EQ(code([](DiscHost&) {}), 0);
 }

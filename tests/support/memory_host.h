@@ -42,11 +42,11 @@ class MemoryHost : public KQVelorin4 {
 
     int GetToBeWarpedSequenceImage(KQImage** out, int frame) override {
         asked.push_back(frame);
-        return HandOut(out, frame);
+        return HandOutCopy(out, frames, 0, frame);
     }
     int GetTrackingSequenceImage(KQImage** out, int frame) override {
         tracked.push_back(frame);
-        return HandOut(out, frame);
+        return HandOutCopy(out, trackingFrames.empty() ? frames : trackingFrames, 0, frame);
     }
     int CleanUpCheckedOutImage(KQImage* image) override {
         --held;
@@ -71,6 +71,7 @@ class MemoryHost : public KQVelorin4 {
     int EnhanceImages() override { return enhance; }
 
     std::vector<std::unique_ptr<ZPImage>> frames;
+    std::vector<std::unique_ptr<ZPImage>> trackingFrames;  // empty: those above
     // One channel; those of the frontmost layer first, as many for each layer as there are frames.
     std::vector<std::unique_ptr<ZPImage>> mattes;
     std::unique_ptr<ZPImage> result;
@@ -108,8 +109,6 @@ class MemoryHost : public KQVelorin4 {
         std::unique_ptr<ZPImage> pixels;
         std::unique_ptr<KQImage> handle;
     };
-
-    int HandOut(KQImage** out, int frame) { return HandOutCopy(out, frames, 0, frame); }
 
     int HandOutCopy(KQImage** out, const std::vector<std::unique_ptr<ZPImage>>& images, int first,
                     int frame) {
