@@ -35,10 +35,11 @@ int PixelTypeOf(SampleDepth depth) {
     }
 }
 
-void Picture::SetShape(int newWidth, int newHeight, int newPixelType) {
+void Picture::SetShape(int newWidth, int newHeight, int newPixelType, int newChannels) {
     width = newWidth;
     height = newHeight;
     pixelType = newPixelType;
+    channels = newChannels;
     pixels.resize(static_cast<std::size_t>(RowBytes()) * height);
 }
 

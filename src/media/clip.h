@@ -33,15 +33,17 @@ class MediaError : public std::runtime_error {
 };
 
 // A picture as the engine works on it: RGBA, interleaved, the top line first in memory, without a
-// gap between rows. Values are the file's own: 0 to 255, 0 to 65535, or float as stored.
+// gap between rows. Values are the file's own: 0 to 255, 0 to 65535, or float as stored. A matte
+// is a picture of one channel.
 struct Picture {
     int width = 0;
     int height = 0;
     int pixelType = ZPPixUChar;
+    int channels = 4;
     std::vector<std::byte> pixels;
 
-    void SetShape(int newWidth, int newHeight, int newPixelType);
-    int RowBytes() const { return width * 4 * ChannelBytes(pixelType); }
+    void SetShape(int newWidth, int newHeight, int newPixelType, int newChannels = 4);
+    int RowBytes() const { return width * channels * ChannelBytes(pixelType); }
 };
 
 // A rectangle on the plane in which a still format places its picture; y counts downwards.
@@ -90,6 +92,7 @@ std::unique_ptr<ClipReader> OpenClip(const std::string& name);
 
 struct OutputSettings {
     ClipInfo source;                         // rate, aspect and channels follow it
+    std::vector<ClipInfo> alsoRead;          // like the source never overwritten
     SampleDepth depth = SampleDepth::kByte;  // of the pictures that will be written
     int firstNumber = 0;                     // of output frame 0 in a sequence's names
     bool overwrite = false;

@@ -275,11 +275,15 @@ SampleDepth MovieDepth(const std::string& name, SampleDepth wanted) {
 }
 
 std::unique_ptr<ClipWriter> CreateMovie(const std::string& name, const OutputSettings& settings) {
-    std::error_code ignored;
-    if (settings.overwrite && settings.source.isMovie &&
-        std::filesystem::equivalent(name, settings.source.name, ignored)) {
+    const auto refuseIfRead = [&](const ClipInfo& clip) {
+        std::error_code ignored;
+        if (!clip.isMovie || !std::filesystem::equivalent(name, clip.name, ignored)) return;
         throw MediaError(MediaError::Kind::kFailure,
                          name + ": is the input itself; choose another output name");
+    };
+    if (settings.overwrite) {
+        refuseIfRead(settings.source);
+        for (const ClipInfo& clip : settings.alsoRead) refuseIfRead(clip);
     }
     return std::make_unique<MovieWriter>(name, *FindFormat(name), settings);
 }

@@ -96,13 +96,29 @@ std::optional<SequenceName> NameOfSource(const ClipInfo& source) {
 }
 
 // An existing frame may be overwritten, but not one that is still to be read.
-void CheckNotOfSource(const std::string& target, std::int64_t number, const ClipInfo& source,
-                      const SequenceName& sourceName) {
+void CheckNotRead(const std::string& target, std::int64_t number, const ClipInfo& source,
+                  const SequenceName& sourceName) {
     std::error_code ignored;
     if (number < source.firstNumber || number >= source.firstNumber + source.frames) return;
     if (!std::filesystem::equivalent(sourceName.FileName(number), target, ignored)) return;
-    throw MediaError(MediaError::Kind::kFailure,
-                     target + ": is a frame of the input; choose another output name");
+    throw MediaError(MediaError::Kind::kFailure, target + ": is a frame of the input " +
+                                                     source.name + "; choose another output name");
+}
+
+// A clip that is read, and the names of its files.
+struct ReadSequence {
+    ClipInfo clip;
+    SequenceName name;
+};
+
+std::vector<ReadSequence> SequencesRead(const OutputSettings& settings) {
+    std::vector<ReadSequence> sequences;
+    const auto add = [&](const ClipInfo& clip) {
+        if (const auto name = NameOfSource(clip)) sequences.push_back({clip, *name});
+    };
+    add(settings.source);
+    for (const ClipInfo& clip : settings.alsoRead) add(clip);
+    return sequences;
 }
 
 }  // namespace
@@ -111,12 +127,14 @@ std::unique_ptr<ClipWriter> CreateSequence(const SequenceName& name, const Still
                                            const OutputSettings& settings,
                                            const std::vector<std::int64_t>& frames) {
     if (frames.empty()) CheckTarget(name.FileName(settings.firstNumber), true);
-    const auto sourceName = NameOfSource(settings.source);
+    const std::vector<ReadSequence> sequences = SequencesRead(settings);
     for (const std::int64_t frame : frames) {
         const std::int64_t number = settings.firstNumber + frame;
         const std::string target = name.FileName(number);
         CheckTarget(target, settings.overwrite);
-        if (sourceName) CheckNotOfSource(target, number, settings.source, *sourceName);
+        for (const ReadSequence& read : sequences) {
+            CheckNotRead(target, number, read.clip, read.name);
+        }
     }
     return std::make_unique<SequenceWriter>(name, format, settings);
 }
@@ -126,7 +144,7 @@ void CheckNoFrameOf(const std::string& target, const ClipInfo& source) {
     std::error_code ignored;
     if (!sourceName || !std::filesystem::exists(target, ignored)) return;
     for (std::int64_t frame = 0; frame < source.frames; ++frame) {
-        CheckNotOfSource(target, source.firstNumber + frame, source, *sourceName);
+        CheckNotRead(target, source.firstNumber + frame, source, *sourceName);
     }
 }
 
