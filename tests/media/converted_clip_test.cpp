@@ -63,20 +63,19 @@ class TwoPixels final : public ClipReader {
     ClipInfo info;
 };
 
-std::vector<std::uint16_t> WordsOf(ClipReader& clip, int channels) {
+std::vector<int> WordsOf(ClipReader& clip, int channels) {
     Picture picture;
     clip.Read(0, picture);
     EXPECT_EQ(picture.channels, channels);
-    std::vector<std::uint16_t> words(picture.pixels.size() / 2);
-    std::memcpy(words.data(), picture.pixels.data(), picture.pixels.size());
-    return words;
+    const auto* words = reinterpret_cast<const std::uint16_t*>(picture.pixels.data());
+    return {words, words + picture.pixels.size() / 2};
 }
 
 TEST(ConvertedClip, TakesTheChosenChannelOrAllFour) {
     for (int channel = 0; channel < 3; ++channel) {
         const auto matte = ReadAsMatte(std::make_unique<TwoPixels>(), {channel, {}}, ZPPixUShort);
         const int first = 2570 * (channel + 1);
-        EXPECT_EQ(WordsOf(*matte, 1), std::vector<std::uint16_t>({first, first + 7710}));
+        EXPECT_EQ(WordsOf(*matte, 1), std::vector<int>({first, first + 7710}));
         Picture picture;
         TwoPixels().Read(0, picture);
         const ValueRange range = RangeOf(picture, channel);
@@ -85,7 +84,7 @@ TEST(ConvertedClip, TakesTheChosenChannelOrAllFour) {
     }
     const auto whole = ReadAsType(std::make_unique<TwoPixels>(), ZPPixUShort);
     EXPECT_EQ(WordsOf(*whole, 4),
-              std::vector<std::uint16_t>({2570, 5140, 7710, 65535, 10280, 12850, 15420, 0}));
+              std::vector<int>({2570, 5140, 7710, 65535, 10280, 12850, 15420, 0}));
 }
 
 }  // namespace
