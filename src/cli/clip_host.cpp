@@ -12,6 +12,11 @@ namespace velorin {
 
 namespace {
 
+std::int64_t FloorFrameOf(const TimeLaw& law, std::int64_t outputFrame) {
+    const FramePlace place = PlaceOf(law, outputFrame);
+    return place.base + Truncate(place.time);
+}
+
 // A picture of the engine's own, which it may alter until it gives it back.
 class PrivateCopy final : public KQImage {
   public:
@@ -34,15 +39,15 @@ std::int64_t FrameInside(std::int64_t frame, std::int64_t frames) {
 
 std::function<std::int64_t()> ReadingOrder(const TimeLaw& law,
                                            std::vector<std::int64_t> outputFrames,
-                                           std::int64_t sourceFrames) {
-    // `step` counts the floor and ceil frames of all output frames.
-    return [&law, sourceFrames, frames = std::move(outputFrames), recent = RecentFrames(),
+                                           std::int64_t sourceFrames, int framesOfEach) {
+    // `step` counts the frames that all output frames need.
+    return [&law, sourceFrames, each = static_cast<std::size_t>(framesOfEach),
+            frames = std::move(outputFrames), recent = RecentFrames(),
             step = std::size_t{0}]() mutable -> std::int64_t {
-        for (; step < 2 * frames.size(); ++step) {
-            const FramePlace place = PlaceOf(law, frames[step / 2]);
-            const std::int64_t floorFrame = place.base + Truncate(place.time);
+        for (; step < each * frames.size(); ++step) {
+            const std::int64_t floorFrame = FloorFrameOf(law, frames[step / each]);
             const std::int64_t frame =
-                FrameInside(floorFrame + static_cast<std::int64_t>(step % 2), sourceFrames);
+                FrameInside(floorFrame + static_cast<std::int64_t>(step % each), sourceFrames);
             bool held = false;
             recent.Use(frame, held);
             if (held) continue;
@@ -56,12 +61,19 @@ std::function<std::int64_t()> ReadingOrder(const TimeLaw& law,
 void WrapPicture(KQImage& image, Picture& picture) {
     if (image.CreateInternal() != ZPErrNone) throw ZPErrNoMemory;
     // Row direction 0: the first line in memory is the top line, the last logical row.
-    image.InitRGBA(picture.pixels.data(), picture.width, picture.height, picture.RowBytes(), 0,
-                   picture.pixelType);
+    const auto init = picture.channels == 1 ? &KQImage::InitSingleChannel : &KQImage::InitRGBA;
+    (image.*init)(picture.pixels.data(), picture.width, picture.height, picture.RowBytes(), 0,
+                  picture.pixelType);
 }
 
-ClipHost::ClipHost(std::unique_ptr<ClipReader> newClip, const TimeLaw& newLaw, bool enhances)
-    : clip(std::move(newClip)), law(newLaw), enhance(enhances) {
+ClipHost::ClipHost(RunClips clips, const TimeLaw& newLaw, bool enhances, DrawnLayers newLayers)
+    : sourceFrames(clips.source->Info().frames),
+      source(std::move(clips.source)),
+      law(newLaw),
+      enhance(enhances),
+      layers(newLayers) {
+    if (clips.motion) motion.emplace(std::move(clips.motion));
+    for (std::unique_ptr<ClipReader>& matte : clips.mattes) mattes.emplace_back(std::move(matte));
     internal = new KQVelorin4Internal;
 }
 
@@ -77,24 +89,18 @@ void ClipHost::RethrowFailure() {
     if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
 }
 
-const Picture& ClipHost::Fetch(std::int64_t frame) {
-    bool held = false;
-    const int place = recent.Use(frame, held);
-    if (!held) {
-        try {
-            clip->Read(frame, pictures[place]);
-        } catch (...) {
-            recent.Forget(place);
-            throw;
-        }
-    }
-    return pictures[place];
+std::int64_t ClipHost::FloorFrame() const {
+    return FrameInside(FloorFrameOf(law, outputFrame), sourceFrames);
 }
 
-int ClipHost::GetToBeWarpedSequenceImage(KQImage** out, int frame) {
+const ZPImage* ClipHost::FlowOf(int layer) const {
+    return internal->LayerFlowA(layer);
+}
+
+int ClipHost::HandOut(KQImage** out, HeldClip& clip, int frame) {
     *out = nullptr;
     try {
-        *out = new PrivateCopy(Fetch(FrameInside(base + frame, clip->Info().frames)));
+        *out = new PrivateCopy(clip.Fetch(FrameInside(base + frame, sourceFrames)));
     } catch (...) {
         failure = std::current_exception();
         return ZPErrBadArgument;
@@ -102,8 +108,12 @@ int ClipHost::GetToBeWarpedSequenceImage(KQImage** out, int frame) {
     return ZPErrNone;
 }
 
+int ClipHost::GetToBeWarpedSequenceImage(KQImage** out, int frame) {
+    return HandOut(out, source, frame);
+}
+
 int ClipHost::GetTrackingSequenceImage(KQImage** out, int frame) {
-    return GetToBeWarpedSequenceImage(out, frame);
+    return HandOut(out, motion ? *motion : source, frame);
 }
 
 int ClipHost::CleanUpCheckedOutImage(KQImage* image) {
@@ -111,10 +121,8 @@ int ClipHost::CleanUpCheckedOutImage(KQImage* image) {
     return ZPErrNone;
 }
 
-// Never asked for while requests have no matte layer.
-int ClipHost::GetMatteLayerSequenceImage(KQImage** out, int /*frame*/, int /*layer*/) {
-    *out = nullptr;
-    return ZPErrBadArgument;
+int ClipHost::GetMatteLayerSequenceImage(KQImage** out, int frame, int layer) {
+    return HandOut(out, mattes[layer], frame);
 }
 
 int ClipHost::CleanUpCheckedOutMatteImage(KQImage* image) {
@@ -134,11 +142,11 @@ int ClipHost::WhichScene(float /*frame*/) {
 }
 
 int ClipHost::GetDrawStartLayer() {
-    return 0;
+    return layers.start;
 }
 
 int ClipHost::GetDrawEndLayer() {
-    return 0;
+    return layers.end;
 }
 
 int ClipHost::UsesWhichWarping() {

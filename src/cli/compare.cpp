@@ -6,6 +6,8 @@
 
 #include "cli/exit_codes.h"
 #include "cli/frame_renderer.h"
+#include "cli/layer_clips.h"
+#include "cli/matte_range.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
@@ -38,9 +40,13 @@ std::string ShortName(const std::string& name) {
 }
 
 std::string TitleOf(const Options& options, const ClipInfo& source) {
-    return ShortName(source.name) + "   --at " + DecimalText(options.at) + "   " +
-           Spelt("--quality", options.quality) + "   " + Spelt("--prep", options.enhance) +
-           "   --sensitivity " + SensitivityText(options.sensitivity);
+    std::string title = ShortName(source.name) + "   --at " + DecimalText(options.at) + "   " +
+                        Spelt("--quality", options.quality) + "   " +
+                        Spelt("--prep", options.enhance) + "   --sensitivity " +
+                        NumberText(options.sensitivity);
+    if (!options.motionFrom.empty()) title += "   --motion-from " + ShortName(options.motionFrom);
+    for (const std::string& matte : options.mattes) title += "   --matte " + ShortName(matte);
+    return title;
 }
 
 SheetLabel LabelOf(const Named& row, const Named& column) {
@@ -94,14 +100,16 @@ bool FillSheet(ContactSheet& sheet, FrameRenderer& renderer, ProgressLine& progr
 int Compare(const Options& options) {
     WatchForStop();
     StartThreads(options);
-    std::unique_ptr<ClipReader> clip = OpenClip(options.input);
-    const RunPlan plan = MakeSheetPlan(options, clip->Info());
+    RunClips clips = OpenRunClips(options);
+    const RunPlan plan = MakeSheetPlan(options, clips.source->Info());
     CheckTarget(options.output, options.overwrite);
     CheckNoFrameOf(options.output, plan.source);
+    for (const ClipInfo& clip : OtherClips(clips)) CheckNoFrameOf(options.output, clip);
     ContactSheet sheet(SettingsFor(options, plan.source));
     ProgressLine progress(options.progress, options.quiet);
     NoteWhatIsLessThanAsked(options, plan, progress);
-    FrameRenderer renderer(options, plan, std::move(clip));
+    NoteMatteRanges(options, plan, clips, progress);
+    FrameRenderer renderer(options, plan, std::move(clips));
     progress.Start(kCells);
     if (!FillSheet(sheet, renderer, progress)) {
         progress.Note("stopped on request; no sheet is written");

@@ -1,10 +1,13 @@
 #include "cli/frame_renderer.h"
 
+#include <algorithm>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "cli/layers.h"
+#include "cli/view_pictures.h"
 #include "image/copy.h"
 #include "standalone/thread_pool.h"
 
@@ -12,8 +15,16 @@ namespace velorin {
 
 namespace {
 
-constexpr int kReadAhead = 1;
-constexpr float kFrameRate = 29.97f;  // has no effect on the picture
+constexpr float kFrameRate = 29.97f;      // has no effect on the picture
+constexpr float kFullScaleParts = 40.0f;  // one of the frame's longer side has the full colour
+
+using Handles = std::vector<std::unique_ptr<KQImage>>;
+
+std::vector<const ZPImage*> ImagesOf(const Handles& handles) {
+    std::vector<const ZPImage*> images;
+    for (const std::unique_ptr<KQImage>& handle : handles) images.push_back(handle->internal);
+    return images;
+}
 
 std::string CallOf(std::int64_t frame, Method method) {
     return "output frame " + std::to_string(frame) + " with --interp " +
@@ -29,12 +40,12 @@ int StartThreads(const Options& options) {
     return threads;
 }
 
-FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& plan,
-                             std::unique_ptr<ClipReader> clip)
+FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& plan, RunClips clips)
     : options(newOptions),
-      host(ReadAhead(std::move(clip), ReadingOrder(*plan.law, plan.frames, plan.source.frames),
-                     kReadAhead),
-           *plan.law, options.enhance != 0) {
+      sensitivities(newOptions.fgSensitivities),
+      host(ReadForRun(std::move(clips), newOptions, plan), *plan.law, newOptions.enhance != 0,
+           LayersDrawn(newOptions)) {
+    for (float& sensitivity : sensitivities) sensitivity /= 100.0f;
     rendered.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.source.depth));
     if (plan.depth == plan.source.depth) return;
     written.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.depth));
@@ -42,21 +53,66 @@ FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& plan,
 
 const Picture* FrameRenderer::Render(std::int64_t frame, Method method, ProgressLine& progress) {
     host.SetOutputFrame(frame);
+    const bool whole = options.view == View::kMatte  ? PaintMatteView()
+                       : options.view == View::kFlow ? PaintFlowView(frame, progress)
+                                                     : AskEngine(frame, method, progress);
+    return whole ? &Converted() : nullptr;
+}
+
+bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& progress) {
     host.SetWarping(method.warp);
     KQImage result;
     WrapPicture(result, rendered);
-    const int failure =
-        host.RenderFrame(&result, nullptr, 0, 0, options.quality, 0.0f, 1.0f, kFrameRate,
-                         kFrameRate, 0.0f, options.sensitivity / 100.0f, method.interp, 1, 1,
-                         options.keepFlows ? 1 : 0, 0, nullptr, nullptr, &progress, false);
-    if (failure == ZPErrInterrupted) return nullptr;
+    const bool keepsFlows = options.keepFlows || options.view == View::kFlow;
+    const int failure = host.RenderFrame(
+        &result, nullptr, 0, 0, options.quality, 0.0f, 1.0f, kFrameRate, kFrameRate, 0.0f,
+        options.sensitivity / 100.0f, method.interp, 1, options.motionFrom.empty() ? 1 : 0,
+        keepsFlows ? 1 : 0, static_cast<std::int32_t>(sensitivities.size()),
+        options.matteShrinks.data(), sensitivities.data(), &progress, false);
+    if (failure == ZPErrInterrupted) return false;
     host.RethrowFailure();
     if (failure == ZPErrNoMemory) throw std::bad_alloc();
     if (failure != ZPErrNone) {
         throw std::runtime_error(CallOf(frame, method) + ": the engine failed with code " +
                                  std::to_string(failure));
     }
-    return &Converted();
+    return true;
+}
+
+bool FrameRenderer::PaintMatteView() {
+    const std::int64_t shown = host.FloorFrame();
+    if (shown != painted) {
+        const Handles mattes = MattesAt(shown);
+        PaintMattes(rendered, ImagesOf(mattes));
+    }
+    painted = shown;
+    return true;
+}
+
+// The engine's picture is painted over: what is wanted of it are the flows that it leaves behind.
+bool FrameRenderer::PaintFlowView(std::int64_t frame, ProgressLine& progress) {
+    const std::int64_t shown = host.FloorFrame();
+    if (shown == painted) return true;
+    if (!AskEngine(frame, Method(), progress)) return false;
+    std::vector<const ZPImage*> flows;
+    for (int layer = 0; layer <= static_cast<int>(options.mattes.size()); ++layer) {
+        flows.push_back(host.FlowOf(layer));
+    }
+    const int longer = std::max(rendered.width, rendered.height);
+    const float scale = options.flowScale.value_or(static_cast<float>(longer) / kFullScaleParts);
+    const Handles mattes = MattesAt(shown);
+    PaintFlow(rendered, flows, ImagesOf(mattes), scale);
+    painted = shown;
+    return true;
+}
+
+Handles FrameRenderer::MattesAt(std::int64_t sourceFrame) {
+    Handles handles;
+    for (int layer = 0; layer < static_cast<int>(options.mattes.size()); ++layer) {
+        handles.push_back(std::make_unique<KQImage>());
+        WrapPicture(*handles.back(), host.Matte(layer, sourceFrame));
+    }
+    return handles;
 }
 
 const Picture& FrameRenderer::Converted() {

@@ -2,8 +2,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "cli/clip_host.h"
+#include "cli/layer_clips.h"
 #include "cli/options.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
@@ -20,22 +22,29 @@ struct Method {
     int warp = 0;
 };
 
-// Asks the engine for one output frame after the other.
+// Asks the engine for one output frame after the other, or paints what --view asks for.
 class FrameRenderer {
   public:
     // `options` and `plan` outlive the renderer. `plan` names all frames that will be asked for.
-    FrameRenderer(const Options& newOptions, const RunPlan& plan, std::unique_ptr<ClipReader> clip);
+    FrameRenderer(const Options& newOptions, const RunPlan& plan, RunClips clips);
 
     // The frame in the plan's depth, until the next call; null when the user asked to stop at once.
     const Picture* Render(std::int64_t frame, Method method, ProgressLine& progress);
 
   private:
+    // The next three leave the output frame in `rendered`; false when the user asked to stop.
+    bool AskEngine(std::int64_t frame, Method method, ProgressLine& progress);
+    bool PaintMatteView();
+    bool PaintFlowView(std::int64_t frame, ProgressLine& progress);
+    std::vector<std::unique_ptr<KQImage>> MattesAt(std::int64_t sourceFrame);
     const Picture& Converted();
 
     const Options& options;
+    std::vector<float> sensitivities;  // of the foreground layers, 0.0 to 1.0
     ClipHost host;
     Picture rendered;
     Picture written;
+    std::int64_t painted = -1;  // source frame whose mattes or flows `rendered` shows
 };
 
 }  // namespace velorin

@@ -2,12 +2,15 @@
 
 #include <limits>
 
+#include "cli/layer_options.h"
+
 namespace velorin {
 
 namespace {
 
 constexpr std::string_view kTime = "Time";
 constexpr std::string_view kMotion = "Motion and mix";
+constexpr std::string_view kLayers = "Layers";
 constexpr std::string_view kSheet = "Sheet";
 constexpr std::string_view kRun = "Run";
 constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max();
@@ -19,6 +22,12 @@ constexpr Choice kQualities[] = {{"best", 4},   {"full", 5},   {"high", 3},
                                  {"medium", 2}, {"sloppy", 1}, {"none", 0}};
 constexpr Choice kWarps[] = {{"inverse", 0}, {"smart", 1}, {"forward", 2}};
 constexpr Choice kPreps[] = {{"none", 0}, {"enhance", 1}};
+constexpr Choice kChannels[] = {{"red", 0}, {"green", 1}, {"blue", 2}};
+constexpr Choice kViews[] = {{"output", static_cast<int>(View::kOutput)},
+                             {"background", static_cast<int>(View::kBackground)},
+                             {"foreground", static_cast<int>(View::kForeground)},
+                             {"matte", static_cast<int>(View::kMatte)},
+                             {"flow", static_cast<int>(View::kFlow)}};
 constexpr Choice kDepths[] = {{"8", static_cast<int>(SampleDepth::kByte)},
                               {"16", static_cast<int>(SampleDepth::kWord)},
                               {"half", static_cast<int>(SampleDepth::kHalf)},
@@ -57,9 +66,7 @@ void SetFrames(Options& options, const Argument& argument) {
 }
 
 void SetSensitivity(Options& options, const Argument& argument) {
-    const Decimal value = argument.AsDecimal(0, 100);
-    options.sensitivity = static_cast<float>(static_cast<double>(value.numerator) /
-                                             static_cast<double>(value.denominator));
+    options.sensitivity = AsFloat(argument.AsDecimal(0, 100));
 }
 
 // clang-format off
@@ -104,6 +111,35 @@ constexpr OptionEntry kOptions[] = {
      }},
     {kVerbAll, kMotion, {}, "--sensitivity", "N", "Motion Sensitivity, 0 to 100; 70 when not "
      "given", {}, SetSensitivity},
+    {kVerbAll, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the same "
+     "size and length, and apply it to INPUT", {}, SetMotionFrom},
+
+    {kVerbAll, kLayers, {}, "--matte", "CLIP", "what is white in this clip is a foreground that "
+     "moves on its own; frame k belongs to frame k of INPUT; up to 9 times, the frontmost first",
+     {}, AddMatte, false, kMostMattes},
+    {kVerbAll, kLayers, {}, "--matte-channel", "CHANNEL", "the channel of all mattes", kChannels,
+     [](Options& options, const Argument& argument) {
+         options.matteChannel = argument.AsChoice();
+     }},
+    {kVerbAll, kLayers, {}, "--matte-levels", "BLACK,WHITE", "stretch the matte: BLACK and below "
+     "become 0, WHITE and above full white, both in the matte's own values: 0 to 255 for 8 bits, 0 "
+     "to 65535 for 16, as stored for float; once for all mattes or once for each", {},
+     AddMatteLevels, false, kMostMattes},
+    {kVerbAll, kLayers, {}, "--matte-shrink", "N", "FG Inv Matte Shrink, 0 to 4: how many pixels "
+     "wider than the foreground the hole is that it cuts into what lies behind; soft edges move "
+     "farther than hard ones and harden; 0 when not given; once for all mattes or once for each",
+     {}, AddMatteShrink, false, kMostMattes},
+    {kVerbAll, kLayers, {}, "--fg-sensitivity", "N", "FG Motion Sensitivity, 0 to 100; 70 when "
+     "not given; once for all mattes or once for each", {}, AddForegroundSensitivity, false,
+     kMostMattes},
+    {kVerbRetime, kLayers, {}, "--view", "VIEW", "what to write: all layers, the background with "
+     "its hole filled, the foreground over black, the mattes, or the motion in colours", kViews,
+     [](Options& options, const Argument& argument) {
+         options.view = static_cast<View>(argument.AsChoice());
+     }},
+    {kVerbRetime, kLayers, {}, "--flow-scale", "PIXELS", "motion from one source frame to the next "
+     "that --view flow shows in full colour; by default a fortieth of the frame's longer side", {},
+     SetFlowScale},
 
     {kVerbCompare, kSheet, {}, "--cell-width", "N", "wider frames are scaled down to so many "
      "pixels; 800 when not given", {},

@@ -18,6 +18,7 @@ struct OptionEntry {
     std::span<const Choice> choices;  // empty: any text; else the default first
     void (*set)(Options& options, const Argument& argument);
     bool required = false;
+    int mostTimes = 1;  // that it may be given; `set` is called for each
 };
 
 std::span<const OptionEntry> OptionTable();

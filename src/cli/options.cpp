@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 
+#include "cli/layer_options.h"
 #include "cli/option_table.h"
 
 namespace velorin {
@@ -54,11 +55,17 @@ std::string CalledName(const OptionEntry& option) {
 }
 
 void SetFrom(Options& options, const OptionEntry& option, const std::vector<std::string>& values) {
-    if (values.size() > 1) throw UsageError(CalledName(option) + " is given twice");
+    if (values.size() > 1 && option.mostTimes == 1) {
+        throw UsageError(CalledName(option) + " is given twice");
+    }
+    if (values.size() > static_cast<std::size_t>(option.mostTimes)) {
+        throw UsageError(CalledName(option) + " is given " + std::to_string(values.size()) +
+                         " times; " + std::to_string(option.mostTimes) + " are the most");
+    }
     if (option.value.empty() && values[0] != "true") {
         throw UsageError(CalledName(option) + " takes no value");
     }
-    option.set(options, {option, values[0]});
+    for (const std::string& value : values) option.set(options, {option, value});
 }
 
 std::string CallOf(Verb verb) {
@@ -211,6 +218,7 @@ std::optional<Options> ParseOptions(Verb verb, int count, const char* const* wor
             RefuseMissing(verb, CalledName(*known[i]) + " " + std::string(known[i]->value));
         }
     }
+    CompleteLayerOptions(options);
     return options;
 }
 

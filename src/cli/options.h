@@ -11,6 +11,7 @@
 #include "cli/frame_list.h"
 #include "cli/time_law.h"
 #include "media/clip.h"
+#include "media/converted_clip.h"
 
 namespace velorin {
 
@@ -25,6 +26,9 @@ enum Verb { kVerbRetime = 1, kVerbCompare = 2, kVerbAll = 3 };
 
 enum class ProgressStyle { kAuto, kPlain, kJson, kNone };
 
+// What the output shows: layers, or how they are told apart and moved.
+enum class View { kOutput, kBackground, kForeground, kMatte, kFlow };
+
 // What a verb was asked for. Numbers are those of the engine.
 struct Options {
     std::string input;
@@ -37,6 +41,14 @@ struct Options {
     ProgressStyle progress = ProgressStyle::kAuto;
     bool quiet = false;
 
+    std::string motionFrom;           // clip that motion is measured on; empty: the input
+    std::vector<std::string> mattes;  // clips, the frontmost layer's first
+    std::optional<int> matteChannel;  // 0 red, 1 green, 2 blue
+    // Each of them has an entry for every matte, as soon as the command line is read.
+    std::vector<float> fgSensitivities;  // 0 to 100
+    std::vector<float> matteShrinks;     // in pixels
+    std::vector<std::optional<MatteLevels>> matteLevels;
+
     // Of `velorin retime`.
     Decimal speed{1, 1};
     std::optional<std::int64_t> length;
@@ -47,6 +59,8 @@ struct Options {
     std::optional<int> startNumber;
     bool keepFlows = true;
     bool verbose = false;
+    View view = View::kOutput;
+    std::optional<float> flowScale;  // see --view flow
 
     // Of `velorin compare`.
     Decimal at;

@@ -1,5 +1,6 @@
 #include "cli/retime.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -8,6 +9,8 @@
 #include "cli/exit_codes.h"
 #include "cli/frame_list.h"
 #include "cli/frame_renderer.h"
+#include "cli/layer_clips.h"
+#include "cli/matte_range.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
@@ -19,22 +22,35 @@ namespace {
 
 constexpr int kWriteBehind = 1;
 
+std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& plan,
+                                         const RunClips& clips) {
+    OutputSettings settings;
+    settings.source = plan.source;
+    settings.alsoRead = OtherClips(clips);
+    settings.depth = plan.depth;
+    settings.firstNumber = plan.firstNumber;
+    settings.overwrite = options.overwrite;
+    // Painted pictures are in colour, whatever the source is.
+    const bool painted = options.view == View::kMatte || options.view == View::kFlow;
+    if (painted) settings.source.channels = std::max(settings.source.channels, 3);
+    return WriteBehind(CreateClip(options.output, settings, plan.frames), kWriteBehind);
+}
+
 // The whole run. However it ends, the frames of a sequence that were rendered are on the disk.
 class Run {
   public:
-    Run(const Options& options, const RunPlan& newPlan, std::unique_ptr<ClipReader> clip,
-        ProgressLine& newProgress)
+    Run(const Options& options, const RunPlan& newPlan, RunClips clips,
+        std::unique_ptr<ClipWriter> newWriter, ProgressLine& newProgress)
         : plan(newPlan),
           progress(newProgress),
           isSequence(FindStillFormat(options.output) != nullptr),
-          writer(CreateWriter(options, plan)),
+          writer(std::move(newWriter)),
           method{options.interp, options.warp},
-          renderer(options, plan, std::move(clip)) {}
+          renderer(options, plan, std::move(clips)) {}
 
     int Execute();
 
   private:
-    static std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& plan);
     int RenderAll();
     int Stop(int code);
 
@@ -46,15 +62,6 @@ class Run {
     FrameRenderer renderer;
     std::int64_t done = 0;
 };
-
-std::unique_ptr<ClipWriter> Run::CreateWriter(const Options& options, const RunPlan& plan) {
-    OutputSettings settings;
-    settings.source = plan.source;
-    settings.depth = plan.depth;
-    settings.firstNumber = plan.firstNumber;
-    settings.overwrite = options.overwrite;
-    return WriteBehind(CreateClip(options.output, settings, plan.frames), kWriteBehind);
-}
 
 int Run::Execute() {
     progress.Start(static_cast<std::int64_t>(plan.frames.size()));
@@ -99,8 +106,8 @@ int Run::Stop(int code) {
 int Retime(const Options& options) {
     WatchForStop();
     const int threads = StartThreads(options);
-    std::unique_ptr<ClipReader> clip = OpenClip(options.input);
-    const RunPlan plan = MakePlan(options, clip->Info());
+    RunClips clips = OpenRunClips(options);
+    const RunPlan plan = MakePlan(options, clips.source->Info());
     ProgressLine progress(options.progress, options.quiet);
     if (plan.framesLeftOut) {
         progress.Note("--frames: what lies past " + std::to_string(plan.length - 1) +
@@ -111,7 +118,9 @@ int Retime(const Options& options) {
         progress.Note("nothing to do");
         return kExitDone;
     }
-    return Run(options, plan, std::move(clip), progress).Execute();
+    std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips);
+    NoteMatteRanges(options, plan, clips, progress);
+    return Run(options, plan, std::move(clips), std::move(writer), progress).Execute();
 }
 
 }  // namespace velorin

@@ -1,11 +1,12 @@
 #include "cli/run_plan.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 #include "cli/clip_host.h"
+#include "cli/layers.h"
 #include "engine/on_frame.h"
 #include "image/rounding.h"
 #include "media/sequence_name.h"
@@ -86,12 +87,12 @@ void CountPairs(const Options& options, RunPlan& plan) {
     std::int64_t lastPair = -1;
     for (const std::int64_t frame : plan.frames) {
         const FramePlace place = PlaceOf(*plan.law, frame);
-        if (LiesOnFrame(place.time)) {
-            ++plan.onFrame;
+        if (!EstimatesMotion(options, place.time)) {
+            if (LiesOnFrame(place.time)) ++plan.onFrame;
             continue;
         }
         const std::int64_t pair = place.base + Truncate(place.time);
-        if (pair != lastPair && options.quality != 0) ++plan.pairs;
+        if (pair != lastPair) ++plan.pairs;
         lastPair = pair;
     }
 }
@@ -160,18 +161,16 @@ std::string DepthText(SampleDepth depth) {
 std::string MotionText(const RunPlan& plan, const Options& options) {
     const std::string onFrame = std::to_string(plan.onFrame) + " on a source frame";
     if (plan.pairs == 0) return "none estimated; " + onFrame;
-    return "estimated at " + SizeText(plan.flowWidth, plan.flowHeight) + " between " +
-           std::to_string(plan.pairs) + (plan.pairs == 1 ? " pair" : " pairs") + " of frames; " +
-           onFrame + (options.keepFlows ? "" : "; not kept between frames");
+    std::string text = "estimated";
+    if (!options.motionFrom.empty()) text += " on " + options.motionFrom;
+    text += " at " + SizeText(plan.flowWidth, plan.flowHeight) + " between " +
+            std::to_string(plan.pairs) + (plan.pairs == 1 ? " pair" : " pairs") + " of frames";
+    const int layers = LayersDrawn(options).Count();
+    if (layers > 1) text += ", for each of " + std::to_string(layers) + " layers by itself";
+    return text + "; " + onFrame + (options.keepFlows ? "" : "; not kept between frames");
 }
 
 }  // namespace
-
-std::string SensitivityText(float sensitivity) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", static_cast<double>(sensitivity));
-    return text;
-}
 
 RunPlan MakePlan(const Options& options, const ClipInfo& source) {
     RunPlan plan;
@@ -179,6 +178,8 @@ RunPlan MakePlan(const Options& options, const ClipInfo& source) {
     CheckSize(source);
     plan.law = ConstantSpeed(options.speed);
     plan.length = LengthOf(options, plan);
+    if (options.view == View::kMatte) plan.law = NearestFrames(std::move(plan.law));
+    if (options.view == View::kFlow) plan.law = MiddlesOfPairs(std::move(plan.law));
     ChooseFrames(options, plan);
     CountPairs(options, plan);
     plan.flowWidth = Halved(source.width, HalvingsOf(options.quality));
@@ -218,8 +219,8 @@ std::string Describe(const RunPlan& plan, const Options& options, int threads) {
             std::string(ChoiceWord("--quality", options.quality)) + ", warp " +
             std::string(ChoiceWord("--warp", options.warp)) + ", prep " +
             std::string(ChoiceWord("--prep", options.enhance)) + ", sensitivity " +
-            SensitivityText(options.sensitivity) + ", threads " + std::to_string(threads);
-    return text + "\nmotion: " + MotionText(plan, options);
+            NumberText(options.sensitivity) + ", threads " + std::to_string(threads);
+    return text + LayersText(options) + "\nmotion: " + MotionText(plan, options);
 }
 
 }  // namespace velorin

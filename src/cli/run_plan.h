@@ -37,7 +37,4 @@ RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source);
 // The plan in a few lines, for the user who wants to know.
 std::string Describe(const RunPlan& plan, const Options& options, int threads);
 
-// As a user writes it.
-std::string SensitivityText(float sensitivity);
-
 }  // namespace velorin

@@ -1,12 +1,16 @@
 #include "cli/time_law.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
+#include <utility>
 
 namespace velorin {
 
 namespace {
 
 constexpr std::int64_t kFramesOfBase = 4096;
+constexpr std::size_t kMostDecimals = 9;
 
 bool IsDigit(char letter) {
     return letter >= '0' && letter <= '9';
@@ -54,6 +58,25 @@ class FixedTimeLaw final : public TimeLaw {
     SourceTime time;
 };
 
+// Another law with every time brought to a place of its own.
+class SnappedLaw final : public TimeLaw {
+  public:
+    using Snap = SourceTime (*)(const SourceTime& time);
+    SnappedLaw(std::unique_ptr<TimeLaw> newLaw, Snap newSnap)
+        : law(std::move(newLaw)), snap(newSnap) {}
+
+    SourceTime At(std::int64_t outputFrame, int halves) const override {
+        return snap(law->At(outputFrame, halves));
+    }
+    std::optional<std::int64_t> Length(std::int64_t sourceFrames) const override {
+        return law->Length(sourceFrames);
+    }
+
+  private:
+    std::unique_ptr<TimeLaw> law;
+    Snap snap;
+};
+
 }  // namespace
 
 std::optional<Decimal> ParseDecimal(std::string_view text) {
@@ -77,6 +100,18 @@ std::optional<Decimal> ParseDecimal(std::string_view text) {
     if (digits == 0) return std::nullopt;
     if (negative) value.numerator = -value.numerator;
     return value;
+}
+
+std::string NumberText(float number) {
+    char text[64];
+    const auto end = std::to_chars(text, text + sizeof text, number, std::chars_format::fixed).ptr;
+    const std::string digits(text, end);
+    return digits.substr(0, std::min(digits.find('.'), digits.size()) + 1 + kMostDecimals);
+}
+
+float AsFloat(Decimal number) {
+    return static_cast<float>(static_cast<double>(number.numerator) /
+                              static_cast<double>(number.denominator));
 }
 
 std::string DecimalText(Decimal number) {
@@ -109,6 +144,18 @@ std::unique_ptr<TimeLaw> ConstantSpeed(Decimal speed) {
 
 std::unique_ptr<TimeLaw> FixedTime(Decimal time) {
     return std::make_unique<FixedTimeLaw>(time);
+}
+
+std::unique_ptr<TimeLaw> NearestFrames(std::unique_ptr<TimeLaw> law) {
+    return std::make_unique<SnappedLaw>(std::move(law), [](const SourceTime& time) {
+        return SourceTime{time.frame + (2 * time.numerator > time.denominator ? 1 : 0), 0, 1};
+    });
+}
+
+std::unique_ptr<TimeLaw> MiddlesOfPairs(std::unique_ptr<TimeLaw> law) {
+    return std::make_unique<SnappedLaw>(std::move(law), [](const SourceTime& time) {
+        return SourceTime{time.frame, 1, 2};
+    });
 }
 
 }  // namespace velorin

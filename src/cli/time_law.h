@@ -18,8 +18,15 @@ struct Decimal {
 // for any other text (an exponent, a number in words) and for 10^9 or more in amount.
 std::optional<Decimal> ParseDecimal(std::string_view text);
 
+// The nearest float, but for a last bit where the number has more digits than a float can tell.
+float AsFloat(Decimal number);
+
 // Every digit of the number, without zeros at the end: `12.5`.
 std::string DecimalText(Decimal number);
+
+// The number with as few digits as tell it from other floats, without an exponent, and with at most
+// as many after the point as ParseDecimal takes.
+std::string NumberText(float number);
 
 // An exact place in a clip, in frames: `frame` whole ones, counted from 0, and a fraction.
 struct SourceTime {
@@ -53,5 +60,13 @@ std::unique_ptr<TimeLaw> ConstantSpeed(Decimal speed);
 
 // Every output frame shows source time `time`, which is not negative.
 std::unique_ptr<TimeLaw> FixedTime(Decimal time);
+
+// `law`, but each output frame shows the source frame next to its time; of two equally near, the
+// earlier.
+std::unique_ptr<TimeLaw> NearestFrames(std::unique_ptr<TimeLaw> law);
+
+// `law`, but each output frame shows the middle between the source frame at or before its time and
+// the one after it.
+std::unique_ptr<TimeLaw> MiddlesOfPairs(std::unique_ptr<TimeLaw> law);
 
 }  // namespace velorin

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "cli/layer_clips.h"
 #include "standalone/thread_pool.h"
 #include "support/noise.h"
 
@@ -12,11 +13,12 @@ namespace {
 
 constexpr int kWidth = 20;
 constexpr int kHeight = 16;
+using Frames = std::vector<std::int64_t>;
 
 // A clip whose frames are noise of their own number. It notes what is read.
 class NoiseClip final : public ClipReader {
   public:
-    NoiseClip(std::int64_t frames, std::vector<std::int64_t>* log) : reads(log) {
+    NoiseClip(std::int64_t frames, Frames* log) : reads(log) {
         info.width = kWidth;
         info.height = kHeight;
         info.frames = frames;
@@ -32,15 +34,36 @@ class NoiseClip final : public ClipReader {
 
   private:
     ClipInfo info;
-    std::vector<std::int64_t>* reads;
+    Frames* reads;
 };
 
-// A host over such a clip at a constant speed.
+// A host over such clips at a constant speed.
 struct NoiseHost {
-    NoiseHost(const char* speed, std::int64_t frames)
-        : law(ConstantSpeed(ParseDecimal(speed).value())),
-          host(std::make_unique<NoiseClip>(frames, &reads), *law, false) {
+    NoiseHost(const char* speed, std::int64_t frames, const Options& wanted = {})
+        : options(wanted),
+          plan(PlanOf(speed, frames)),
+          host(Clips(), *plan.law, false, LayersDrawn(options)) {
         UseThreads(1);
+    }
+
+    static RunPlan PlanOf(const char* speed, std::int64_t frames) {
+        RunPlan plan;
+        plan.law = ConstantSpeed(ParseDecimal(speed).value());
+        plan.source.frames = frames;
+        return plan;
+    }
+    RunClips Clips() {
+        const auto clip = [&](Frames* log) {
+            return std::make_unique<NoiseClip>(plan.source.frames, log);
+        };
+        RunClips clips;
+        clips.source = clip(&reads);
+        if (!options.motionFrom.empty()) clips.motion = clip(&motionReads);
+        matteReads.resize(options.mattes.size());
+        for (Frames& log : matteReads) {
+            clips.mattes.push_back(ReadAsMatte(clip(&log), {}, ZPPixUChar));
+        }
+        return clips;
     }
 
     // Warps by the method with the number of `interp`, so that all of them are used.
@@ -50,12 +73,18 @@ struct NoiseHost {
         WrapPicture(result, picture);
         host.SetOutputFrame(frame);
         host.SetWarping(interp);
-        return host.RenderFrame(&result, nullptr, 0, 0, 5, 0.0f, 1.0f, 29.97f, 29.97f, 0.0f, 0.7f,
-                                interp, 1, 1, 1, 0, nullptr, nullptr, nullptr, false);
+        return host.RenderFrame(&result, nullptr, 0, 0, options.quality, 0.0f, 1.0f, 29.97f, 29.97f,
+                                0.0f, 0.7f, interp, 1, options.motionFrom.empty() ? 1 : 0, 1,
+                                static_cast<std::int32_t>(options.mattes.size()),
+                                options.matteShrinks.data(), options.fgSensitivities.data(),
+                                nullptr, false);
     }
 
-    std::vector<std::int64_t> reads;
-    std::unique_ptr<TimeLaw> law;
+    Options options;
+    RunPlan plan;
+    Frames reads;
+    Frames motionReads;
+    std::vector<Frames> matteReads;
     ClipHost host;
     Picture picture;
 };
@@ -78,7 +107,7 @@ TEST(ClipHost, HandsOutPrivateCopiesOfFramesInsideTheClip) {
     EXPECT_EQ(firstByte(2, false), unaltered);
     EXPECT_EQ(firstByte(4, false), firstByte(1000, false));
     EXPECT_EQ(firstByte(0, false), firstByte(-7, false));
-    EXPECT_EQ(clip.reads, std::vector<std::int64_t>({2, 4, 0}));
+    EXPECT_EQ(clip.reads, Frames({2, 4, 0}));
 }
 
 TEST(ClipHost, AnswersTimesAndFramesFromABaseNearTheOutputFrame) {
@@ -95,7 +124,7 @@ TEST(ClipHost, AnswersTimesAndFramesFromABaseNearTheOutputFrame) {
     KQImage* image = nullptr;
     clip.host.GetToBeWarpedSequenceImage(&image, 289);
     clip.host.CleanUpCheckedOutImage(image);
-    EXPECT_EQ(clip.reads, std::vector<std::int64_t>({500001}));
+    EXPECT_EQ(clip.reads, Frames({500001}));
 }
 
 // Source times 0.5 and 4096.5 are the same numbers to the engine, and of different frames.
@@ -112,20 +141,53 @@ TEST(ClipHost, PicturesDoNotDependOnTheFrameBefore) {
     }
 }
 
-TEST(ClipHost, ReadsInTheOrderThatIsAnnounced) {
-    const std::vector<std::int64_t> frames = {0, 1, 2, 3, 4, 5, 8, 20};
-    for (const char* speed : {"0.3", "1", "2.5"}) {
-        for (const int interp : {0, 1, 2}) {
-            NoiseHost clip(speed, 11);
-            for (const std::int64_t frame : frames) {
-                ASSERT_EQ(clip.Render(frame, interp), ZPErrNone);
+Frames Announced(ClipRole role, const NoiseHost& clip) {
+    Frames announced;
+    const auto next = OrderFor(role, clip.options, clip.plan);
+    for (std::int64_t frame = next(); frame >= 0; frame = next()) announced.push_back(frame);
+    return announced;
+}
+
+// On source frames and between them. A frame that is read once more, or for nothing, shows as well.
+TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
+    struct Case {
+        std::size_t mattes;
+        View view;
+        float shrink;
+        int quality;
+        const char* motionFrom;
+    };
+    for (const Case& c : {Case{0, View::kOutput, 0.0f, 5, ""},
+                          {0, View::kOutput, 0.0f, 5, "clip"},
+                          {0, View::kOutput, 0.0f, 0, "clip"},
+                          {1, View::kOutput, 0.0f, 5, "clip"},
+                          {1, View::kOutput, 1.5f, 5, ""},
+                          {1, View::kOutput, 1.5f, 0, ""},
+                          {1, View::kBackground, 0.0f, 5, "clip"},
+                          {2, View::kForeground, 0.0f, 5, ""},
+                          {2, View::kBackground, 0.0f, 0, "clip"}}) {
+        Options options;
+        options.mattes.resize(c.mattes);
+        options.matteShrinks.assign(c.mattes, c.shrink);
+        options.fgSensitivities.assign(c.mattes, 0.7f);
+        options.view = c.view;
+        options.quality = c.quality;
+        options.motionFrom = c.motionFrom;
+        for (const char* speed : {"0.3", "1", "2.5"}) {
+            NoiseHost clip(speed, 11, options);
+            clip.plan.frames = {0, 1, 2, 3, 4, 5, 8, 20};
+            int interp = 0;
+            for (const std::int64_t frame : clip.plan.frames) {
+                ASSERT_EQ(clip.Render(frame, interp++ % 3), ZPErrNone);
             }
-            std::vector<std::int64_t> announced;
-            const auto next = ReadingOrder(*clip.law, frames, 11);
-            for (std::int64_t frame = next(); frame >= 0; frame = next()) {
-                announced.push_back(frame);
+            const auto what = ::testing::Message() << "case " << c.mattes << c.quality << speed;
+            EXPECT_EQ(clip.reads, Announced(ClipRole::kSource, clip)) << what;
+            EXPECT_EQ(clip.motionReads,
+                      *c.motionFrom ? Announced(ClipRole::kMotion, clip) : Frames())
+                << what;
+            for (const Frames& reads : clip.matteReads) {
+                EXPECT_EQ(reads, Announced(ClipRole::kMatte, clip)) << what;
             }
-            EXPECT_EQ(clip.reads, announced) << speed << " interp " << interp;
         }
     }
 }

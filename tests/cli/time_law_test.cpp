@@ -35,6 +35,10 @@ TEST(DecimalText, IsWhatWasWritten) {
         EXPECT_EQ(DecimalText(ParseDecimal(text).value()), text);
     }
     EXPECT_EQ(DecimalText(ParseDecimal("+07.500").value()), "7.5");
+    for (const char* text : {"0", "250", "65534.25", "-0.1", "0.015625"}) {
+        EXPECT_EQ(NumberText(AsFloat(ParseDecimal(text).value())), text);
+    }
+    EXPECT_EQ(NumberText(0x1.fffffep-8f), "0.007812499");  // cut where options take no more
 }
 
 TEST(FixedTime, HoldsForEveryFrame) {
@@ -42,6 +46,17 @@ TEST(FixedTime, HoldsForEveryFrame) {
     ExpectPlace(law->At(0, 0), 4100, 125000);
     ExpectPlace(law->At(7, 1), 4100, 125000);
     EXPECT_EQ(law->At(0, 0).After(4096), 4.125f);
+}
+
+TEST(SnappedLaws, ShowTheNearerFrameOrTheMiddleOfThePair) {
+    const auto nearest = NearestFrames(Speed("0.25"));
+    const auto middle = MiddlesOfPairs(Speed("0.25"));
+    ExpectPlace(nearest->At(2, 0), 0, 0);  // a tie
+    ExpectPlace(nearest->At(3, 0), 1, 0);
+    ExpectPlace(nearest->At(2, 1), 1, 0);
+    ExpectPlace(middle->At(3, 0), 0, 500000);
+    ExpectPlace(middle->At(4, 0), 1, 500000);
+    EXPECT_EQ(middle->Length(10), 37);
 }
 
 TEST(ConstantSpeed, PlacesFramesWhereArithmeticSays) {

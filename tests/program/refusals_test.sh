@@ -20,8 +20,8 @@ expect 2 '=' retime "$in" -o="$out/slow.mkv"
 expect 2 'slow.%04d.png' retime "$in" -o "$out/slow.png"
 expect 2 'slow.xyz' retime "$in" -o "$out/slow.xyz"
 expect 2 '--depth' retime "$in" -o "$frames" --depth float
-for option in --speed-curve --frame-curve --matte --view --compensate --input-fields \
-    --output-fields --motion-from --scenes --setup --log; do
+for option in --speed-curve --frame-curve --compensate --input-fields --output-fields --scenes \
+    --setup --log; do
     expect 2 "$option" retime "$in" -o "$frames" "$option" x
 done
 expect 2 '--resume' retime "$in" -o "$frames" --resume

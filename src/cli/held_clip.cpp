@@ -1,0 +1,19 @@
+#include "cli/held_clip.h"
+
+namespace velorin {
+
+Picture& HeldClip::Fetch(std::int64_t frame) {
+    bool held = false;
+    const int place = recent.Use(frame, held);
+    if (!held) {
+        try {
+            clip->Read(frame, pictures[place]);
+        } catch (...) {
+            recent.Forget(place);
+            throw;
+        }
+    }
+    return pictures[place];
+}
+
+}  // namespace velorin

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "cli/recent_frames.h"
+#include "media/clip.h"
+
+namespace velorin {
+
+// A clip whose frames used last stay in memory.
+class HeldClip {
+  public:
+    explicit HeldClip(std::unique_ptr<ClipReader> newClip) : clip(std::move(newClip)) {}
+
+    // Frame `frame`, until another is fetched that takes its place. Throws MediaError.
+    Picture& Fetch(std::int64_t frame);
+
+  private:
+    std::unique_ptr<ClipReader> clip;
+    RecentFrames recent;
+    std::array<Picture, RecentFrames::kCount> pictures;  // in the places of `recent`
+};
+
+}  // namespace velorin

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "cli/clip_host.h"
+#include "cli/options.h"
+#include "cli/run_plan.h"
+#include "media/clip.h"
+
+namespace velorin {
+
+// Opens the clips that the options name. Throws MediaError of kind kInput for one that is missing,
+// of another size than the source or shorter.
+RunClips OpenRunClips(const Options& options);
+
+// What is known of the clips beside the source.
+std::vector<ClipInfo> OtherClips(const RunClips& clips);
+
+enum class ClipRole { kSource, kMotion, kMatte };
+
+// The frames that the plan's output frames read of a clip in that role, in the order of a run; -1
+// at the end. `plan` outlives it.
+std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan);
+
+// The clips as the engine takes them, in the source's pixel type, each read ahead by what the
+// plan's output frames read of it. `plan` outlives them.
+RunClips ReadForRun(RunClips clips, const Options& options, const RunPlan& plan);
+
+}  // namespace velorin

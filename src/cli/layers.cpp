@@ -1,0 +1,65 @@
+#include "cli/layers.h"
+
+#include <algorithm>
+
+#include "engine/on_frame.h"
+
+namespace velorin {
+
+namespace {
+
+// The engine cuts layers out where it moves them and where it does not draw them all: all layers of
+// a still frame are the frame itself.
+bool CutsLayers(const Options& options, float time) {
+    if (options.mattes.empty() || options.view == View::kMatte) return false;
+    const bool drawsAll = LayersDrawn(options).Count() > static_cast<int>(options.mattes.size());
+    return !drawsAll || EstimatesMotion(options, time);
+}
+
+}  // namespace
+
+DrawnLayers LayersDrawn(const Options& options) {
+    const int background = static_cast<int>(options.mattes.size());
+    if (options.view == View::kBackground) return {background, background};
+    if (options.view == View::kForeground) return {background - 1, 0};
+    return {background, 0};
+}
+
+bool EstimatesMotion(const Options& options, float time) {
+    if (options.quality == 0 || options.view == View::kMatte) return false;
+    if (!LiesOnFrame(time)) return true;
+    // What a shrunken matte leaves open on a source frame is filled from the frame after it.
+    return std::any_of(options.matteShrinks.begin(), options.matteShrinks.end(),
+                       [](float shrink) { return shrink != 0.0f; });
+}
+
+bool ReadsSource(const Options& options) {
+    return options.view != View::kMatte;
+}
+
+bool ReadsMotionClip(const Options& options, float time) {
+    return EstimatesMotion(options, time) || CutsLayers(options, time);
+}
+
+bool ReadsMattes(const Options& options, float time) {
+    return options.view == View::kMatte || CutsLayers(options, time);
+}
+
+std::string LayersText(const Options& options) {
+    if (options.mattes.empty() && options.view == View::kOutput) return "";
+    std::string text =
+        "\nview: " + std::string(ChoiceWord("--view", static_cast<int>(options.view)));
+    for (std::size_t i = 0; i < options.mattes.size(); ++i) {
+        text += "\nmatte: " + options.mattes[i] + ", " +
+                std::string(ChoiceWord("--matte-channel", options.matteChannel.value_or(0))) +
+                ", sensitivity " + NumberText(options.fgSensitivities[i]) + ", shrink " +
+                NumberText(options.matteShrinks[i]);
+        const std::optional<MatteLevels>& levels = options.matteLevels[i];
+        if (levels) {
+            text += ", levels " + NumberText(levels->black) + "," + NumberText(levels->white);
+        }
+    }
+    return text;
+}
+
+}  // namespace velorin
