@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "engine/fields.h"
 #include "image/copy.h"
 #include "image/parallel_rows.h"
 #include "image/pixel_form.h"
@@ -35,6 +36,14 @@ void Reorder(ZPImage& image, const ChannelOrder& from) {
     });
 }
 
+int FrameOf(int frameOrField, int inputFields) {
+    return inputFields != 0 ? frameOrField / 2 : frameOrField;
+}
+
+void LeaveField(KQImage& image, int field, int inputFields) {
+    if (inputFields != 0) ExtractField(*image.internal, ExtractModeOf(field, inputFields));
+}
+
 ChannelOrder OrderOf(const KQImageInternal& image) {
     return {image.redIndex, image.greenIndex, image.blueIndex, image.alphaIndex};
 }
@@ -60,8 +69,10 @@ void OrderChannelsForHost(KQImage& image) {
     Reorder(*image.internal, inverse);
 }
 
-int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingClip) {
+int CheckOutFrame(KQVelorin4& host, KQImage** out, int frameOrField, int inputFields,
+                  int useTrackingClip) {
     *out = nullptr;
+    const int frame = FrameOf(frameOrField, inputFields);
     const int code = useTrackingClip == 1 ? host.GetTrackingSequenceImage(out, frame)
                                           : host.GetToBeWarpedSequenceImage(out, frame);
     if (code != ZPErrNone) {
@@ -70,6 +81,7 @@ int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingCli
     }
     if (!ResolveImage(*out) || !HasChannelOrder(**out)) throw ZPErrBadArgument;
     OrderChannelsForEngine(**out);
+    LeaveField(**out, frameOrField, inputFields);
     return ZPErrNone;
 }
 
@@ -96,18 +108,22 @@ void CheckInMatte(KQVelorin4& host, KQImage* matte) noexcept {
 
 }  // namespace
 
-int CheckOutMatte(KQVelorin4& host, KQImage** out, int frame, int layer) noexcept {
+int CheckOutMatte(KQVelorin4& host, KQImage** out, int frameOrField, int inputFields,
+                  int layer) noexcept {
     *out = nullptr;
     int code = ZPErrNoMemory;
     try {
-        code = host.GetMatteLayerSequenceImage(out, frame, layer);
+        code = host.GetMatteLayerSequenceImage(out, FrameOf(frameOrField, inputFields), layer);
         if (code != ZPErrNone) {
             *out = nullptr;
             return code;
         }
         const ZPImage* matte = ResolveImage(*out);
-        if (matte && matte->channels == 1) return ZPErrNone;
         code = ZPErrBadArgument;
+        if (matte && matte->channels == 1) {
+            LeaveField(**out, frameOrField, inputFields);
+            return ZPErrNone;
+        }
     } catch (ZPErr failure) {
         code = failure == ZPErrBadArgument ? ZPErrBadArgument : ZPErrNoMemory;
     } catch (...) {
@@ -119,7 +135,7 @@ int CheckOutMatte(KQVelorin4& host, KQImage** out, int frame, int layer) noexcep
 
 void HeldFrames::Hold(KQImage** handle, int frame, int useTrackingClip) {
     if (*handle) return;
-    const int code = CheckOutFrame(host, handle, frame, useTrackingClip);
+    const int code = CheckOutFrame(host, handle, frame, inputFields, useTrackingClip);
     if (code != ZPErrNone) throw static_cast<ZPErr>(code);
 }
 
@@ -148,7 +164,7 @@ void HeldFrames::GiveBackTracked() {
 }
 
 void HeldFrames::HoldMatte(KQImage** handle, int frame, int layer) {
-    const int code = CheckOutMatte(host, handle, frame, layer);
+    const int code = CheckOutMatte(host, handle, frame, inputFields, layer);
     if (code != ZPErrNone) throw static_cast<ZPErr>(code);
 }
 

@@ -7,19 +7,22 @@
 namespace velorin {
 
 // Asks the host for a source frame, of the tracking clip if `useTrackingClip` is 1. Its channels
-// are brought into the order red, green, blue, alpha in place.
+// are brought into the order red, green, blue, alpha in place. With `inputFields` other than 0 the
+// number counts fields, two to a frame, and the frame becomes a picture of that field.
 //
 // Answers the host's code, and null where that is a failure; throws ZPErrBadArgument for an image
 // without pixels, or whose channel indices do not name each channel once.
-int CheckOutFrame(KQVelorin4& host, KQImage** out, int frame, int useTrackingClip);
+int CheckOutFrame(KQVelorin4& host, KQImage** out, int frameOrField, int inputFields,
+                  int useTrackingClip);
 
 // Undoes the reordering and gives the frame back, whatever the host makes of it. Null does nothing.
 void CheckInFrame(KQVelorin4& host, KQImage* image) noexcept;
 
-// Asks the host for the matte of a layer at a source frame. Whatever fails, nothing stays checked
-// out and `*out` is null: the host's code, 5 for an image that has no pixels or other than one
-// channel, 1 for all else.
-int CheckOutMatte(KQVelorin4& host, KQImage** out, int frame, int layer) noexcept;
+// Asks the host for the matte of a layer at a source frame or field, likewise. Whatever fails,
+// nothing stays checked out and `*out` is null: the host's code, 5 for an image that has no pixels
+// or other than one channel, 1 for all else.
+int CheckOutMatte(KQVelorin4& host, KQImage** out, int frameOrField, int inputFields,
+                  int layer) noexcept;
 
 // The mattes of one frame, front first; null beyond the matte layers.
 using LayerMattes = std::array<const ZPImage*, kMaxMatteLayers>;
@@ -32,10 +35,12 @@ bool HasChannelOrder(const KQImage& image);
 void OrderChannelsForEngine(KQImage& image);
 void OrderChannelsForHost(KQImage& image);
 
-// The frames that a pass holds. Whatever is still held is given back at the end of its life.
+// The frames, or fields, that a pass holds. Whatever is still held is given back at the end of its
+// life.
 class HeldFrames {
   public:
-    explicit HeldFrames(KQVelorin4& newHost) : host(newHost) {}
+    HeldFrames(KQVelorin4& newHost, int newInputFields)
+        : host(newHost), inputFields(newInputFields) {}
     ~HeldFrames() { GiveBack(); }
 
     HeldFrames(const HeldFrames&) = delete;
@@ -66,6 +71,7 @@ class HeldFrames {
     static LayerMattes ImagesOf(const MatteHandles& handles);
 
     KQVelorin4& host;
+    const int inputFields;
     KQImage* warpedFloor = nullptr;
     KQImage* warpedCeil = nullptr;
     KQImage* trackedFloor = nullptr;

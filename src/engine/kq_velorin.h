@@ -82,12 +82,18 @@ class KQVelorin4 : public KQMem {
     // Renders one output frame into `resultImage`, which has the clip's size, type and channels;
     // with matte layers it has four.
     //
-    //   secondFieldImage   second field pass; read only when outputFields is not 0
-    //   inputFields        0 progressive, 1 upper field first, 2 lower field first; so outputFields
+    //   secondFieldImage   like the result: the second field pass, woven into the result at the
+    //   end;
+    //                      used only when outputFields is not 0
+    //   inputFields        0 progressive, 1 upper field first, 2 lower field first; so
+    //   outputFields.
+    //                      Fields of the input count as pictures of their own, at twice the rate
     //   vectorQuality      0 no vectors, 1 and 2 an eighth of the frame's size, 3 a quarter,
     //                      4 half, 5 the frame's own size
     //   outputTime         in output frames; nextOutputTime is that of the following frame
     //   frame rates        above 0.01; a change of either drops kept flows, nothing else
+    //   compensate         0.0 to 5.0: motion blur to fit the speed, added along the flow above the
+    //                      source's own and taken away below it; from 0.005 on
     //   motionSensitivity  of the background layer, 0.0 to 1.0; so layerSensitivity
     //   interpMethod       0 nearest, 1 blend, 2 weighted energy blend
     //   fullDetail         1; 0 takes one step less detail
@@ -102,8 +108,8 @@ class KQVelorin4 : public KQMem {
     // 0, or a ZPErr after clean-up; 1, with no slot called, while `internal` is null. No exception
     // passes. Flows between the same two source frames are estimated once while they are kept.
     //
-    // Not built yet and refused with ZPErrBadArgument: fields, compensation, guide
-    // geometry, layers without the estimator, and supplied vectors.
+    // Not built yet and refused with ZPErrBadArgument: guide geometry, layers without the
+    // estimator, and supplied vectors.
     int RenderFrame(KQImage* resultImage, KQImage* secondFieldImage, std::int32_t newInputFields,
                     std::int32_t newOutputFields, std::int32_t newVectorQuality, float outputTime,
                     float nextOutputTime, float newSourceFrameRate, float newOutputFrameRate,

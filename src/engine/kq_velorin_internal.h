@@ -137,6 +137,7 @@ class KQVelorin4Internal : public KQMem {
     void ComputeBothFlows(RenderPass& pass);
     void WarpNearest(RenderPass& pass);
     void WarpBoth(RenderPass& pass);
+    void CompensateFrame(RenderPass& pass);
     // layered.cpp
     void RenderLayers(RenderPass& pass);
     void RenderLayer(RenderPass& pass, LayerWork& work, int layer);

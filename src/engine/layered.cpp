@@ -1,3 +1,4 @@
+#include "engine/compensate_blur.h"
 #include "engine/layer_work.h"
 #include "flow/matte.h"
 #include "image/arithmetic.h"
@@ -86,13 +87,19 @@ void KQVelorin4Internal::RenderLayer(RenderPass& pass, LayerWork& work, int laye
     }
     if (estimates) ComputeLayerFlows(pass, work, layer);
     pass.progress.CollapseRange();  // the picture takes little time beside the flows
-    const ZPImage& picture = pass.interpMethod == 0 ? BuildNearestLayer(pass, work, layer, moves)
-                                                    : BuildMixedLayer(pass, work, layer, moves);
+    ZPImage* picture = pass.interpMethod == 0 ? &BuildNearestLayer(pass, work, layer, moves)
+                                              : &BuildMixedLayer(pass, work, layer, moves);
+    if (moves && pass.CompensatesBlur()) {
+        ZPImage& blurred = picture == &work.layerP ? work.layerQ : work.layerP;
+        CompensateBlur(blurred, *picture, *LayerFlowA(layer), pass.request.fullDetail == 1,
+                       pass.progress, pass.BlurAmount());
+        picture = &blurred;
+    }
     ZPImage& target = pass.Target();
     if (layer == layerCount - 1) {
-        CopyExact(&target, &picture);
+        CopyExact(&target, picture);
     } else {
-        CompositeOver(target, 0, 0, picture, 0, 0, picture.lastColumn, picture.lastRow);
+        CompositeOver(target, 0, 0, *picture, 0, 0, picture->lastColumn, picture->lastRow);
     }
 }
 

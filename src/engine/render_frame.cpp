@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "engine/fields.h"
 #include "engine/render_pass.h"
 #include "image/copy.h"
 
@@ -9,9 +10,7 @@ namespace {
 
 // What this engine does not render yet is refused, never rendered as something else.
 void RefuseUnbuilt(const FrameRequest& request, int hostVectors) {
-    const bool unbuilt = request.inputFields != 0 || request.outputFields != 0 ||
-                         request.compensate > 0.005f || request.interpMethod < 0 ||
-                         request.interpMethod > 2 || hostVectors == 1;
+    const bool unbuilt = request.interpMethod < 0 || request.interpMethod > 2 || hostVectors == 1;
     if (unbuilt) throw ZPErrBadArgument;
 }
 
@@ -25,7 +24,11 @@ ZPImage* TargetOf(KQImage* handle) {
 void ClearTargets(RenderPass& pass) {
     const FrameRequest& request = pass.request;
     pass.target[0] = TargetOf(request.resultImage);
-    if (request.outputFields != 0) pass.target[1] = TargetOf(request.secondFieldImage);
+    if (request.outputFields != 0) {
+        pass.target[1] = TargetOf(request.secondFieldImage);
+        if (ShapeDiffers(pass.target[1], pass.target[0])) throw ZPErrBadArgument;
+        if (pass.target[1]->pixelType != pass.target[0]->pixelType) throw ZPErrBadArgument;
+    }
     for (ZPImage* target : pass.target) ClearImage(target);
 }
 
@@ -80,6 +83,9 @@ void KQVelorin4Internal::RenderPasses(RenderPass& pass) {
         pass.passStep = 0.5f;
     }
     for (pass.pass = 0; pass.pass < pass.passCount; ++pass.pass) RenderOnePass(pass);
+    if (pass.passCount == 2) {
+        WeaveFields(*pass.target[0], *pass.target[1], WeaveModeOf(request.outputFields));
+    }
     OrderChannelsForHost(*request.resultImage);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cmath>
 
 #include "engine/frame_checkout.h"
 #include "engine/kq_velorin_internal.h"
@@ -10,7 +11,10 @@ namespace velorin {
 // One request under way: the choices made for it, and the values of its current pass.
 struct RenderPass {
     RenderPass(KQVelorin4& newHost, const FrameRequest& newRequest)
-        : host(newHost), request(newRequest), progress(newRequest.progress), frames(newHost) {}
+        : host(newHost),
+          request(newRequest),
+          progress(newRequest.progress),
+          frames(newHost, newRequest.inputFields) {}
 
     // The images inside the result handles.
     const ZPImage& Sample() const { return *target[0]; }
@@ -46,6 +50,15 @@ struct RenderPass {
         }
     }
 
+    // How far the source advances in one output step: in frames, or in fields of the input.
+    float TimeStep() const { return std::fabs(sourceTime - nextSourceTime); }
+    // Whether motion blur is to fit the speed, and by how much of the flow: none at the source's
+    // own speed, sharpened below it.
+    bool CompensatesBlur() const {
+        return static_cast<double>(TimeStep()) > 1e-06 &&
+               static_cast<double>(host.compensate) > 0.005;
+    }
+    float BlurAmount() const { return (TimeStep() - 1.0f) * host.compensate; }
     bool TracksOtherClip() const { return request.sameClipForTracking == 0; }
 
     KQVelorin4& host;

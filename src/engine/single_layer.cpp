@@ -1,3 +1,4 @@
+#include "engine/compensate_blur.h"
 #include "engine/method_matrix.h"
 #include "engine/render_pass.h"
 #include "image/copy.h"
@@ -26,6 +27,7 @@ void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
     } else {
         WarpBoth(pass);
     }
+    CompensateFrame(pass);
 }
 
 void KQVelorin4Internal::PrepareEstimator(RenderPass& pass, int layer, bool masked) {
@@ -89,6 +91,17 @@ void KQVelorin4Internal::WarpNearest(RenderPass& pass) {
     const std::unique_ptr<ZPImage> coverage = pass.CreateCoverage(UsesCoverage(warpingMethod));
     MoveNearest(pass.Target(), shown, *opticalFlow->Flow(), amount, warpingMethod, coverage.get(),
                 pass.progress);
+}
+
+void KQVelorin4Internal::CompensateFrame(RenderPass& pass) {
+    if (!pass.CompensatesBlur()) return;
+    ZPImage& target = pass.Target();
+    // In the target's row order, as the sharpening needs it.
+    ZPImage blurred(target.width, target.height, target.channels, target.pixelType,
+                    static_cast<int>(target.bottomUp));
+    CompensateBlur(blurred, target, *LayerFlowA(0), pass.request.fullDetail == 1, pass.progress,
+                   pass.BlurAmount());
+    CopyExact(&target, &blurred);
 }
 
 void KQVelorin4Internal::WarpBoth(RenderPass& pass) {

@@ -61,9 +61,6 @@ TEST(RenderFrame, BadRequestsAreRefused) {
     EXPECT_EQ(code([](MemoryHost& host) { host.outputRate = 0.01f; }), 0);
     EXPECT_EQ(code([](MemoryHost& host) { host.outputRate = 0.009f; }), ZPErrBadArgument);
     EXPECT_EQ(code([](MemoryHost& host) { host.sourceRate = 0.01f; }), ZPErrBadArgument);
-    EXPECT_EQ(code([](MemoryHost& host) { host.inputFieldsAsked = 1; }), ZPErrBadArgument);
-    EXPECT_EQ(code([](MemoryHost& host) { host.outputFieldsAsked = 2; }), ZPErrBadArgument);
-    EXPECT_EQ(code([](MemoryHost& host) { host.compensateAsked = 1.0f; }), ZPErrBadArgument);
     EXPECT_EQ(code([](MemoryHost& host) { host.method = 3; }), ZPErrBadArgument);
     EXPECT_EQ(withMattes(1, nullptr), ZPErrBadArgument);
     EXPECT_EQ(withMattes(kMaxLayers, zeros), ZPErrBadArgument);

@@ -34,10 +34,18 @@ class MemoryHost : public KQVelorin4 {
         handle.WrapInternal(image);
         handle.Internal()->redIndex = redIndex;
         handle.Internal()->blueIndex = 2 - redIndex;
-        return RenderFrame(&handle, nullptr, inputFieldsAsked, outputFieldsAsked, quality,
-                           outputTime, outputTime + 1.0f, sourceRate, outputRate, compensateAsked,
-                           sensitivity, method, 1, sameClip, keepFlows, matteLayers, layerShrink,
-                           layerSensitivity, progress, imagesAreYCbCr);
+        KQImage second;
+        second.CreateInternal();
+        std::vector<std::byte> block(outputFieldsAsked != 0 ? sample.RowPixelBytes() * sample.height
+                                                            : 0);
+        if (!block.empty()) {
+            second.InitRGBA(block.data(), sample.width, sample.height,
+                            sample.width * 4 * sample.channelBytes, 1, sample.pixelType);
+        }
+        return RenderFrame(&handle, block.empty() ? nullptr : &second, inputFieldsAsked,
+                           outputFieldsAsked, quality, outputTime, outputTime + 1.0f, sourceRate,
+                           outputRate, compensateAsked, sensitivity, method, 1, sameClip, keepFlows,
+                           matteLayers, layerShrink, layerSensitivity, progress, imagesAreYCbCr);
     }
 
     int GetToBeWarpedSequenceImage(KQImage** out, int frame) override {
