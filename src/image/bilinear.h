@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "image/float4.h"
 #include "image/rounding.h"
 #include "image/zp_image.h"
@@ -37,18 +39,47 @@ inline Lane MixSquare(Lane topLeft, Lane topRight, Lane bottomLeft, Lane bottomR
     return Mix(top, bottom, ty);
 }
 
-// The pixel at a place inside the image, all channels alike.
+// A picture that is read at many places: what is fixed for all of them is found once.
+template <typename Form>
+class PixelReader {
+  public:
+    using Lanes = PixelLanes<Form::kChannels>;
+
+    explicit PixelReader(const ZPImage& image)
+        : firstRow(image.Row<std::byte>(0)),
+          rowStep(image.rowStep),
+          lastColumn(image.lastColumn),
+          lastRow(image.lastRow) {}
+
+    // The pixel of a column and a row.
+    Lanes At(int column, int row) const { return Lanes::Load(Find(column, row)); }
+
+    // The pixel at a place inside the image, all channels alike.
+    Lanes Between(float sx, float sy) const {
+        const AxisSample column = LocateSample(sx, lastColumn);
+        const AxisSample row = LocateSample(sy, lastRow);
+        const Value* top = Find(column.index, row.index);
+        const Value* bottom = Find(column.index, row.index + 1);
+        return MixSquare(Lanes::Load(top), Lanes::Load(top + Form::kChannels), Lanes::Load(bottom),
+                         Lanes::Load(bottom + Form::kChannels), column.weight, row.weight);
+    }
+
+  private:
+    using Value = typename Form::Value;
+
+    const Value* Find(int column, int row) const {
+        return reinterpret_cast<const Value*>(firstRow + row * rowStep) + column * Form::kChannels;
+    }
+
+    const std::byte* firstRow;
+    std::ptrdiff_t rowStep;
+    int lastColumn;
+    int lastRow;
+};
+
 template <typename Form>
 PixelLanes<Form::kChannels> SamplePixel(const ZPImage& image, float sx, float sy) {
-    using Value = typename Form::Value;
-    using Lanes = PixelLanes<Form::kChannels>;
-    constexpr int kChannels = Form::kChannels;
-    const AxisSample column = LocateSample(sx, image.lastColumn);
-    const AxisSample row = LocateSample(sy, image.lastRow);
-    const Value* top = image.Row<Value>(row.index) + column.index * kChannels;
-    const Value* bottom = image.Row<Value>(row.index + 1) + column.index * kChannels;
-    return MixSquare(Lanes::Load(top), Lanes::Load(top + kChannels), Lanes::Load(bottom),
-                     Lanes::Load(bottom + kChannels), column.weight, row.weight);
+    return PixelReader<Form>(image).Between(sx, sy);
 }
 
 // A flow, read along one line of a picture of possibly another size: what is fixed for the line is
