@@ -23,23 +23,21 @@ struct BlurJob {
 
 // How a place becomes a sample. `kShortest` is the square of the half path below which a pixel is
 // copied; `Settle` gives the coordinate that decides whether the sample lies inside.
-template <typename Form>
 struct BilinearSamples {
     static constexpr float kShortest = 1e-6f;
     static float Settle(float position) { return position; }
-    static auto Read(const ZPImage& source, float x, float y) {
-        return SamplePixel<Form>(source, x, y);
+    template <typename Reader>
+    static auto Read(const Reader& source, float x, float y) {
+        return source.Between(x, y);
     }
 };
 
-template <typename Form>
 struct NearestSamples {
     static constexpr float kShortest = 1.0f;
     static float Settle(float position) { return position + 0.5f; }
-    static auto Read(const ZPImage& source, float x, float y) {
-        return PixelLanes<Form::kChannels>::Load(
-            source.Row<typename Form::Value>(TruncateInside(y)) +
-            TruncateInside(x) * Form::kChannels);
+    template <typename Reader>
+    static auto Read(const Reader& source, float x, float y) {
+        return source.At(TruncateInside(x), TruncateInside(y));
     }
 };
 
@@ -107,12 +105,13 @@ class StripBlur {
             const float sy = Samples::Settle(y);
             // Written so that a NaN is not inside.
             if (!(sx >= 0.0f && sx < width && sy >= 0.0f && sy < height)) return i;
-            sum = sum + Samples::Read(job.source, sx, sy);
+            sum = sum + Samples::Read(reader, sx, sy);
         }
         return samples;
     }
 
     const BlurJob& job;
+    const PixelReader<Form> reader{job.source};
     const float width = static_cast<float>(job.source.width);
     const float height = static_cast<float>(job.source.height);
     float flowScaleX;
@@ -137,14 +136,12 @@ void BlurRows(const BlurJob& job, int firstRow, int lastRow, KQIdleAndProgressCl
 
 template <typename Form>
 BlurKernel ChooseKernel(bool bilinear, bool outsideCounts) {
-    using Bilinear = BilinearSamples<Form>;
-    using Nearest = NearestSamples<Form>;
     if (bilinear) {
-        return outsideCounts ? BlurRows<StripBlur<Form, Bilinear, true>>
-                             : BlurRows<StripBlur<Form, Bilinear, false>>;
+        return outsideCounts ? BlurRows<StripBlur<Form, BilinearSamples, true>>
+                             : BlurRows<StripBlur<Form, BilinearSamples, false>>;
     }
-    return outsideCounts ? BlurRows<StripBlur<Form, Nearest, true>>
-                         : BlurRows<StripBlur<Form, Nearest, false>>;
+    return outsideCounts ? BlurRows<StripBlur<Form, NearestSamples, true>>
+                         : BlurRows<StripBlur<Form, NearestSamples, false>>;
 }
 
 bool Fits(const BlurJob& job) {
