@@ -19,9 +19,9 @@ namespace velorin {
 //   amount         how much of the vector the samples cover
 //
 // The samples lie one to two pixels apart. Where half the covered path is shorter than 0.001 of a
-// pixel, or one pixel without `bilinear`, the pixel is copied. A path of half 2^31 pixels or more,
-// or one that is not a number, is three samples of which the pixel's own alone lies inside. No
-// pixel takes more samples than a line across the picture holds, however long its vector.
+// pixel, or than one pixel without `bilinear`, the pixel is copied. Where it is 2^31 pixels or
+// more, or not a number, there are three samples, of which the pixel's own alone lies inside. No
+// vector, however long, costs more samples than a line across the picture holds.
 //
 // Throws ZPErrBadArgument where images or rectangle do not fit, before anything is written, and
 // what `progress` throws.
