@@ -79,6 +79,15 @@ void TimeLayers(const std::string& form, int method, int warping, float otherTim
     });
 }
 
+// Two passes of an interlaced clip, each between two fields.
+void TimeFields(const std::string& form, float otherTime) {
+    Time("engine: full HD frame, fields in and out, " + form, [=] {
+        const auto host = CreateHost(ZPPixUChar, 1, 0);
+        host->inputFieldsAsked = host->outputFieldsAsked = 1;
+        return PrepareFrames(host, 1.0f, otherTime);
+    });
+}
+
 bool Register() {
     TimeFirstFrames("8-bit, blend", ZPPixUChar, 1);
     TimeFirstFrames("8-bit, nearest", ZPPixUChar, 0);
@@ -92,6 +101,8 @@ bool Register() {
         }
     }
     TimeFrames("float, blend, inverse", ZPPixFloat, 1, 0);
+    TimeFields("first of a pair, 8-bit, blend, inverse", 5.0f);
+    TimeFields("further one of a pair, 8-bit, blend, inverse", 1.25f);
     TimeLayers("first of a pair, 8-bit, blend, inverse", 1, 0, 5.0f);
     TimeLayers("further one of a pair, 8-bit, nearest, inverse", 0, 0, 1.25f);
     TimeLayers("further one of a pair, 8-bit, blend, inverse", 1, 0, 1.25f);

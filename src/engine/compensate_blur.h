@@ -11,10 +11,9 @@ namespace velorin {
 //   destination, source  two images of one size, picture form and row order
 //   flow                 as in BlurAlongFlow; its vectors lead over one whole source frame
 //   bilinear             as in BlurAlongFlow: false for a draft
-//   amount               above 0 the share of a vector to blur over, limited to 20; below 0 how
-//   much
-//                        of the difference from half a vector's blur to take away, limited to -10;
-//                        closer to 0 than 0.000001 the picture is copied
+//   amount               above 0 the share of a vector to blur over, limited to 20; below 0 by how
+//                        much to push away from half a vector's blur, limited to -10; closer to 0
+//                        than 0.000001 the picture is copied
 //
 // With blur added, four-channel pixels have no colour where alpha is 0. Sharpening blends by
 // ZPBlend: integers stay in their range, four-channel pixels whose alpha is not above 0 are

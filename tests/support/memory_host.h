@@ -35,12 +35,12 @@ class MemoryHost : public KQVelorin4 {
         handle.Internal()->redIndex = redIndex;
         handle.Internal()->blueIndex = 2 - redIndex;
         KQImage second;
-        second.CreateInternal();
-        std::vector<std::byte> block(outputFieldsAsked != 0 ? sample.RowPixelBytes() * sample.height
-                                                            : 0);
-        if (!block.empty()) {
-            second.InitRGBA(block.data(), sample.width, sample.height,
-                            sample.width * 4 * sample.channelBytes, 1, sample.pixelType);
+        std::vector<std::byte> block;
+        if (outputFieldsAsked != 0) {
+            block.resize(sample.RowPixelBytes() * sample.height);
+            second.CreateInternal();
+            second.InitRGBA(block.data(), sample.width, sample.height, sample.rowBytes, 1,
+                            sample.pixelType);
         }
         return RenderFrame(&handle, block.empty() ? nullptr : &second, inputFieldsAsked,
                            outputFieldsAsked, quality, outputTime, outputTime + 1.0f, sourceRate,
