@@ -66,6 +66,10 @@ SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted) {
     throw MediaError(MediaError::Kind::kFailure, UnknownExtension(name));
 }
 
+bool CanMarkFields(const std::string& name, int height) {
+    return IsMovieName(name) && MovieCanMarkFields(name, height);
+}
+
 std::unique_ptr<ClipWriter> CreateClip(const std::string& name, const OutputSettings& settings,
                                        const std::vector<std::int64_t>& frames) {
     if (const StillFormat* format = FindStillFormat(name)) {

@@ -55,6 +55,9 @@ struct Window {
     bool operator==(const Window&) const = default;
 };
 
+// Which field of a frame comes first, as far as a file tells. The upper field holds the top line.
+enum class FieldOrder { kUnknown, kProgressive, kUpperFirst, kLowerFirst };
+
 struct ClipInfo {
     std::string name;  // as the user wrote it
     bool isMovie = false;
@@ -66,6 +69,7 @@ struct ClipInfo {
     int firstNumber = 0;   // that of a sequence's first file; 0 for a movie
     Rational rate;         // frames a second
     Rational pixelAspect;  // width over height of one pixel
+    FieldOrder fieldOrder = FieldOrder::kUnknown;
 
     // What an output of the same format keeps.
     int storedBits = 0;  // of a sample, where fewer than the depth's, as in 10-bit DPX; else 0
@@ -84,6 +88,9 @@ class ClipReader {
     // Reads frame `frame`, 0 to frames - 1, exactly, also after any other. Gray is spread over
     // three channels; a picture without alpha gets a full one. Throws MediaError.
     virtual void Read(std::int64_t frame, Picture& picture) = 0;
+    // Before the first Read, where each field will be looked at by itself: keeps colours of one
+    // field out of the other in pictures that a movie marks as interlaced.
+    virtual void KeepFieldsApart() {}
 };
 
 // Opens a movie, an image sequence (shot.%04d.png or shot.####.png) or a folder that holds exactly
@@ -91,10 +98,11 @@ class ClipReader {
 std::unique_ptr<ClipReader> OpenClip(const std::string& name);
 
 struct OutputSettings {
-    ClipInfo source;                         // rate, aspect and channels follow it
-    std::vector<ClipInfo> alsoRead;          // like the source never overwritten
-    SampleDepth depth = SampleDepth::kByte;  // of the pictures that will be written
-    int firstNumber = 0;                     // of output frame 0 in a sequence's names
+    ClipInfo source;                               // rate, aspect and channels follow it
+    std::vector<ClipInfo> alsoRead;                // like the source never overwritten
+    SampleDepth depth = SampleDepth::kByte;        // of the pictures that will be written
+    int firstNumber = 0;                           // of output frame 0 in a sequence's names
+    FieldOrder fieldOrder = FieldOrder::kUnknown;  // a movie is marked with upper or lower first
     bool overwrite = false;
 };
 
@@ -114,6 +122,10 @@ class ClipWriter {
 // loses nothing, or else the best it has. Throws MediaError of kind kFailure for an unknown
 // extension.
 SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted);
+
+// Whether that name's format can mark pictures of so many lines as interlaced. Sequences have no
+// marks.
+bool CanMarkFields(const std::string& name, int height);
 
 // Makes a writer for a movie or a sequence pattern. `frames` are the output frames that will be
 // written: an existing one of them is refused with kOutputExists unless `overwrite`. Checks that

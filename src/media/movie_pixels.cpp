@@ -158,9 +158,29 @@ ChromaPlace ChromaPlaceOf(const AVFrame& frame) {
     return place;
 }
 
-// A scaler between two frames of one size, one of which is Y'CbCr: `video` says with which matrix,
-// range and places of chroma.
-AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video) {
+// A field of a frame, 0 the upper one, as a frame of half the height that owns nothing.
+AVFrame FieldOf(const AVFrame& frame, int field) {
+    AVFrame part = frame;
+    part.height /= 2;
+    for (int plane = 0; plane < AV_NUM_DATA_POINTERS; ++plane) {
+        if (part.data[plane] != nullptr) part.data[plane] += field * part.linesize[plane];
+        part.linesize[plane] *= 2;
+    }
+    return part;
+}
+
+// Chroma half-way between two lines of a frame lies a quarter of a field's line below the upper
+// field's line and three below the lower one's.
+ChromaPlace ChromaPlaceInField(const AVFrame& frame, int field) {
+    ChromaPlace place = ChromaPlaceOf(frame);
+    if (place.y == 128) place.y = field == 0 ? 64 : 192;
+    return place;
+}
+
+// A scaler between two frames of one size, one of which is Y'CbCr: `video` says with which matrix
+// and range, and is the frame that they are or are a field of.
+AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video,
+                    const ChromaPlace& place) {
     AvScaler scaler(sws_alloc_context());
     if (!scaler) throw std::bad_alloc();
     const auto set = [&](const char* option, int value) {
@@ -175,9 +195,9 @@ AvScaler MakeScaler(const AVFrame& from, const AVFrame& to, const AVFrame& video
     set("sws_flags",
         SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT);
     av_opt_set(scaler.get(), "sws_dither", "none", 0);
-    const ChromaPlace place = ChromaPlaceOf(video);
-    set(&to == &video ? "dst_h_chr_pos" : "src_h_chr_pos", place.x);
-    set(&to == &video ? "dst_v_chr_pos" : "src_v_chr_pos", place.y);
+    const bool reads = from.format == video.format;
+    set(reads ? "src_h_chr_pos" : "dst_h_chr_pos", place.x);
+    set(reads ? "src_v_chr_pos" : "dst_v_chr_pos", place.y);
     const int* matrix = sws_getCoefficients(MatrixOf(video));
     const auto range = [&](const AVFrame& frame) {
         const bool rgb = (Descriptor(frame.format).flags & AV_PIX_FMT_FLAG_RGB) != 0;
@@ -201,7 +221,7 @@ AvFrame MakeBetween(int width, int height, AVPixelFormat format) {
     return frame;
 }
 
-void Scale(SwsContext* scaler, const AVFrame& from, AVFrame& to) {
+void ScaleWith(SwsContext* scaler, const AVFrame& from, const AVFrame& to) {
     const int rows =
         sws_scale(scaler, from.data, from.linesize, 0, from.height, to.data, to.linesize);
     if (rows < to.height) throw std::runtime_error("its pixels cannot be converted");
@@ -278,13 +298,38 @@ SampleDepth DepthOf(AVPixelFormat format) {
     return deep ? SampleDepth::kWord : SampleDepth::kByte;
 }
 
+bool PixelConverter::IsByFields(const AVFrame& frame) const {
+    return fieldsApart && frame.interlaced_frame != 0 && frame.height % 4 == 0 &&
+           Descriptor(frame.format).log2_chroma_h == 1;
+}
+
+void PixelConverter::MakeScalers(const AVFrame& from, const AVFrame& to, const AVFrame& video) {
+    if (!IsByFields(video)) {
+        scalers[0] = MakeScaler(from, to, video, ChromaPlaceOf(video));
+        scalers[1].reset();
+        return;
+    }
+    for (int field : {0, 1}) {
+        scalers[field] = MakeScaler(FieldOf(from, field), FieldOf(to, field), video,
+                                    ChromaPlaceInField(video, field));
+    }
+}
+
+void PixelConverter::Scale(const AVFrame& from, AVFrame& to) {
+    if (!scalers[1]) return ScaleWith(scalers[0].get(), from, to);
+    for (int field : {0, 1}) {
+        ScaleWith(scalers[field].get(), FieldOf(from, field), FieldOf(to, field));
+    }
+}
+
 const AVFrame& PixelConverter::Scaled(const AVFrame& frame) {
     const bool deep = DepthOf(static_cast<AVPixelFormat>(frame.format)) == SampleDepth::kWord;
     const AVPixelFormat format = FormatBetween(frame.format, deep);
     if (format == frame.format) return frame;
-    if (!scaler || !SameVideo(frame, made)) {
+    const bool fits = scalers[0] && (scalers[1] != nullptr) == IsByFields(frame);
+    if (!fits || !SameVideo(frame, made)) {
         between = MakeBetween(frame.width, frame.height, format);
-        scaler = MakeScaler(frame, *between, frame);
+        MakeScalers(frame, *between, frame);
         made.width = frame.width;
         made.height = frame.height;
         made.format = frame.format;
@@ -294,7 +339,7 @@ const AVFrame& PixelConverter::Scaled(const AVFrame& frame) {
         between->colorspace = frame.colorspace;
         between->color_range = frame.color_range;
     }
-    Scale(scaler.get(), frame, *between);
+    Scale(frame, *between);
     return *between;
 }
 
@@ -322,11 +367,11 @@ void PixelConverter::ToFrame(const Picture& picture, AVFrame& frame) {
     const bool deep = picture.pixelType != ZPPixUChar;
     const AVPixelFormat format = FormatBetween(frame.format, deep);
     const bool direct = IsPlainRgb(frame.format) || format == frame.format;
-    if (!direct && !scaler) {
+    if (!direct && !scalers[0]) {
         between = MakeBetween(frame.width, frame.height, format);
         between->colorspace = frame.colorspace;
         between->color_range = frame.color_range;
-        scaler = MakeScaler(*between, frame, frame);
+        MakeScalers(*between, frame, frame);
     }
     AVFrame& target = direct ? frame : *between;
     if (IsLikePicture(target.format)) {
@@ -341,7 +386,7 @@ void PixelConverter::ToFrame(const Picture& picture, AVFrame& frame) {
     } else {
         PackRgb<std::uint8_t>(picture, target);
     }
-    if (!direct) Scale(scaler.get(), *between, frame);
+    if (!direct) Scale(*between, frame);
 }
 
 }  // namespace velorin

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "media/clip.h"
 #include "media/libav.h"
 
@@ -28,13 +30,21 @@ class PixelConverter {
     // `frame` has its format, size, matrix and range set, and memory of its own. One converter is
     // for frames of one kind, and pictures of one type.
     void ToFrame(const Picture& picture, AVFrame& frame);
+    // From now on fields of frames that are marked as interlaced are converted each by itself where
+    // lines share chroma: that of one field then never colours the other. Left aside are heights
+    // that are no multiple of 4, at which the fields have unequal shares.
+    void KeepFieldsApart() { fieldsApart = true; }
 
   private:
+    bool IsByFields(const AVFrame& frame) const;
+    void MakeScalers(const AVFrame& from, const AVFrame& to, const AVFrame& video);
+    void Scale(const AVFrame& from, AVFrame& to);
     const AVFrame& Scaled(const AVFrame& frame);
 
-    AvScaler scaler;
-    AVFrame made{};   // what the scaler was made for
-    AvFrame between;  // RGB, or Y'CbCr with as many chroma samples as luma ones
+    bool fieldsApart = false;
+    std::array<AvScaler, 2> scalers;  // of whole frames, or of upper and lower fields
+    AVFrame made{};                   // what the scalers were made for
+    AvFrame between;                  // RGB, or Y'CbCr with as many chroma samples as luma ones
 };
 
 }  // namespace velorin

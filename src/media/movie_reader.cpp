@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "media/movie_fields.h"
 #include "media/movie_index.h"
 #include "media/movie_pixels.h"
 #include "media/movie_stream.h"
@@ -21,9 +22,12 @@ class MovieReader : public ClipReader {
     explicit MovieReader(const std::string& name);
     const ClipInfo& Info() const override { return info; }
     void Read(std::int64_t frame, Picture& picture) override;
+    void KeepFieldsApart() override { converter.KeepFieldsApart(); }
 
   private:
     void Describe(const std::string& name);
+    void FindFieldOrder();
+    bool Decode(std::int64_t frame);
     [[noreturn]] void Throw(std::int64_t frame, const std::string& problem) const;
     void CheckThere(std::int64_t frame) const;
     bool DecodeOnTo(std::int64_t frame);
@@ -43,6 +47,7 @@ class MovieReader : public ClipReader {
 MovieReader::MovieReader(const std::string& name)
     : stream(name), index(IndexMovie(stream)), turn(TurnOf(stream.Stream())), decoded(MakeFrame()) {
     Describe(name);
+    FindFieldOrder();
 }
 
 void MovieReader::Describe(const std::string& name) {
@@ -74,6 +79,15 @@ void MovieReader::Describe(const std::string& name) {
     if (aspect.num <= 0) aspect = {1, 1};
     info.pixelAspect = {aspect.num, aspect.den};
     if (turn.transposed) std::swap(info.pixelAspect.numerator, info.pixelAspect.denominator);
+}
+
+// The first picture stays decoded: it is most likely the first to be read.
+void MovieReader::FindFieldOrder() {
+    // Turned pictures have their fields in columns, or the other way up.
+    if (turn.transposed || turn.mirrorY) return;
+    const bool settled = stream.Stream().codecpar->field_order == AV_FIELD_PROGRESSIVE;
+    const bool decodes = !settled && index.readable > 0 && Decode(0);
+    info.fieldOrder = FieldOrderOf(stream.Stream(), decodes ? decoded.get() : nullptr);
 }
 
 void MovieReader::Throw(std::int64_t frame, const std::string& problem) const {
@@ -136,13 +150,19 @@ bool MovieReader::FindByCount(std::int64_t frame) {
     return true;
 }
 
+// Leaves the frame in `decoded`. False where the movie does not give it.
+bool MovieReader::Decode(std::int64_t frame) {
+    const bool held = atPosition && frame == position;
+    if (!held && !(index.counted ? FindByCount(frame) : FindByTime(frame))) return false;
+    position = frame;
+    return true;
+}
+
 void MovieReader::Read(std::int64_t frame, Picture& picture) {
     CheckThere(frame);
-    const bool held = atPosition && frame == position;
-    if (!held && !(index.counted ? FindByCount(frame) : FindByTime(frame))) {
+    if (!Decode(frame)) {
         Throw(frame, "cannot be decoded, the movie is damaged; copy or export it again");
     }
-    position = frame;
     try {
         converter.ToPicture(*decoded, turn, picture);
     } catch (const std::runtime_error& error) {

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "media/libav.h"
+#include "media/movie_fields.h"
 #include "media/movie_pixels.h"
 #include "media/safe_file.h"
 
@@ -47,12 +48,19 @@ struct Encoding {
 constexpr const char* kFewPictures =
     "rc-lookahead=4:sync-lookahead=0:bframes=1:ref=2:sliced-threads=1";
 
-Encoding ChooseH264(int width, int height) {
-    // Halved chroma needs even sizes.
-    const bool even = width % 2 == 0 && height % 2 == 0;
+// Halved chroma needs even sizes, and even fields where each has its own.
+AVPixelFormat FormatOfH264(int width, int height, bool interlaced) {
+    if (width % 2 != 0 || height % 2 != 0) return AV_PIX_FMT_YUV444P;
+    return interlaced && height % 4 != 0 ? AV_PIX_FMT_YUV422P : AV_PIX_FMT_YUV420P;
+}
+
+Encoding ChooseH264(int width, int height, FieldOrder order) {
+    std::string parameters = kFewPictures;
+    // Else the head says upper first, whatever the pictures say.
+    if (IsInterlaced(order)) parameters += order == FieldOrder::kUpperFirst ? ":tff=1" : ":bff=1";
     return {avcodec_find_encoder_by_name("libx264"),
-            even ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_YUV444P,
-            {{"crf", "16"}, {"preset", "medium"}, {"x264-params", kFewPictures}}};
+            FormatOfH264(width, height, IsInterlaced(order)),
+            {{"crf", "16"}, {"preset", "medium"}, {"x264-params", parameters}}};
 }
 
 Encoding ChooseProRes(bool alpha, int width) {
@@ -71,12 +79,13 @@ Encoding ChooseFfv1(bool alpha, bool deep) {
             {{"level", "3"}, {"slices", "4"}, {"slicecrc", "1"}, {"g", "1"}}};
 }
 
-Encoding ChooseEncoding(const MovieFormat& format, const Picture& picture, bool alpha) {
+Encoding ChooseEncoding(const MovieFormat& format, const Picture& picture, bool alpha,
+                        FieldOrder order) {
     const std::string extension = format.extension;
     if (extension == "mkv") return ChooseFfv1(alpha, picture.pixelType != ZPPixUChar);
     Encoding encoding;
     if (extension == "mov") encoding = ChooseProRes(alpha, picture.width);
-    return encoding.codec != nullptr ? encoding : ChooseH264(picture.width, picture.height);
+    return encoding.codec != nullptr ? encoding : ChooseH264(picture.width, picture.height, order);
 }
 
 class MovieWriter : public ClipWriter {
@@ -120,7 +129,8 @@ class MovieWriter : public ClipWriter {
     AVStream* stream = nullptr;
     PixelConverter converter;
     std::int64_t written = 0;
-    std::int64_t current = 0;  // the frame in hand, for messages
+    std::int64_t current = 0;                 // the frame in hand, for messages
+    FieldOrder order = FieldOrder::kUnknown;  // that pictures are marked with
 };
 
 void MovieWriter::Throw(int error) const {
@@ -152,6 +162,7 @@ void MovieWriter::OpenCodec(const Picture& picture, const Encoding& encoding) {
     codec->color_trc = known || rgb ? static_cast<AVColorTransferCharacteristic>(source.transfer)
                                     : AVCOL_TRC_BT709;
     if (!rgb) codec->chroma_sample_location = AVCHROMA_LOC_LEFT;
+    MarkFields(*codec, order);
     codec->thread_count = 0;
     codec->thread_type = FF_THREAD_SLICE;  // within a picture: each held one costs memory
     if (output->oformat->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -176,6 +187,8 @@ void MovieWriter::MakeVideoFrame(const Picture& picture, const Encoding& encodin
     video->color_trc = codec->color_trc;
     video->chroma_location = codec->chroma_sample_location;
     video->sample_aspect_ratio = codec->sample_aspect_ratio;
+    MarkFields(*video, order);
+    if (IsInterlaced(order)) converter.KeepFieldsApart();
     Check(av_frame_get_buffer(video.get(), 0));
 }
 
@@ -198,7 +211,8 @@ void MovieWriter::OpenFile() {
 void MovieWriter::Start(const Picture& picture) {
     SilenceLibraries();
     const bool alpha = settings.source.channels % 2 == 0;
-    const Encoding encoding = ChooseEncoding(format, picture, alpha);
+    if (MovieCanMarkFields(name, picture.height)) order = settings.fieldOrder;
+    const Encoding encoding = ChooseEncoding(format, picture, alpha, order);
     if (encoding.codec == nullptr) {
         throw MediaError(MediaError::Kind::kFailure,
                          name + ": no encoder for this format is installed; write mkv instead");
@@ -272,6 +286,11 @@ SampleDepth MovieDepth(const std::string& name, SampleDepth wanted) {
     const MovieFormat* format = FindFormat(name);
     const bool byteOnly = format != nullptr && std::string(format->extension) == "mp4";
     return byteOnly || wanted == SampleDepth::kByte ? SampleDepth::kByte : SampleDepth::kWord;
+}
+
+// H.264 codes fields by pairs of lines.
+bool MovieCanMarkFields(const std::string& name, int height) {
+    return height % 2 == 0 || std::string(FindFormat(name)->extension) != "mp4";
 }
 
 std::unique_ptr<ClipWriter> CreateMovie(const std::string& name, const OutputSettings& settings) {

@@ -16,6 +16,9 @@ std::string MovieExtensions();
 // The depth in which that movie holds samples of `wanted`: see DepthForOutput.
 SampleDepth MovieDepth(const std::string& name, SampleDepth wanted);
 
+// See CanMarkFields; `name` is that of a movie.
+bool MovieCanMarkFields(const std::string& name, int height);
+
 // Writes a movie: mp4 with H.264, mov with ProRes, mkv with FFV1, which loses nothing. The rate is
 // the source's, or 24 frames a second where it has none. Throws MediaError.
 std::unique_ptr<ClipWriter> CreateMovie(const std::string& name, const OutputSettings& settings);

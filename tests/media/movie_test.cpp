@@ -382,6 +382,35 @@ TEST(Movie, LossyFormatsKeepColoursAtEverySize) {
         ExpectColoursKept<std::uint8_t>("a.mp4", 3, width, 97, 0.04f);
 }
 
+// Lines that differ in colour by turns: where chroma crosses from field to field, all of them do.
+TEST(Movie, FieldsKeepTheirOwnColours) {
+    Picture picture;
+    picture.SetShape(64, 32, ZPPixUChar);
+    const std::uint8_t colours[2][4] = {{200, 60, 40, 255}, {40, 90, 200, 255}};
+    for (int i = 0; i < 64 * 32; ++i) {
+        std::memcpy(&picture.pixels[i * 4], colours[i / 64 % 2], 4);
+    }
+    OutputSettings settings = SettingsFor(SourceInfo(64, 32, 3, SampleDepth::kByte));
+    for (const auto order : {FieldOrder::kUpperFirst, FieldOrder::kLowerFirst}) {
+        const TemporaryFolder folder;
+        settings.fieldOrder = order;
+        WriteClip(folder / "a.mp4", settings, {picture, picture});
+        for (const bool apart : {true, false}) {
+            const auto clip = OpenClip(folder / "a.mp4");
+            EXPECT_EQ(clip->Info().fieldOrder, order);
+            if (apart) clip->KeepFieldsApart();
+            Picture read;
+            clip->Read(1, read);
+            int largest = 0;
+            for (std::size_t i = 0; i < read.pixels.size(); ++i) {
+                largest = std::max(largest, std::abs(std::to_integer<int>(read.pixels[i]) -
+                                                     std::to_integer<int>(picture.pixels[i])));
+            }
+            EXPECT_EQ(largest < 6, apart) << largest;
+        }
+    }
+}
+
 TEST(Movie, ACutMovieNamesItsLastFrame) {
     for (const std::string name : kOutputNames) {
         SCOPED_TRACE(name);
