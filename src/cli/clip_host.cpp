@@ -3,19 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <utility>
-#include <vector>
 
 #include "engine/kq_velorin_internal.h"
-#include "image/rounding.h"
 
 namespace velorin {
 
 namespace {
-
-std::int64_t FloorFrameOf(const TimeLaw& law, std::int64_t outputFrame) {
-    const FramePlace place = PlaceOf(law, outputFrame);
-    return place.base + Truncate(place.time);
-}
 
 // A picture of the engine's own, which it may alter until it gives it back.
 class PrivateCopy final : public KQImage {
@@ -28,34 +21,8 @@ class PrivateCopy final : public KQImage {
 
 }  // namespace
 
-FramePlace PlaceOf(const TimeLaw& law, std::int64_t outputFrame) {
-    const SourceTime time = law.At(outputFrame, 0);
-    return {time.Base(), time.After(time.Base())};
-}
-
 std::int64_t FrameInside(std::int64_t frame, std::int64_t frames) {
     return std::clamp<std::int64_t>(frame, 0, frames - 1);
-}
-
-std::function<std::int64_t()> ReadingOrder(const TimeLaw& law,
-                                           std::vector<std::int64_t> outputFrames,
-                                           std::int64_t sourceFrames, int framesOfEach) {
-    // `step` counts the frames that all output frames need.
-    return [&law, sourceFrames, each = static_cast<std::size_t>(framesOfEach),
-            frames = std::move(outputFrames), recent = RecentFrames(),
-            step = std::size_t{0}]() mutable -> std::int64_t {
-        for (; step < each * frames.size(); ++step) {
-            const std::int64_t floorFrame = FloorFrameOf(law, frames[step / each]);
-            const std::int64_t frame =
-                FrameInside(floorFrame + static_cast<std::int64_t>(step % each), sourceFrames);
-            bool held = false;
-            recent.Use(frame, held);
-            if (held) continue;
-            ++step;
-            return frame;
-        }
-        return -1;
-    };
 }
 
 void WrapPicture(KQImage& image, Picture& picture) {
@@ -89,8 +56,8 @@ void ClipHost::RethrowFailure() {
     if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
 }
 
-std::int64_t ClipHost::FloorFrame() const {
-    return FrameInside(FloorFrameOf(law, outputFrame), sourceFrames);
+std::unique_ptr<KQImage> ClipHost::CopyOfMatte(int layer, std::int64_t frame) {
+    return std::make_unique<PrivateCopy>(mattes[layer].Fetch(frame));
 }
 
 const ZPImage* ClipHost::FlowOf(int layer) const {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -15,24 +14,8 @@
 
 namespace velorin {
 
-// Where an output frame lies, as the engine is told: its source time less `base` frames. Frame
-// numbers of the engine plus `base` are those of the source.
-struct FramePlace {
-    std::int64_t base = 0;
-    float time = 0.0f;
-};
-
-FramePlace PlaceOf(const TimeLaw& law, std::int64_t outputFrame);
-
 // The source frame for any frame number: the last one past the end, the first one before the start.
 std::int64_t FrameInside(std::int64_t frame, std::int64_t frames);
-
-// The order in which a ClipHost will read a clip while it renders `outputFrames`, those that need
-// the clip; -1 at the end. Each needs its floor and its ceil frame or, where `framesOfEach` is 1,
-// the floor frame alone. `law` outlives it.
-std::function<std::int64_t()> ReadingOrder(const TimeLaw& law,
-                                           std::vector<std::int64_t> outputFrames,
-                                           std::int64_t sourceFrames, int framesOfEach = 2);
 
 // Shares the pixels of `picture` with the engine, which counts rows from the bottom line.
 void WrapPicture(KQImage& image, Picture& picture);
@@ -58,10 +41,8 @@ class ClipHost final : public KQVelorin4 {
     // Throws what went wrong when a slot answered with a failure; nothing when none did.
     void RethrowFailure();
 
-    // The floor frame of the output frame set last, as a frame of the source.
-    std::int64_t FloorFrame() const;
-    // The matte of a foreground layer at a source frame; valid as HeldClip says.
-    Picture& Matte(int layer, std::int64_t frame) { return mattes[layer].Fetch(frame); }
+    // A copy of the matte of a foreground layer at a source frame. Throws MediaError.
+    std::unique_ptr<KQImage> CopyOfMatte(int layer, std::int64_t frame);
     // The flow that the last request left of a layer, from its floor frame to its ceil frame, in
     // pixels of the flow's own size; null when it left none.
     const ZPImage* FlowOf(int layer) const;

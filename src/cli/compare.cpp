@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/exit_codes.h"
+#include "cli/fields.h"
 #include "cli/frame_renderer.h"
 #include "cli/layer_clips.h"
 #include "cli/matte_range.h"
@@ -39,11 +40,15 @@ std::string ShortName(const std::string& name) {
     return (path.has_filename() ? path : path.parent_path()).filename().string();
 }
 
-std::string TitleOf(const Options& options, const ClipInfo& source) {
+std::string TitleOf(const Options& options, const RunPlan& plan) {
+    const ClipInfo& source = plan.source;
     std::string title = ShortName(source.name) + "   --at " + DecimalText(options.at) + "   " +
                         Spelt("--quality", options.quality) + "   " +
                         Spelt("--prep", options.enhance) + "   --sensitivity " +
                         NumberText(options.sensitivity);
+    if (plan.request.inputFields != 0) {
+        title += "   " + Spelt("--input-fields", plan.request.inputFields);
+    }
     if (!options.motionFrom.empty()) title += "   --motion-from " + ShortName(options.motionFrom);
     for (const std::string& matte : options.mattes) title += "   --matte " + ShortName(matte);
     return title;
@@ -54,9 +59,10 @@ SheetLabel LabelOf(const Named& row, const Named& column) {
             Spelt("--interp", row.value) + " " + Spelt("--warp", column.value)};
 }
 
-SheetSettings SettingsFor(const Options& options, const ClipInfo& source) {
+SheetSettings SettingsFor(const Options& options, const RunPlan& plan) {
+    const ClipInfo& source = plan.source;
     SheetSettings settings;
-    settings.title = TitleOf(options, source);
+    settings.title = TitleOf(options, plan);
     settings.columns = static_cast<int>(std::size(kColumns));
     settings.cellWidth = options.cellWidth.value_or(settings.cellWidth);
     settings.crop = options.crop;
@@ -69,10 +75,12 @@ SheetSettings SettingsFor(const Options& options, const ClipInfo& source) {
 }
 
 void NoteWhatIsLessThanAsked(const Options& options, const RunPlan& plan, ProgressLine& progress) {
+    const std::string unit = plan.request.inputFields != 0 ? "field" : "frame";
     if (plan.onFrame > 0) {
-        progress.Note("--at " + DecimalText(options.at) +
-                      ": lies on a source frame, which all methods show as it is; a time between "
-                      "two frames tells more");
+        progress.Note("--at " + DecimalText(options.at) + ": lies on a source " + unit +
+                      ", which all methods show as it is; a time "
+                      "between two " +
+                      unit + "s tells more");
     }
     if (options.cellWidth.value_or(0) > plan.source.width) {
         progress.Note("--cell-width " + std::to_string(*options.cellWidth) + ": the frames are " +
@@ -105,9 +113,10 @@ int Compare(const Options& options) {
     CheckTarget(options.output, options.overwrite);
     CheckNoFrameOf(options.output, plan.source);
     for (const ClipInfo& clip : OtherClips(clips)) CheckNoFrameOf(options.output, clip);
-    ContactSheet sheet(SettingsFor(options, plan.source));
+    ContactSheet sheet(SettingsFor(options, plan));
     ProgressLine progress(options.progress, options.quiet);
     NoteWhatIsLessThanAsked(options, plan, progress);
+    NoteFields(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);
     FrameRenderer renderer(options, plan, std::move(clips));
     progress.Start(kCells);

@@ -8,6 +8,7 @@
 
 #include "cli/layers.h"
 #include "cli/view_pictures.h"
+#include "engine/fields.h"
 #include "image/copy.h"
 #include "standalone/thread_pool.h"
 
@@ -40,20 +41,22 @@ int StartThreads(const Options& options) {
     return threads;
 }
 
-FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& plan, RunClips clips)
+FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& newPlan, RunClips clips)
     : options(newOptions),
+      plan(newPlan),
       sensitivities(newOptions.fgSensitivities),
       host(ReadForRun(std::move(clips), newOptions, plan), *plan.law, newOptions.enhance != 0,
            LayersDrawn(newOptions)) {
     for (float& sensitivity : sensitivities) sensitivity /= 100.0f;
     rendered.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.source.depth));
+    if (plan.request.outputFields != 0) secondField = rendered;
     if (plan.depth == plan.source.depth) return;
     written.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.depth));
 }
 
 const Picture* FrameRenderer::Render(std::int64_t frame, Method method, ProgressLine& progress) {
     host.SetOutputFrame(frame);
-    const bool whole = options.view == View::kMatte  ? PaintMatteView()
+    const bool whole = options.view == View::kMatte  ? PaintMatteView(frame)
                        : options.view == View::kFlow ? PaintFlowView(frame, progress)
                                                      : AskEngine(frame, method, progress);
     return whole ? &Converted() : nullptr;
@@ -62,13 +65,18 @@ const Picture* FrameRenderer::Render(std::int64_t frame, Method method, Progress
 bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& progress) {
     host.SetWarping(method.warp);
     KQImage result;
+    KQImage second;
     WrapPicture(result, rendered);
+    const RequestSettings& request = plan.request;
+    if (request.outputFields != 0) WrapPicture(second, secondField);
     const bool keepsFlows = options.keepFlows || options.view == View::kFlow;
-    const int failure = host.RenderFrame(
-        &result, nullptr, 0, 0, options.quality, 0.0f, 1.0f, kFrameRate, kFrameRate, 0.0f,
-        options.sensitivity / 100.0f, method.interp, 1, options.motionFrom.empty() ? 1 : 0,
-        keepsFlows ? 1 : 0, static_cast<std::int32_t>(sensitivities.size()),
-        options.matteShrinks.data(), sensitivities.data(), &progress, false);
+    const int failure =
+        host.RenderFrame(&result, request.outputFields != 0 ? &second : nullptr,
+                         request.inputFields, request.outputFields, options.quality, 0.0f, 1.0f,
+                         kFrameRate, kFrameRate, request.compensate, options.sensitivity / 100.0f,
+                         method.interp, 1, options.motionFrom.empty() ? 1 : 0, keepsFlows ? 1 : 0,
+                         static_cast<std::int32_t>(sensitivities.size()),
+                         options.matteShrinks.data(), sensitivities.data(), &progress, false);
     if (failure == ZPErrInterrupted) return false;
     host.RethrowFailure();
     if (failure == ZPErrNoMemory) throw std::bad_alloc();
@@ -79,20 +87,24 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
     return true;
 }
 
-bool FrameRenderer::PaintMatteView() {
-    const std::int64_t shown = host.FloorFrame();
-    if (shown != painted) {
+PassForecast FrameRenderer::FirstPass(std::int64_t frame) const {
+    return ForecastOf(*plan.law, frame, plan.request).front();
+}
+
+bool FrameRenderer::PaintMatteView(std::int64_t frame) {
+    const PassForecast shown = FirstPass(frame);
+    if (shown.pair != painted) {
         const Handles mattes = MattesAt(shown);
         PaintMattes(rendered, ImagesOf(mattes));
     }
-    painted = shown;
+    painted = shown.pair;
     return true;
 }
 
 // The engine's picture is painted over: what is wanted of it are the flows that it leaves behind.
 bool FrameRenderer::PaintFlowView(std::int64_t frame, ProgressLine& progress) {
-    const std::int64_t shown = host.FloorFrame();
-    if (shown == painted) return true;
+    const PassForecast shown = FirstPass(frame);
+    if (shown.pair == painted) return true;
     if (!AskEngine(frame, Method(), progress)) return false;
     std::vector<const ZPImage*> flows;
     for (int layer = 0; layer <= static_cast<int>(options.mattes.size()); ++layer) {
@@ -102,15 +114,18 @@ bool FrameRenderer::PaintFlowView(std::int64_t frame, ProgressLine& progress) {
     const float scale = options.flowScale.value_or(static_cast<float>(longer) / kFullScaleParts);
     const Handles mattes = MattesAt(shown);
     PaintFlow(rendered, flows, ImagesOf(mattes), scale);
-    painted = shown;
+    painted = shown.pair;
     return true;
 }
 
-Handles FrameRenderer::MattesAt(std::int64_t sourceFrame) {
+Handles FrameRenderer::MattesAt(const PassForecast& pass) {
+    const std::int64_t sourceFrame = FrameInside(pass.floorFrame, plan.source.frames);
+    const int fields = plan.request.inputFields;
     Handles handles;
     for (int layer = 0; layer < static_cast<int>(options.mattes.size()); ++layer) {
-        handles.push_back(std::make_unique<KQImage>());
-        WrapPicture(*handles.back(), host.Matte(layer, sourceFrame));
+        handles.push_back(host.CopyOfMatte(layer, sourceFrame));
+        if (fields == 0) continue;
+        ExtractField(*handles.back()->internal, ExtractModeOf(pass.pair % 2, fields));
     }
     return handles;
 }

@@ -25,8 +25,8 @@ struct Method {
 // Asks the engine for one output frame after the other, or paints what --view asks for.
 class FrameRenderer {
   public:
-    // `options` and `plan` outlive the renderer. `plan` names all frames that will be asked for.
-    FrameRenderer(const Options& newOptions, const RunPlan& plan, RunClips clips);
+    // Both outlive the renderer. The plan names all frames that will be asked for.
+    FrameRenderer(const Options& newOptions, const RunPlan& newPlan, RunClips clips);
 
     // The frame in the plan's depth, until the next call; null when the user asked to stop at once.
     const Picture* Render(std::int64_t frame, Method method, ProgressLine& progress);
@@ -34,17 +34,20 @@ class FrameRenderer {
   private:
     // The next three leave the output frame in `rendered`; false when the user asked to stop.
     bool AskEngine(std::int64_t frame, Method method, ProgressLine& progress);
-    bool PaintMatteView();
+    bool PaintMatteView(std::int64_t frame);
     bool PaintFlowView(std::int64_t frame, ProgressLine& progress);
-    std::vector<std::unique_ptr<KQImage>> MattesAt(std::int64_t sourceFrame);
+    PassForecast FirstPass(std::int64_t frame) const;
+    std::vector<std::unique_ptr<KQImage>> MattesAt(const PassForecast& pass);
     const Picture& Converted();
 
     const Options& options;
+    const RunPlan& plan;
     std::vector<float> sensitivities;  // of the foreground layers, 0.0 to 1.0
     ClipHost host;
     Picture rendered;
+    Picture secondField;  // where the output has fields
     Picture written;
-    std::int64_t painted = -1;  // source frame whose mattes or flows `rendered` shows
+    std::int64_t painted = -1;  // pair whose mattes or flows `rendered` shows
 };
 
 }  // namespace velorin

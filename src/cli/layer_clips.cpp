@@ -1,9 +1,13 @@
 #include "cli/layer_clips.h"
 
+#include <deque>
 #include <string>
 #include <utility>
 
+#include "cli/fields.h"
+#include "cli/forecast.h"
 #include "cli/layers.h"
+#include "cli/recent_frames.h"
 #include "media/converted_clip.h"
 
 namespace velorin {
@@ -34,9 +38,22 @@ std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string
     return clip;
 }
 
-bool Reads(ClipRole role, const Options& options, float time) {
+bool Reads(ClipRole role, const Options& options, const PassForecast& pass) {
     if (role == ClipRole::kSource) return ReadsSource(options);
-    return role == ClipRole::kMotion ? ReadsMotionClip(options, time) : ReadsMattes(options, time);
+    return role == ClipRole::kMotion ? ReadsMotionClip(options, pass) : ReadsMattes(options, pass);
+}
+
+// What one output frame reads, some of it perhaps twice.
+std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const RunPlan& plan,
+                                    std::int64_t outputFrame) {
+    std::deque<std::int64_t> frames;
+    for (const PassForecast& pass : ForecastOf(*plan.law, outputFrame, plan.request)) {
+        if (!Reads(role, options, pass)) continue;
+        frames.push_back(FrameInside(pass.floorFrame, plan.source.frames));
+        if (options.view == View::kMatte) continue;
+        frames.push_back(FrameInside(pass.ceilFrame, plan.source.frames));
+    }
+    return frames;
 }
 
 }  // namespace
@@ -51,6 +68,11 @@ RunClips OpenRunClips(const Options& options) {
     for (const std::string& matte : options.mattes) {
         clips.mattes.push_back(OpenAlike(matte, "--matte", info));
     }
+    if (InputFieldsOf(options, info) != 0) {
+        clips.source->KeepFieldsApart();
+        if (clips.motion) clips.motion->KeepFieldsApart();
+        for (const std::unique_ptr<ClipReader>& matte : clips.mattes) matte->KeepFieldsApart();
+    }
     return clips;
 }
 
@@ -62,12 +84,20 @@ std::vector<ClipInfo> OtherClips(const RunClips& clips) {
 }
 
 std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan) {
-    std::vector<std::int64_t> frames;
-    for (const std::int64_t frame : plan.frames) {
-        if (Reads(role, options, PlaceOf(*plan.law, frame).time)) frames.push_back(frame);
-    }
-    const int framesOfEach = options.view == View::kMatte ? 1 : 2;
-    return ReadingOrder(*plan.law, std::move(frames), plan.source.frames, framesOfEach);
+    return [role, &options, &plan, recent = RecentFrames(), asked = std::size_t{0},
+            wanted = std::deque<std::int64_t>()]() mutable -> std::int64_t {
+        while (true) {
+            while (wanted.empty()) {
+                if (asked == plan.frames.size()) return -1;
+                wanted = FramesRead(role, options, plan, plan.frames[asked++]);
+            }
+            const std::int64_t frame = wanted.front();
+            wanted.pop_front();
+            bool held = false;
+            recent.Use(frame, held);
+            if (!held) return frame;
+        }
+    };
 }
 
 RunClips ReadForRun(RunClips clips, const Options& options, const RunPlan& plan) {

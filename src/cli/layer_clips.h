@@ -20,12 +20,12 @@ std::vector<ClipInfo> OtherClips(const RunClips& clips);
 
 enum class ClipRole { kSource, kMotion, kMatte };
 
-// The frames that the plan's output frames read of a clip in that role, in the order of a run; -1
-// at the end. `plan` outlives it.
+// The frames that a ClipHost will read of a clip in that role while the plan's output frames are
+// rendered, in their order; -1 at the end. `options` and `plan` outlive it.
 std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan);
 
 // The clips as the engine takes them, in the source's pixel type, each read ahead by what the
-// plan's output frames read of it. `plan` outlives them.
+// plan's output frames read of it. `options` and `plan` outlive them.
 RunClips ReadForRun(RunClips clips, const Options& options, const RunPlan& plan);
 
 }  // namespace velorin

@@ -1,19 +1,15 @@
 #include "cli/layers.h"
 
-#include <algorithm>
-
-#include "engine/on_frame.h"
-
 namespace velorin {
 
 namespace {
 
 // The engine cuts layers out where it moves them and where it does not draw them all: all layers of
 // a still frame are the frame itself.
-bool CutsLayers(const Options& options, float time) {
+bool CutsLayers(const Options& options, const PassForecast& pass) {
     if (options.mattes.empty() || options.view == View::kMatte) return false;
     const bool drawsAll = LayersDrawn(options).Count() > static_cast<int>(options.mattes.size());
-    return !drawsAll || EstimatesMotion(options, time);
+    return !drawsAll || EstimatesMotion(options, pass);
 }
 
 }  // namespace
@@ -25,24 +21,20 @@ DrawnLayers LayersDrawn(const Options& options) {
     return {background, 0};
 }
 
-bool EstimatesMotion(const Options& options, float time) {
-    if (options.quality == 0 || options.view == View::kMatte) return false;
-    if (!LiesOnFrame(time)) return true;
-    // What a shrunken matte leaves open on a source frame is filled from the frame after it.
-    return std::any_of(options.matteShrinks.begin(), options.matteShrinks.end(),
-                       [](float shrink) { return shrink != 0.0f; });
+bool EstimatesMotion(const Options& options, const PassForecast& pass) {
+    return options.quality != 0 && options.view != View::kMatte && !pass.onFrame;
 }
 
 bool ReadsSource(const Options& options) {
     return options.view != View::kMatte;
 }
 
-bool ReadsMotionClip(const Options& options, float time) {
-    return EstimatesMotion(options, time) || CutsLayers(options, time);
+bool ReadsMotionClip(const Options& options, const PassForecast& pass) {
+    return EstimatesMotion(options, pass) || CutsLayers(options, pass);
 }
 
-bool ReadsMattes(const Options& options, float time) {
-    return options.view == View::kMatte || CutsLayers(options, time);
+bool ReadsMattes(const Options& options, const PassForecast& pass) {
+    return options.view == View::kMatte || CutsLayers(options, pass);
 }
 
 std::string LayersText(const Options& options) {

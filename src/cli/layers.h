@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "cli/forecast.h"
 #include "cli/options.h"
 
 namespace velorin {
@@ -15,11 +16,11 @@ struct DrawnLayers {
 };
 DrawnLayers LayersDrawn(const Options& options);
 
-// What an output frame at a time needs. `time` is the source time as the engine is told it.
-bool EstimatesMotion(const Options& options, float time);
+// What a pass needs.
+bool EstimatesMotion(const Options& options, const PassForecast& pass);
 bool ReadsSource(const Options& options);
-bool ReadsMotionClip(const Options& options, float time);
-bool ReadsMattes(const Options& options, float time);
+bool ReadsMotionClip(const Options& options, const PassForecast& pass);
+bool ReadsMattes(const Options& options, const PassForecast& pass);
 
 // View and mattes for the user who wants to know, each on a line that begins with a line break;
 // empty for a plain output without mattes.

@@ -11,9 +11,11 @@ namespace {
 constexpr std::string_view kTime = "Time";
 constexpr std::string_view kMotion = "Motion and mix";
 constexpr std::string_view kLayers = "Layers";
+constexpr std::string_view kFields = "Fields";
 constexpr std::string_view kSheet = "Sheet";
 constexpr std::string_view kRun = "Run";
 constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max();
+constexpr int kGreatestCompensation = 5;
 constexpr int kNarrowestCell = 16;
 constexpr int kWidestCell = 16000;
 
@@ -28,6 +30,9 @@ constexpr Choice kViews[] = {{"output", static_cast<int>(View::kOutput)},
                              {"foreground", static_cast<int>(View::kForeground)},
                              {"matte", static_cast<int>(View::kMatte)},
                              {"flow", static_cast<int>(View::kFlow)}};
+constexpr Choice kInputFields[] = {
+    {"none", 0}, {"lower", 2}, {"upper", 1}, {"auto", kFieldsOfClip}};
+constexpr Choice kOutputFields[] = {{"none", 0}, {"lower", 2}, {"upper", 1}};
 constexpr Choice kDepths[] = {{"8", static_cast<int>(SampleDepth::kByte)},
                               {"16", static_cast<int>(SampleDepth::kWord)},
                               {"half", static_cast<int>(SampleDepth::kHalf)},
@@ -114,6 +119,26 @@ constexpr OptionEntry kOptions[] = {
     {kVerbAll, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the same "
      "size and length, and apply it to INPUT", {}, SetMotionFrom},
 
+    {kVerbRetime, kMotion, {}, "--compensate", "N", "motion blur to fit the new speed, 0 to 5: "
+     "adds blur along the motion where the clip is sped up, sharpens along it where it is slowed "
+     "down; 0 when not given", {},
+     [](Options& options, const Argument& argument) {
+         options.compensate = AsFloat(argument.AsDecimal(0, kGreatestCompensation));
+     }},
+
+    {kVerbAll, kFields, {}, "--input-fields", "FIELD", "the field that comes first in INPUT, and "
+     "in the clips that go with it, where each frame holds two; upper is the one with the "
+     "picture's top line; auto is what a movie says of itself, and none where it says nothing",
+     kInputFields,
+     [](Options& options, const Argument& argument) {
+         options.inputFields = argument.AsChoice();
+     }},
+    {kVerbRetime, kFields, {}, "--output-fields", "FIELD", "render two fields a frame, this one "
+     "first, half a frame apart", kOutputFields,
+     [](Options& options, const Argument& argument) {
+         options.outputFields = argument.AsChoice();
+     }},
+
     {kVerbAll, kLayers, {}, "--matte", "CLIP", "what is white in this clip is a foreground that "
      "moves on its own; frame k belongs to frame k of INPUT; up to 9 times, the frontmost first",
      {}, AddMatte, false, kMostMattes},
@@ -137,9 +162,9 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.view = static_cast<View>(argument.AsChoice());
      }},
-    {kVerbRetime, kLayers, {}, "--flow-scale", "PIXELS", "motion from one source frame to the next "
-     "that --view flow shows in full colour; by default a fortieth of the frame's longer side", {},
-     SetFlowScale},
+    {kVerbRetime, kLayers, {}, "--flow-scale", "PIXELS", "motion from one source frame or "
+     "field to the next that --view flow shows in full colour; by default a fortieth of the "
+     "frame's longer side", {}, SetFlowScale},
 
     {kVerbCompare, kSheet, {}, "--cell-width", "N", "wider frames are scaled down to so many "
      "pixels; 800 when not given", {},

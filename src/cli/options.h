@@ -29,6 +29,9 @@ enum class ProgressStyle { kAuto, kPlain, kJson, kNone };
 // What the output shows: layers, or how they are told apart and moved.
 enum class View { kOutput, kBackground, kForeground, kMatte, kFlow };
 
+// The number of --input-fields that leaves the choice to the input.
+inline constexpr int kFieldsOfClip = 3;
+
 // What a verb was asked for. Numbers are those of the engine.
 struct Options {
     std::string input;
@@ -40,6 +43,7 @@ struct Options {
     bool overwrite = false;
     ProgressStyle progress = ProgressStyle::kAuto;
     bool quiet = false;
+    std::optional<int> inputFields;  // 0 none, 1 upper first, 2 lower first, or kFieldsOfClip
 
     std::string motionFrom;           // clip that motion is measured on; empty: the input
     std::vector<std::string> mattes;  // clips, the frontmost layer's first
@@ -55,6 +59,8 @@ struct Options {
     std::vector<FrameRange> frames;  // empty: all of them
     int interp = 1;                  // 0 nearest, 1 blend, 2 weighted energy blend
     int warp = 0;                    // 0 inverse, 1 inverse and smart blend, 2 forward
+    float compensate = 0.0f;         // 0 to 5
+    int outputFields = 0;            // 0 none, 1 upper first, 2 lower first
     std::optional<SampleDepth> depth;
     std::optional<int> startNumber;
     bool keepFlows = true;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/exit_codes.h"
+#include "cli/fields.h"
 #include "cli/frame_list.h"
 #include "cli/frame_renderer.h"
 #include "cli/layer_clips.h"
@@ -29,11 +30,23 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
     settings.alsoRead = OtherClips(clips);
     settings.depth = plan.depth;
     settings.firstNumber = plan.firstNumber;
+    settings.fieldOrder = OrderOfFields(plan.request.outputFields);
     settings.overwrite = options.overwrite;
     // Painted pictures are in colour, whatever the source is.
     const bool painted = options.view == View::kMatte || options.view == View::kFlow;
     if (painted) settings.source.channels = std::max(settings.source.channels, 3);
     return WriteBehind(CreateClip(options.output, settings, plan.frames), kWriteBehind);
+}
+
+void NoteIdleCompensation(const Options& options, const RunPlan& plan, ProgressLine& progress) {
+    if (!(options.compensate > 0.0f)) return;
+    const Decimal& speed = options.speed;
+    const bool fields = plan.request.inputFields != 0 || plan.request.outputFields != 0;
+    if (options.quality == 0) {
+        progress.Note("--compensate: changes nothing with --quality none");
+    } else if (speed.numerator == speed.denominator && !fields) {
+        progress.Note("--compensate: changes nothing at speed 1");
+    }
 }
 
 // The whole run. However it ends, the frames of a sequence that were rendered are on the disk.
@@ -119,6 +132,8 @@ int Retime(const Options& options) {
         return kExitDone;
     }
     std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips);
+    NoteFields(options, plan, progress);
+    NoteIdleCompensation(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);
     return Run(options, plan, std::move(clips), std::move(writer), progress).Execute();
 }

@@ -5,10 +5,8 @@
 #include <numeric>
 #include <utility>
 
-#include "cli/clip_host.h"
+#include "cli/fields.h"
 #include "cli/layers.h"
-#include "engine/on_frame.h"
-#include "image/rounding.h"
 #include "media/sequence_name.h"
 #include "media/still_format.h"
 
@@ -86,14 +84,14 @@ void ChooseFrames(const Options& options, RunPlan& plan) {
 void CountPairs(const Options& options, RunPlan& plan) {
     std::int64_t lastPair = -1;
     for (const std::int64_t frame : plan.frames) {
-        const FramePlace place = PlaceOf(*plan.law, frame);
-        if (!EstimatesMotion(options, place.time)) {
-            if (LiesOnFrame(place.time)) ++plan.onFrame;
-            continue;
+        bool onFrame = true;
+        for (const PassForecast& pass : ForecastOf(*plan.law, frame, plan.request)) {
+            onFrame = onFrame && pass.onFrame;
+            if (!EstimatesMotion(options, pass)) continue;
+            if (pass.pair != lastPair) ++plan.pairs;
+            lastPair = pass.pair;
         }
-        const std::int64_t pair = place.base + Truncate(place.time);
-        if (pair != lastPair) ++plan.pairs;
-        lastPair = pair;
+        if (onFrame) ++plan.onFrame;
     }
 }
 
@@ -159,12 +157,14 @@ std::string DepthText(SampleDepth depth) {
 }
 
 std::string MotionText(const RunPlan& plan, const Options& options) {
-    const std::string onFrame = std::to_string(plan.onFrame) + " on a source frame";
+    const std::string unit = plan.request.inputFields != 0 ? "field" : "frame";
+    const std::string onFrame = std::to_string(plan.onFrame) + " on a source " + unit;
     if (plan.pairs == 0) return "none estimated; " + onFrame;
     std::string text = "estimated";
     if (!options.motionFrom.empty()) text += " on " + options.motionFrom;
     text += " at " + SizeText(plan.flowWidth, plan.flowHeight) + " between " +
-            std::to_string(plan.pairs) + (plan.pairs == 1 ? " pair" : " pairs") + " of frames";
+            std::to_string(plan.pairs) + (plan.pairs == 1 ? " pair" : " pairs") + " of " + unit +
+            "s";
     const int layers = LayersDrawn(options).Count();
     if (layers > 1) text += ", for each of " + std::to_string(layers) + " layers by itself";
     return text + "; " + onFrame + (options.keepFlows ? "" : "; not kept between frames");
@@ -172,14 +172,31 @@ std::string MotionText(const RunPlan& plan, const Options& options) {
 
 }  // namespace
 
+// Mattes are shown as they stand, and motion one picture a frame. Without vectors there is no blur,
+// and what a shrunken matte leaves open is not filled from the frame after it.
+RequestSettings RequestFor(const Options& options, const ClipInfo& source) {
+    RequestSettings request;
+    if (options.view == View::kMatte) return request;
+    request.inputFields = InputFieldsOf(options, source);
+    if (options.view != View::kFlow) request.outputFields = options.outputFields;
+    if (options.quality == 0) return request;
+    if (options.view != View::kFlow) request.compensate = options.compensate;
+    request.shrinks = std::any_of(options.matteShrinks.begin(), options.matteShrinks.end(),
+                                  [](float shrink) { return shrink != 0.0f; });
+    return request;
+}
+
 RunPlan MakePlan(const Options& options, const ClipInfo& source) {
     RunPlan plan;
     plan.source = source;
     CheckSize(source);
     plan.law = ConstantSpeed(options.speed);
+    plan.request = RequestFor(options, source);
     plan.length = LengthOf(options, plan);
     if (options.view == View::kMatte) plan.law = NearestFrames(std::move(plan.law));
-    if (options.view == View::kFlow) plan.law = MiddlesOfPairs(std::move(plan.law));
+    if (options.view == View::kFlow) {
+        plan.law = MiddlesOfPairs(std::move(plan.law), plan.request.inputFields != 0 ? 2 : 1);
+    }
     ChooseFrames(options, plan);
     CountPairs(options, plan);
     plan.flowWidth = Halved(source.width, HalvingsOf(options.quality));
@@ -198,6 +215,7 @@ RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source) {
     CheckCrop(options, source);
     CheckSheetName(options.output);
     plan.law = FixedTime(options.at);
+    plan.request = RequestFor(options, source);
     plan.length = 1;
     plan.frames = {0};
     CountPairs(options, plan);
@@ -219,8 +237,10 @@ std::string Describe(const RunPlan& plan, const Options& options, int threads) {
             std::string(ChoiceWord("--quality", options.quality)) + ", warp " +
             std::string(ChoiceWord("--warp", options.warp)) + ", prep " +
             std::string(ChoiceWord("--prep", options.enhance)) + ", sensitivity " +
-            NumberText(options.sensitivity) + ", threads " + std::to_string(threads);
-    return text + LayersText(options) + "\nmotion: " + MotionText(plan, options);
+            NumberText(options.sensitivity) + ", compensate " + NumberText(options.compensate) +
+            ", threads " + std::to_string(threads);
+    return text + FieldsText(options, plan) + LayersText(options) +
+           "\nmotion: " + MotionText(plan, options);
 }
 
 }  // namespace velorin

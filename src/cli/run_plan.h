@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/forecast.h"
 #include "cli/options.h"
 #include "cli/time_law.h"
 #include "media/clip.h"
@@ -15,16 +16,20 @@ namespace velorin {
 struct RunPlan {
     ClipInfo source;
     std::unique_ptr<TimeLaw> law;
+    RequestSettings request;
     std::int64_t length = 0;           // output frames of the whole clip
     std::vector<std::int64_t> frames;  // those to render, ascending
     bool framesLeftOut = false;        // some were asked for that lie past the end
     SampleDepth depth = SampleDepth::kByte;
     int firstNumber = 0;
-    std::int64_t onFrame = 0;  // frames that are source frames as they stand
-    std::int64_t pairs = 0;    // pairs of source frames that motion is estimated between
+    std::int64_t onFrame = 0;  // frames that are source frames or fields as they stand
+    std::int64_t pairs = 0;    // pairs of these that motion is estimated between
     int flowWidth = 0;         // size at which it is estimated
     int flowHeight = 0;
 };
+
+// What the engine is asked for beside the time.
+RequestSettings RequestFor(const Options& options, const ClipInfo& source);
 
 // Throws UsageError for options that do not fit the clip, and MediaError of kind kInput for a clip
 // whose frames are too small or too large.

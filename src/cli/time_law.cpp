@@ -152,7 +152,12 @@ std::unique_ptr<TimeLaw> NearestFrames(std::unique_ptr<TimeLaw> law) {
     });
 }
 
-std::unique_ptr<TimeLaw> MiddlesOfPairs(std::unique_ptr<TimeLaw> law) {
+std::unique_ptr<TimeLaw> MiddlesOfPairs(std::unique_ptr<TimeLaw> law, int fieldsOfFrame) {
+    if (fieldsOfFrame == 2) {
+        return std::make_unique<SnappedLaw>(std::move(law), [](const SourceTime& time) {
+            return SourceTime{time.frame, 2 * time.numerator < time.denominator ? 1 : 3, 4};
+        });
+    }
     return std::make_unique<SnappedLaw>(std::move(law), [](const SourceTime& time) {
         return SourceTime{time.frame, 1, 2};
     });

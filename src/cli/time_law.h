@@ -66,7 +66,7 @@ std::unique_ptr<TimeLaw> FixedTime(Decimal time);
 std::unique_ptr<TimeLaw> NearestFrames(std::unique_ptr<TimeLaw> law);
 
 // `law`, but each output frame shows the middle between the source frame at or before its time and
-// the one after it.
-std::unique_ptr<TimeLaw> MiddlesOfPairs(std::unique_ptr<TimeLaw> law);
+// the one after it; where a frame has two fields, the middle between fields.
+std::unique_ptr<TimeLaw> MiddlesOfPairs(std::unique_ptr<TimeLaw> law, int fieldsOfFrame = 1);
 
 }  // namespace velorin

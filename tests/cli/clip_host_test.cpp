@@ -41,13 +41,14 @@ class NoiseClip final : public ClipReader {
 struct NoiseHost {
     NoiseHost(const char* speed, std::int64_t frames, const Options& wanted = {})
         : options(wanted),
-          plan(PlanOf(speed, frames)),
+          plan(PlanOf(speed, frames, wanted)),
           host(Clips(), *plan.law, false, LayersDrawn(options)) {
         UseThreads(1);
     }
 
-    static RunPlan PlanOf(const char* speed, std::int64_t frames) {
+    static RunPlan PlanOf(const char* speed, std::int64_t frames, const Options& options) {
         RunPlan plan;
+        plan.request = RequestFor(options, plan.source);
         plan.law = ConstantSpeed(ParseDecimal(speed).value());
         plan.source.frames = frames;
         return plan;
@@ -69,15 +70,17 @@ struct NoiseHost {
     // Warps by the method with the number of `interp`, so that all of them are used.
     int Render(std::int64_t frame, int interp) {
         picture.SetShape(kWidth, kHeight, ZPPixUChar);
-        KQImage result;
+        Picture second = picture;
+        KQImage result, secondField;
         WrapPicture(result, picture);
+        WrapPicture(secondField, second);
         host.SetOutputFrame(frame);
         host.SetWarping(interp);
-        return host.RenderFrame(&result, nullptr, 0, 0, options.quality, 0.0f, 1.0f, 29.97f, 29.97f,
-                                0.0f, 0.7f, interp, 1, options.motionFrom.empty() ? 1 : 0, 1,
-                                static_cast<std::int32_t>(options.mattes.size()),
-                                options.matteShrinks.data(), options.fgSensitivities.data(),
-                                nullptr, false);
+        return host.RenderFrame(
+            &result, &secondField, options.inputFields.value_or(0), options.outputFields,
+            options.quality, 0.0f, 1.0f, 29.97f, 29.97f, options.compensate, 0.7f, interp, 1,
+            options.motionFrom.empty() ? 1 : 0, 1, static_cast<std::int32_t>(options.mattes.size()),
+            options.matteShrinks.data(), options.fgSensitivities.data(), nullptr, false);
     }
 
     Options options;
@@ -156,6 +159,8 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
         float shrink;
         int quality;
         const char* motionFrom;
+        int inputFields = 0, outputFields = 0;
+        float compensate = 0.0f;
     };
     for (const Case& c : {Case{0, View::kOutput, 0.0f, 5, ""},
                           {0, View::kOutput, 0.0f, 5, "clip"},
@@ -165,7 +170,13 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
                           {1, View::kOutput, 1.5f, 0, ""},
                           {1, View::kBackground, 0.0f, 5, "clip"},
                           {2, View::kForeground, 0.0f, 5, ""},
-                          {2, View::kBackground, 0.0f, 0, "clip"}}) {
+                          {2, View::kBackground, 0.0f, 0, "clip"},
+                          {1, View::kOutput, 0.0f, 5, "clip", 0, 0, 0.0051f},
+                          {1, View::kOutput, 0.0f, 5, "clip", 1, 0},
+                          {1, View::kOutput, 0.0f, 5, "clip", 0, 2},
+                          {1, View::kOutput, 0.0f, 5, "clip", 2, 1},
+                          {1, View::kOutput, 0.0f, 5, "clip", 1, 1, 2.0f},
+                          {1, View::kBackground, 0.0f, 0, "clip", 2, 2, 2.0f}}) {
         Options options;
         options.mattes.resize(c.mattes);
         options.matteShrinks.assign(c.mattes, c.shrink);
@@ -173,14 +184,19 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
         options.view = c.view;
         options.quality = c.quality;
         options.motionFrom = c.motionFrom;
-        for (const char* speed : {"0.3", "1", "2.5"}) {
+        options.inputFields = c.inputFields;
+        options.outputFields = c.outputFields;
+        options.compensate = c.compensate;
+        for (const char* speed : {"0", "0.3", "0.4", "1", "2.5"}) {
             NoiseHost clip(speed, 11, options);
-            clip.plan.frames = {0, 1, 2, 3, 4, 5, 8, 20};
+            clip.plan.frames = {0, 1, 2, 9, 10, 11, 12, 25};
             int interp = 0;
             for (const std::int64_t frame : clip.plan.frames) {
                 ASSERT_EQ(clip.Render(frame, interp++ % 3), ZPErrNone);
             }
-            const auto what = ::testing::Message() << "case " << c.mattes << c.quality << speed;
+            const auto what = ::testing::Message()
+                              << "case " << c.mattes << c.quality << c.inputFields << c.outputFields
+                              << " at " << speed;
             EXPECT_EQ(clip.reads, Announced(ClipRole::kSource, clip)) << what;
             EXPECT_EQ(clip.motionReads,
                       *c.motionFrom ? Announced(ClipRole::kMotion, clip) : Frames())

@@ -88,6 +88,18 @@ TEST(Options, MethodsHaveTheNumbersOfTheEngine) {
     }
 }
 
+TEST(Options, FieldsAreNamedByTheOneThatComesFirst) {
+    const Options options = Parse({"in", "-o", "out", "--input-fields", "lower", "--output-fields",
+                                   "upper", "--compensate", "2.5"})
+                                .value();
+    EXPECT_EQ(options.inputFields, 2);
+    EXPECT_EQ(options.outputFields, 1);
+    EXPECT_EQ(options.compensate, 2.5f);
+    EXPECT_FALSE(Parse({"in", "-o", "out"})->inputFields);
+    ExpectStart(Refusal({"--compensate", "5.1"}), "--compensate 5.1: give a number from 0 to 5");
+    ExpectStart(Refusal({"--output-fields", "auto"}), "--output-fields auto: give one of none");
+}
+
 TEST(Options, ComparingHasItsOwn) {
     const Options options = Parse({"clip", "-o", "sheet.png", "--at", "12.5", "--quality", "sloppy",
                                    "--crop", "1,0,20x16", "--threads", "2"},

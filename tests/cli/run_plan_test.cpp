@@ -57,6 +57,42 @@ TEST(RunPlan, CountsFramesAndPairs) {
     EXPECT_THROW(MakePlan(Slow("0.000000001"), Clip(96, 72, 10)), UsageError);
 }
 
+TEST(RunPlan, CountsFieldsWhereThereAreSome) {
+    struct Case {
+        const char* speed;
+        int inputFields, outputFields;
+        float compensate;
+        std::int64_t onFrame, pairs;
+    };
+    // Of 4 frames, or 7 fields up to the first one of the last frame.
+    for (const Case& c : {Case{"0.5", 1, 0, 0.0f, 7, 0},
+                          {"0.25", 1, 0, 0.0f, 7, 6},
+                          {"1", 0, 2, 0.0f, 0, 4},
+                          {"0.5", 2, 1, 0.0f, 0, 7},
+                          {"1", 1, 1, 0.0f, 4, 0},
+                          {"1", 0, 0, 0.0051f, 0, 4},
+                          {"1", 1, 1, 0.0051f, 0, 8}}) {
+        Options options = Slow(c.speed);
+        options.inputFields = c.inputFields;
+        options.outputFields = c.outputFields;
+        options.compensate = c.compensate;
+        const RunPlan plan = MakePlan(options, Clip(96, 72, 4));
+        EXPECT_EQ(plan.onFrame, c.onFrame) << c.speed << c.inputFields << c.outputFields;
+        EXPECT_EQ(plan.pairs, c.pairs) << c.speed << c.inputFields << c.outputFields;
+    }
+    ClipInfo lower = Clip(96, 72, 4);
+    lower.fieldOrder = FieldOrder::kLowerFirst;
+    Options options = Slow("1");
+    EXPECT_EQ(MakePlan(options, lower).request.inputFields, 0);
+    options.inputFields = kFieldsOfClip;
+    EXPECT_EQ(MakePlan(options, Clip(96, 72, 4)).request.inputFields, 0);
+    options.outputFields = 1;
+    options.view = View::kFlow;  // one picture a frame, between fields
+    const RunPlan flow = MakePlan(options, lower);
+    EXPECT_EQ(flow.request.inputFields, 2);
+    EXPECT_EQ(flow.pairs, 4);
+}
+
 TEST(RunPlan, RefusesSizesAndSaysWhichQualityWouldDo) {
     struct Case {
         int width, height;

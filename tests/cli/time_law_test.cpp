@@ -57,6 +57,9 @@ TEST(SnappedLaws, ShowTheNearerFrameOrTheMiddleOfThePair) {
     ExpectPlace(middle->At(3, 0), 0, 500000);
     ExpectPlace(middle->At(4, 0), 1, 500000);
     EXPECT_EQ(middle->Length(10), 37);
+    const auto middleOfFields = MiddlesOfPairs(Speed("0.25"), 2);
+    ExpectPlace(middleOfFields->At(1, 0), 0, 250000);
+    ExpectPlace(middleOfFields->At(2, 0), 0, 750000);
 }
 
 TEST(ConstantSpeed, PlacesFramesWhereArithmeticSays) {
