@@ -41,11 +41,17 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
 void NoteIdleCompensation(const Options& options, const RunPlan& plan, ProgressLine& progress) {
     if (!(options.compensate > 0.0f)) return;
     const Decimal& speed = options.speed;
-    const bool fields = plan.request.inputFields != 0 || plan.request.outputFields != 0;
-    if (options.quality == 0) {
+    // Fields count by steps of their own, and mattes cut layers out of frames that are not still.
+    const bool plain =
+        plan.request.inputFields == 0 && plan.request.outputFields == 0 && options.mattes.empty();
+    if (options.view == View::kFlow || options.view == View::kMatte) {
+        progress.Note("--compensate: changes nothing in this --view");
+    } else if (options.quality == 0) {
         progress.Note("--compensate: changes nothing with --quality none");
-    } else if (speed.numerator == speed.denominator && !fields) {
-        progress.Note("--compensate: changes nothing at speed 1");
+    } else if (!(options.compensate > 0.005f)) {
+        progress.Note("--compensate: up to 0.005 changes nothing");
+    } else if (speed.numerator == 0 || (speed.numerator == speed.denominator && plain)) {
+        progress.Note("--compensate: changes nothing at speed " + DecimalText(speed));
     }
 }
 

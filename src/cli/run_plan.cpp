@@ -125,9 +125,13 @@ SampleDepth DepthOf(const Options& options, const ClipInfo& source) {
 
 void CheckTime(const Options& options, const ClipInfo& source) {
     const Decimal at = options.at;
-    if (at.numerator >= 0 && at.numerator <= (source.frames - 1) * at.denominator) return;
+    // The last frame, or its second field.
+    const bool fields = InputFieldsOf(options, source) != 0;
+    const Decimal last{2 * (source.frames - 1) + (fields ? 1 : 0), 2};
+    if (at.numerator >= 0 && at.numerator * 2 <= last.numerator * at.denominator) return;
     throw UsageError("--at " + DecimalText(at) + ": give a time from 0 to " +
-                     std::to_string(source.frames - 1) + ", the last frame of " + source.name);
+                     std::to_string(source.frames - 1) +
+                     (fields ? ".5, the last field of " : ", the last frame of ") + source.name);
 }
 
 void CheckCrop(const Options& options, const ClipInfo& source) {
