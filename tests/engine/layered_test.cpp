@@ -6,8 +6,8 @@
 
 #include "engine/method_matrix.h"
 #include "image/arithmetic.h"
+#include "support/clean_render.h"
 #include "support/disc_scene.h"
-#include "support/failing_allocator.h"
 #include "support/forms.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
@@ -299,25 +299,7 @@ TEST(Layered, FailingMemoryLeavesNothingBehind) {
         host.layerShrink = host.layerSensitivity = kSensitivity;
         host.drawStart = 1;
         host.method = method;
-        int code = ZPErrNone;
-        int survived = 0;
-        const auto render = [&] {
-            try {
-                code = host.Render(0.5f);
-            } catch (ZPErr failure) {
-                code = failure;  // the test's own result image
-            }
-            EXPECT_EQ(host.held, 0);
-            host.mattesAsked.clear();
-            EXPECT_EQ(code == ZPErrNone, host.internal->LayerFlowA(1) != nullptr);
-            host.internal->ReleaseFlows();
-            host.result.reset();
-        };
-        FailEachAllocation(render, [&](bool, int live) {
-            survived += code == ZPErrNone ? 1 : 0;
-            EXPECT_EQ(live, 0);
-        });
-        EXPECT_EQ(survived, 1);
+        EXPECT_EQ(CountSurvivingRenders(host), 1);
     }
 }
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "support/failing_allocator.h"
+#include "support/clean_render.h"
 #include "support/forms.h"
 #include "support/gap_image.h"
 #include "support/memory_host.h"
@@ -131,27 +131,9 @@ TEST(RenderFrame, WhatAHostThrowsGoesNoFurther) {
 
 TEST(RenderFrame, FailingMemoryLeavesNothingBehind) {
     const auto expectClean = [](MemoryHost& host) {
-        int code = ZPErrNone;
-        const auto render = [&] {
-            try {
-                code = host.Render(0.5f);
-            } catch (ZPErr failure) {
-                code = failure;  // the test's own result image
-            }
-            EXPECT_EQ(host.held, 0);
-            const bool kept = host.internal->opticalFlow || host.internal->backFlow;
-            EXPECT_TRUE(code == ZPErrNone || !kept);
-            host.internal->ReleaseFlows();
-            host.result.reset();
-        };
-        int survived = 0;
-        FailEachAllocation(render, [&](bool, int live) {
-            survived += code == ZPErrNone ? 1 : 0;
-            EXPECT_EQ(live, 0);
-        });
         // The last call, and the forward warp's hit counts, which come in smaller pieces then.
         const int forwardWarps = host.warping < 2 ? 0 : host.method == 0 ? 1 : 2;
-        EXPECT_EQ(survived, 1 + forwardWarps);
+        EXPECT_EQ(CountSurvivingRenders(host), 1 + forwardWarps);
     };
     ForEachCell([] { return DrawClip(2, 16, 16, ZPPixUChar); }, expectClean);
 }
