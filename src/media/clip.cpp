@@ -44,13 +44,9 @@ void Picture::SetShape(int newWidth, int newHeight, int newPixelType, int newCha
 }
 
 std::unique_ptr<ClipReader> OpenClip(const std::string& name) {
+    if (const auto sequence = FindSequenceMeant(name)) return OpenSequence(name, *sequence);
     std::error_code ignored;
-    const bool isFile = std::filesystem::is_regular_file(name, ignored);
-    const bool isFolder = std::filesystem::is_directory(name, ignored);
-    if (isFolder || (!isFile && ParseSequenceName(name))) {
-        return OpenSequence(name, isFolder ? FindSequenceInFolder(name) : FindSequence(name));
-    }
-    if (!isFile) {
+    if (!std::filesystem::is_regular_file(name, ignored)) {
         throw MediaError(MediaError::Kind::kInput,
                          name +
                              ": no such file; a movie, a folder with one sequence or a name "

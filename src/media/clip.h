@@ -91,6 +91,9 @@ class ClipReader {
     // Before the first Read, where each field will be looked at by itself: keeps colours of one
     // field out of the other in pictures that a movie marks as interlaced.
     virtual void KeepFieldsApart() {}
+    // Before the first Read, where alpha says which pixels count: what an EXR does not store of its
+    // picture is clear also in a clip without alpha.
+    virtual void KeepUnstoredClear() {}
 };
 
 // Opens a movie, an image sequence (shot.%04d.png or shot.####.png) or a folder that holds exactly

@@ -243,6 +243,13 @@ FoundSequence FindSequence(const std::string& name) {
     return CheckNumbers(*sequence, std::move(numbers));
 }
 
+std::optional<FoundSequence> FindSequenceMeant(const std::string& name) {
+    std::error_code ignored;
+    if (fs::is_directory(name, ignored)) return FindSequenceInFolder(name);
+    if (fs::is_regular_file(name, ignored) || !ParseSequenceName(name)) return {};
+    return FindSequence(name);
+}
+
 FoundSequence FindSequenceInFolder(const std::string& folder) {
     std::vector<Candidate> candidates = CandidatesIn(folder);
     if (candidates.empty()) {

@@ -36,6 +36,10 @@ std::string SuggestedPattern(const std::string& fileName);
 // no folder, no frame, or a hole in the numbers, which it names.
 FoundSequence FindSequence(const std::string& name);
 
+// Looks up the sequence that a pattern or a folder stands for, as the two operations around do.
+// Empty where `name` is that of a file, or of nothing.
+std::optional<FoundSequence> FindSequenceMeant(const std::string& name);
+
 // Finds the one sequence of pictures in a folder. Hidden files and files of other kinds do not
 // count, nor does a single numbered picture beside a longer sequence. Throws MediaError of kind
 // kInput, naming the sequences if there are several.

@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <utility>
 #include <vector>
 
 #include "media/pixel_transfer.h"
-#include "media/still_shape.h"
 
 namespace velorin {
 namespace {
@@ -33,9 +33,10 @@ bool HasEnd(const std::string& fileName, const char* mark) {
 
 class SequenceReader : public ClipReader {
   public:
-    SequenceReader(const std::string& name, const FoundSequence& found);
+    SequenceReader(const std::string& name, const FoundSequence& found, StillDescriber describer);
     const ClipInfo& Info() const override { return info; }
     void Read(std::int64_t frame, Picture& picture) override;
+    void KeepUnstoredClear() override { unstoredClear = true; }
 
   private:
     std::string FileOf(std::int64_t frame) const {
@@ -49,13 +50,16 @@ class SequenceReader : public ClipReader {
                     Picture& picture);
 
     FoundSequence sequence;
+    StillDescriber describe;
     ClipInfo info;
     StillShape firstShape;
+    bool unstoredClear = false;
     std::vector<std::byte> stored;
 };
 
-SequenceReader::SequenceReader(const std::string& name, const FoundSequence& found)
-    : sequence(found) {
+SequenceReader::SequenceReader(const std::string& name, const FoundSequence& found,
+                               StillDescriber describer)
+    : sequence(found), describe(std::move(describer)) {
     Open(0, firstShape);
     info.name = name;
     info.window = Union(firstShape.data, firstShape.display);
@@ -90,13 +94,12 @@ std::unique_ptr<OIIO::ImageInput> SequenceReader::Open(std::int64_t frame,
     auto input = OIIO::ImageInput::create(FileOf(frame));
     if (!input) ThrowUnreadable(frame, OIIO::geterror());
     if (!input->open(FileOf(frame), layout, asStored)) ThrowUnreadable(frame, input->geterror());
-    const std::string format = input->format_name();
-    const char* mark = EndMark(format);
+    const char* mark = EndMark(input->format_name());
     if (mark != nullptr && !HasEnd(FileOf(frame), mark)) {
         Throw(frame, "is cut short; render or copy it again");
     }
     std::string problem;
-    const auto described = DescribeStill(layout, format == "openexr", problem);
+    const auto described = describe(*input, problem);
     if (!described) Throw(frame, problem);
     shape = *described;
     return input;
@@ -104,7 +107,7 @@ std::unique_ptr<OIIO::ImageInput> SequenceReader::Open(std::int64_t frame,
 
 void SequenceReader::CheckAlike(std::int64_t frame, const StillShape& shape) const {
     const bool alike = shape.display == firstShape.display && Contains(info.window, shape.data) &&
-                       shape.channels == firstShape.channels && shape.depth == firstShape.depth &&
+                       shape.content == firstShape.content && shape.depth == firstShape.depth &&
                        shape.storedBits == firstShape.storedBits &&
                        shape.straightAlpha == firstShape.straightAlpha;
     if (alike) return;
@@ -142,12 +145,12 @@ void SequenceReader::ReadPixels(OIIO::ImageInput& input, const StillShape& shape
         stored.resize(static_cast<std::size_t>(shape.data.width) * shape.data.height * channels *
                       type.size());
     }
-    if (!input.read_image(0, 0, begin, begin + channels, type,
+    if (!input.read_image(input.current_subimage(), 0, begin, begin + channels, type,
                           direct ? picture.pixels.data() : stored.data())) {
         ThrowUnreadable(frame, input.geterror());
     }
     if (direct) return;
-    if (!whole) ClearPicture(picture, shape.channels % 2 == 1);
+    if (!whole) ClearPicture(picture, shape.channels % 2 == 1 && !unstoredClear);
     const StoredPixels pixels{stored.data(), shape.data.width, shape.data.height,
                               channels,      shape.channels,   source.data()};
     SpreadPixels(pixels, shape.data.x - info.window.x, shape.data.y - info.window.y, picture);
@@ -156,7 +159,14 @@ void SequenceReader::ReadPixels(OIIO::ImageInput& input, const StillShape& shape
 }  // namespace
 
 std::unique_ptr<ClipReader> OpenSequence(const std::string& name, const FoundSequence& sequence) {
-    return std::make_unique<SequenceReader>(name, sequence);
+    return OpenSequence(name, sequence, [](OIIO::ImageInput& input, std::string& problem) {
+        return DescribeStill(input, {}, problem);
+    });
+}
+
+std::unique_ptr<ClipReader> OpenSequence(const std::string& name, const FoundSequence& sequence,
+                                         StillDescriber describe) {
+    return std::make_unique<SequenceReader>(name, sequence, std::move(describe));
 }
 
 }  // namespace velorin

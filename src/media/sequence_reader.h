@@ -1,12 +1,19 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "media/clip.h"
 #include "media/sequence_name.h"
+#include "media/still_shape.h"
 
 namespace velorin {
+
+// Says what of an open still is read, and leaves the still at the part of the file that holds it.
+// Where nothing can be read, the answer is empty and `problem` says why.
+using StillDescriber =
+    std::function<std::optional<StillShape>(OIIO::ImageInput& input, std::string& problem)>;
 
 // Reads the frames of an image sequence. `name` is what the user wrote. The first frame says what
 // the others must be like; that is checked as they are read. Samples come as stored: no colour
@@ -17,5 +24,9 @@ namespace velorin {
 //
 // Throws MediaError of kind kInput.
 std::unique_ptr<ClipReader> OpenSequence(const std::string& name, const FoundSequence& sequence);
+
+// Likewise, of what `describe` chooses in each file.
+std::unique_ptr<ClipReader> OpenSequence(const std::string& name, const FoundSequence& sequence,
+                                         StillDescriber describe);
 
 }  // namespace velorin

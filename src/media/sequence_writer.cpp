@@ -3,7 +3,6 @@
 #include <OpenImageIO/imageio.h>
 
 #include <filesystem>
-#include <optional>
 
 #include "media/pixel_transfer.h"
 #include "media/safe_file.h"
@@ -16,19 +15,23 @@ namespace {
 class SequenceWriter : public ClipWriter {
   public:
     SequenceWriter(const SequenceName& sequenceName, const StillFormat& stillFormat,
-                   const OutputSettings& outputSettings)
+                   const OutputSettings& outputSettings,
+                   const std::optional<NamedContent>& namedContent)
         : name(sequenceName),
           settings(outputSettings),
-          channels(StillChannels(stillFormat, outputSettings.source.channels)),
+          content(namedContent),
+          channels(content ? 4 : StillChannels(stillFormat, outputSettings.source.channels)),
           extension(stillFormat.extension) {}
     void Write(std::int64_t frame, const Picture& picture) override;
     void Finish() override {}
 
   private:
     OIIO::ImageSpec LayoutFor(const Picture& picture) const;
+    void NameChannels(OIIO::ImageSpec& layout) const;
 
     SequenceName name;
     OutputSettings settings;
+    std::optional<NamedContent> content;
     int channels;
     std::string extension;
     std::vector<std::byte> packed;
@@ -41,13 +44,24 @@ std::vector<std::string> ChannelNames(int channels) {
     return {"R", "G", "B", "A"};
 }
 
-OIIO::ImageSpec SequenceWriter::LayoutFor(const Picture& picture) const {
-    const ClipInfo& source = settings.source;
-    OIIO::ImageSpec layout(picture.width, picture.height, channels, StoredType(settings.depth));
+void SequenceWriter::NameChannels(OIIO::ImageSpec& layout) const {
+    if (content) {
+        layout.channelnames = content->channels;
+        layout.alpha_channel = -1;
+        for (const auto& [note, text] : content->notes) layout.attribute(note, text);
+        return;
+    }
     layout.channelnames = ChannelNames(channels);
     layout.alpha_channel = channels % 2 == 0 ? channels - 1 : -1;
     // Tells PNG and TIFF that nothing is to be divided by alpha, and TIFF what its alpha is.
-    if (source.straightAlpha || extension == "png") layout.attribute("oiio:UnassociatedAlpha", 1);
+    const bool straight = settings.source.straightAlpha || extension == "png";
+    if (straight) layout.attribute("oiio:UnassociatedAlpha", 1);
+}
+
+OIIO::ImageSpec SequenceWriter::LayoutFor(const Picture& picture) const {
+    const ClipInfo& source = settings.source;
+    OIIO::ImageSpec layout(picture.width, picture.height, channels, StoredType(settings.depth));
+    NameChannels(layout);
     if (source.storedBits > 0 && settings.depth == source.depth && extension == "dpx") {
         layout.attribute("oiio:BitsPerSample", source.storedBits);
     }
@@ -125,7 +139,8 @@ std::vector<ReadSequence> SequencesRead(const OutputSettings& settings) {
 
 std::unique_ptr<ClipWriter> CreateSequence(const SequenceName& name, const StillFormat& format,
                                            const OutputSettings& settings,
-                                           const std::vector<std::int64_t>& frames) {
+                                           const std::vector<std::int64_t>& frames,
+                                           const std::optional<NamedContent>& content) {
     if (frames.empty()) CheckTarget(name.FileName(settings.firstNumber), true);
     const std::vector<ReadSequence> sequences = SequencesRead(settings);
     for (const std::int64_t frame : frames) {
@@ -136,7 +151,7 @@ std::unique_ptr<ClipWriter> CreateSequence(const SequenceName& name, const Still
             CheckNotRead(target, number, read.clip, read.name);
         }
     }
-    return std::make_unique<SequenceWriter>(name, format, settings);
+    return std::make_unique<SequenceWriter>(name, format, settings, content);
 }
 
 void CheckNoFrameOf(const std::string& target, const ClipInfo& source) {

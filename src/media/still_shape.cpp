@@ -3,34 +3,38 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <string_view>
 
 namespace velorin {
 namespace {
 
-int ChannelNamed(const OIIO::ImageSpec& layout, const char* name) {
-    const auto found = std::find(layout.channelnames.begin(), layout.channelnames.end(), name);
-    return found == layout.channelnames.end()
-               ? -1
-               : static_cast<int>(found - layout.channelnames.begin());
-}
-
 // By the channels' names, which may stand in any order and among others; a single channel is gray
 // whatever its name.
-bool ChooseChannels(const OIIO::ImageSpec& layout, StillShape& shape) {
-    const int alpha = ChannelNamed(layout, "A");
-    const std::array<int, 3> colour{ChannelNamed(layout, "R"), ChannelNamed(layout, "G"),
-                                    ChannelNamed(layout, "B")};
-    const int gray = layout.nchannels == 1 ? 0 : ChannelNamed(layout, "Y");
+bool ChooseColours(const OIIO::ImageSpec& layout, StillShape& shape) {
+    constexpr const char* kLayouts[] = {"", "gray", "gray and alpha", "RGB", "RGB and alpha"};
+    const std::vector<std::string>& names = layout.channelnames;
+    const int alpha = ChannelNamed(names, "A");
+    const std::array<int, 3> colour{ChannelNamed(names, "R"), ChannelNamed(names, "G"),
+                                    ChannelNamed(names, "B")};
+    const int gray = layout.nchannels == 1 ? 0 : ChannelNamed(names, "Y");
     if (colour[0] >= 0 && colour[1] >= 0 && colour[2] >= 0) {
         shape.source = {colour[0], colour[1], colour[2], alpha};
         shape.channels = alpha >= 0 ? 4 : 3;
-    } else if (gray >= 0 && ChannelNamed(layout, "RY") < 0) {
+    } else if (gray >= 0 && ChannelNamed(names, "RY") < 0) {
         shape.source = {gray, alpha, 0, 0};
         shape.channels = alpha >= 0 && alpha != gray ? 2 : 1;
     } else {
         return false;
     }
+    shape.content = kLayouts[shape.channels];
     return true;
+}
+
+void ChoosePair(const OIIO::ImageSpec& layout, const ChannelPair& pair, StillShape& shape) {
+    const auto [first, second] = pair;
+    shape.source = {first, second, second, -1};
+    shape.channels = 3;
+    shape.content = layout.channelnames[first] + " and " + layout.channelnames[second];
 }
 
 bool DepthOf(OIIO::TypeDesc type, SampleDepth& depth) {
@@ -57,12 +61,6 @@ bool ChooseDepth(const OIIO::ImageSpec& layout, StillShape& shape) {
         shape.depth = i == 0 ? depth : std::max(shape.depth, depth);
     }
     return true;
-}
-
-std::string NamesOf(const OIIO::ImageSpec& layout) {
-    std::string text;
-    for (const std::string& name : layout.channelnames) text += (text.empty() ? "" : ", ") + name;
-    return text;
 }
 
 Rational Reduced(std::int64_t numerator, std::int64_t denominator) {
@@ -97,25 +95,40 @@ Rational AspectOf(const OIIO::ImageSpec& layout) {
 }  // namespace
 
 std::string StillShape::Text() const {
-    constexpr const char* kLayouts[] = {"", "gray", "gray and alpha", "RGB", "RGB and alpha"};
     constexpr const char* kDepths[] = {"8 bits", "16 bits", "half", "float"};
     const std::string bits =
         storedBits > 0 ? std::to_string(storedBits) + " bits" : kDepths[static_cast<int>(depth)];
-    return std::to_string(data.width) + " x " + std::to_string(data.height) + ", " +
-           kLayouts[channels] + ", " + bits;
+    return std::to_string(data.width) + " x " + std::to_string(data.height) + ", " + content +
+           ", " + bits;
 }
 
-std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& layout, bool placed,
+int ChannelNamed(const std::vector<std::string>& names, const std::string& name) {
+    const auto found = std::find(names.begin(), names.end(), name);
+    return found == names.end() ? -1 : static_cast<int>(found - names.begin());
+}
+
+std::string ListOf(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+std::optional<StillShape> DescribeStill(const OIIO::ImageInput& input,
+                                        const std::optional<ChannelPair>& pair,
                                         std::string& problem) {
+    const OIIO::ImageSpec& layout = input.spec();
+    // The formats that place their picture by a data and a display window.
+    const bool placed = std::string_view(input.format_name()) == "openexr";
     StillShape shape;
+    if (pair) ChoosePair(layout, *pair, shape);
     if (layout.deep) {
         problem = "holds deep samples; flatten it first";
     } else if (layout.depth > 1) {
         problem = "is a volume; a flat picture is wanted";
     } else if (layout.get_string_attribute("tiff:ColorSpace") == "CMYK") {
         problem = "holds CMYK; write it as RGB";
-    } else if (!ChooseChannels(layout, shape)) {
-        problem = "has the channels " + NamesOf(layout) + "; R, G, B, or Y, are wanted";
+    } else if (!pair && !ChooseColours(layout, shape)) {
+        problem = "has the channels " + ListOf(layout.channelnames) + "; R, G, B, or Y, are wanted";
     } else if (!ChooseDepth(layout, shape)) {
         problem = "has samples of type " + std::string(layout.format.c_str()) +
                   "; 8 or 16 bits, half or float are wanted";

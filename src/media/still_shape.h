@@ -5,16 +5,18 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "media/clip.h"
 
 namespace velorin {
 
-// What one still holds. But for the last three members a sequence must be alike in it.
+// What is read of one still. But for the last three members a sequence must be alike in it.
 struct StillShape {
     Window data;     // where the stored pixels lie
     Window display;  // the part of the plane that is shown
     int channels = 0;
+    std::string content;  // "RGB", or the names of two chosen channels
     SampleDepth depth = SampleDepth::kByte;
     int storedBits = 0;
     bool straightAlpha = true;
@@ -27,10 +29,21 @@ struct StillShape {
     std::string Text() const;
 };
 
-// Reads the header of one still. `placed`: the format has a data and a display window (EXR). What
-// it holds may be unusable: then the answer is empty and `problem` says why.
-std::optional<StillShape> DescribeStill(const OIIO::ImageSpec& layout, bool placed,
+// Two channels of a still by their numbers.
+using ChannelPair = std::array<int, 2>;
+
+// Reads the header of an open still, of the part that it is at. Without `pair` gray or colours are
+// looked for by their names; a pair is read as red and green, and blue repeats the second. What the
+// still holds may be unusable: then the answer is empty and `problem` says why.
+std::optional<StillShape> DescribeStill(const OIIO::ImageInput& input,
+                                        const std::optional<ChannelPair>& pair,
                                         std::string& problem);
+
+// The number of the channel of that name, -1 if there is none.
+int ChannelNamed(const std::vector<std::string>& names, const std::string& name);
+
+// "R, G, B, A"
+std::string ListOf(const std::vector<std::string>& names);
 
 // The rectangle that holds both.
 Window Union(const Window& a, const Window& b);
