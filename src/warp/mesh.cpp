@@ -10,6 +10,7 @@
 #include "image/bilinear.h"
 #include "image/parallel_rows.h"
 #include "image/pixel_form.h"
+#include "warp/mesh_scratch.h"
 
 namespace velorin {
 
@@ -150,27 +151,6 @@ void DrawRows(const ZPWarpJob& job, int firstRow, int lastRow, MeshRow upper, Me
     }
 }
 
-// Two mesh rows a worker.
-class Scratch {
-  public:
-    Scratch(int workers, int newColumns)
-        : columns(newColumns),
-          block(KQAllocOrThrow(sizeof(RasterVertex<4>) * 2 * static_cast<std::size_t>(columns) *
-                               static_cast<std::size_t>(workers))) {}
-    ~Scratch() { KQFree(block); }
-    Scratch(const Scratch&) = delete;
-    Scratch& operator=(const Scratch&) = delete;
-
-    MeshRow Upper(int worker) {
-        return static_cast<MeshRow>(block) + 2 * static_cast<std::size_t>(worker) * columns;
-    }
-    MeshRow Lower(int worker) { return Upper(worker) + columns; }
-
-  private:
-    const int columns;
-    void* block;
-};
-
 // A row more than the longest vector's, for what rounding adds.
 float FindReach(const ZPWarpJob& job) {
     std::array<float, kMaxThreads> longest{};
@@ -251,7 +231,7 @@ void DrawMeshRows(const ZPWarpJob& job, int firstRow, int lastRow, MeshRow upper
 void DrawMesh(ZPWarpJob& job, KQIdleAndProgressClass& progress) {
     const int rows = job.maxRow - job.minRow;
     const int workers = ChooseWorkers(rows);
-    Scratch scratch(workers, job.source->width);
+    MeshScratch<4> scratch(workers, job.source->width);
     if (workers == 1) {
         KQIdleAndProgressClass strip(&progress);
         DrawMeshRows(job, job.minRow, job.maxRow, scratch.Upper(0), scratch.Lower(0), strip);

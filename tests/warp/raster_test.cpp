@@ -2,24 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <limits>
 #include <vector>
 
 #include "support/noise.h"
+#include "support/plain_raster.h"
 
 namespace velorin {
 namespace {
 
 constexpr int kMaxX = 15;
 constexpr int kMaxY = 11;
-
-struct Hit {
-    int x;
-    int y;
-    std::vector<float> attributes;
-};
 
 // Writes down what is merged, in order.
 template <int N, bool kSinglePixel>
@@ -31,7 +24,7 @@ struct LogCanvas {
         Row(LogCanvas& newCanvas, int newY) : canvas(newCanvas), y(newY) {}
         void MoveTo(int newX) { x = newX; }
         void Merge(PixelLanes<N> value) {
-            Hit hit{x++, y, std::vector<float>(N)};
+            RasterHit hit{x++, y, std::vector<float>(N)};
             value.Store(hit.attributes.data());
             canvas.hits.push_back(hit);
         }
@@ -41,105 +34,7 @@ struct LogCanvas {
         int x = 0;
         int y;
     };
-    std::vector<Hit> hits;
-};
-
-// The rule told line by line with a list of at most two active edges, without vector lanes.
-template <int N, bool kSinglePixel>
-class PlainRaster {
-  public:
-    using Vertex = RasterVertex<N>;
-
-    std::vector<Hit> Draw(const Vertex& a, const Vertex& b, const Vertex& c) {
-        for (float Vertex::*axis : {&Vertex::x, &Vertex::y}) {
-            const float most = axis == &Vertex::x ? kMaxX : kMaxY;
-            if (a.*axis < 0.0f && b.*axis < 0.0f && c.*axis < 0.0f) return {};
-            if (a.*axis > most && b.*axis > most && c.*axis > most) return {};
-        }
-        corners = {a, b, c};
-        std::stable_sort(corners.begin(), corners.end(),
-                         [](const Vertex& p, const Vertex& q) { return p.y < q.y; });
-        // The one order of equal lines in which the rule is no stable sort.
-        if (!(b.y < a.y) && c.y < b.y && a.y == c.y) corners = {c, a, b};
-        const float last = std::min(std::floor(corners[2].y), static_cast<float>(kMaxY));
-        for (float y = std::max(std::ceil(corners[0].y), 0.0f); y <= last; ++y) DrawLine(y);
-        FlatBottom();
-        return hits;
-    }
-
-  private:
-    struct Edge {
-        float startY, endY, x, stepX;
-        std::vector<float> attributes, steps;
-    };
-
-    void DrawLine(float y) {
-        for (; next < 3 && corners[next].y <= y; ++next) {
-            std::erase_if(edges, [&](const Edge& e) { return y >= e.startY && y >= e.endY; });
-            static constexpr int kOthers[3][2] = {{1, 2}, {2, 0}, {0, 1}};
-            for (int other : kOthers[next]) {
-                if (corners[other].y > y) AddEdge(corners[next], corners[other], y);
-            }
-        }
-        for (Edge& edge : edges) {
-            edge.x += edge.stepX;
-            for (int i = 0; i < N; ++i) edge.attributes[i] += edge.steps[i];
-        }
-        if (edges.size() != 2) return;
-        const int left = edges[1].x < edges[0].x ? 1 : 0;
-        const Edge& l = edges[left];
-        const Edge& r = edges[1 - left];
-        if (r.x - l.x > 1e-8f) Span(y, l.x, r.x, l.attributes, r.attributes);
-    }
-
-    void AddEdge(const Vertex& start, const Vertex& end, float y) {
-        const float dy = end.y - start.y;
-        const bool flat = dy < 1e-5f;
-        const float inv = flat ? 0.0f : 1.0f / dy;
-        const float t = flat ? 0.0f : (y - 1.0f - start.y) * inv;
-        Edge edge{start.y, end.y, start.x, 0.0f, {}, {}};
-        if (!flat) edge.x = start.x + t * (end.x - start.x), edge.stepX = (end.x - start.x) * inv;
-        for (int i = 0; i < N; ++i) {
-            const float first = start.attributes[i];
-            const float d = end.attributes[i] - first;
-            edge.attributes.push_back(flat ? first : first + t * d);
-            edge.steps.push_back(flat ? 0.0f : d * inv);
-        }
-        edges.push_back(edge);
-    }
-
-    void Span(float y, float leftX, float rightX, std::vector<float> left,
-              std::vector<float> right) {
-        const float x0 = std::max(std::ceil(leftX), 0.0f);
-        const float x1 = std::min(std::floor(rightX), static_cast<float>(kMaxX));
-        if (!(x0 <= x1)) return;
-        const float w = rightX - leftX;
-        const float inv = 1.0f / w;
-        const float t = x0 == x1 ? (x1 - leftX) / w : (x0 - leftX) * inv;
-        Hit hit{static_cast<int>(x0), static_cast<int>(y), left};
-        for (int i = 0; i < N; ++i) hit.attributes[i] = left[i] + t * (right[i] - left[i]);
-        for (; hit.x <= x1; ++hit.x) {
-            hits.push_back(hit);
-            for (int i = 0; i < N; ++i) hit.attributes[i] += (right[i] - left[i]) * inv;
-        }
-    }
-
-    void FlatBottom() {
-        const Vertex& middle = corners[1];
-        const Vertex& bottom = corners[2];
-        if (middle.y != kMaxY || bottom.y != kMaxY) return;
-        const Vertex& l = bottom.x <= middle.x ? bottom : middle;
-        const Vertex& r = bottom.x <= middle.x ? middle : bottom;
-        const float x0 = std::ceil(l.x), x1 = std::floor(r.x);
-        if (kSinglePixel ? x0 > x1 : x1 <= x0) return;
-        if (!(r.x - l.x > 1e-5f)) return;
-        Span(kMaxY, l.x, r.x, {l.attributes, l.attributes + N}, {r.attributes, r.attributes + N});
-    }
-
-    std::vector<Vertex> corners;
-    std::vector<Edge> edges;
-    std::vector<Hit> hits;
-    int next = 0;
+    std::vector<RasterHit> hits;
 };
 
 // Places where a rasteriser changes course: on pixel centres, between them, on one line with
@@ -182,7 +77,8 @@ void CompareWithPlain(int seed) {
         FillVertices<N>(noise, v);
         LogCanvas<N, kSinglePixel> canvas;
         ZPRasterTriangle<LogCanvas<N, kSinglePixel>>::Draw(canvas, v[0], v[1], v[2], kMaxX, kMaxY);
-        const std::vector<Hit> wanted = PlainRaster<N, kSinglePixel>().Draw(v[0], v[1], v[2]);
+        const std::vector<RasterHit> wanted =
+            PlainRaster<N, kSinglePixel>(kMaxX, kMaxY).Draw(v[0], v[1], v[2]);
         ASSERT_EQ(canvas.hits.size(), wanted.size()) << i;
         for (std::size_t k = 0; k < wanted.size(); ++k) {
             ASSERT_EQ(canvas.hits[k].x, wanted[k].x) << i;
@@ -207,7 +103,7 @@ TEST(Raster, APinnedTriangle) {
     LogCanvas<2, true> canvas;
     ZPRasterTriangle<LogCanvas<2, true>>::Draw(canvas, v[0], v[1], v[2], kMaxX, kMaxY);
     std::vector<int> places;
-    for (const Hit& hit : canvas.hits) places.push_back(10 * hit.y + hit.x);
+    for (const RasterHit& hit : canvas.hits) places.push_back(10 * hit.y + hit.x);
     EXPECT_EQ(places, (std::vector<int>{21, 22, 23, 31, 32}));
     EXPECT_SAME_BITS(canvas.hits[1].attributes[0], 0x1.6d1e36p+2f);
     EXPECT_SAME_BITS(canvas.hits[3].attributes[1], 0x1.04c52cp+1f);
@@ -228,7 +124,7 @@ TEST(Raster, PlacesThatAreNoNumbersDrawNothingOutside) {
         }
         LogCanvas<4, false> canvas;
         ZPRasterTriangle<LogCanvas<4, false>>::Draw(canvas, v[0], v[1], v[2], kMaxX, kMaxY);
-        for (const Hit& hit : canvas.hits) {
+        for (const RasterHit& hit : canvas.hits) {
             ASSERT_TRUE(hit.x >= 0 && hit.x <= kMaxX && hit.y >= 0 && hit.y <= kMaxY);
         }
     }
