@@ -7,6 +7,7 @@
 #include "warp/blend_coverage.h"
 #include "warp/change_matte.h"
 #include "warp/inverse_warp.h"
+#include "warp/invert_flow.h"
 #include "warp/voronoi_fill.h"
 #include "warp/warp_image.h"
 
@@ -14,11 +15,12 @@ namespace velorin {
 namespace {
 
 // Vectors of `size` pixels of the flow that turn within `length` of them; long ones fold the mesh.
-std::shared_ptr<ZPImage> DrawWaves(float size, float length) {
-    auto flow = std::make_shared<ZPImage>(kFlowWidth, kFlowHeight, 2, ZPPixFloat, 0);
-    for (int y = 0; y < kFlowHeight; ++y) {
+std::shared_ptr<ZPImage> DrawWaves(float size, float length, int width = kFlowWidth,
+                                   int height = kFlowHeight) {
+    auto flow = std::make_shared<ZPImage>(width, height, 2, ZPPixFloat, 0);
+    for (int y = 0; y < height; ++y) {
         float* vector = flow->Row<float>(y);
-        for (int x = 0; x < kFlowWidth; ++x, vector += 2) {
+        for (int x = 0; x < width; ++x, vector += 2) {
             vector[0] = size * std::sin(static_cast<float>(x) * 6.2832f / length);
             vector[1] = size * std::cos(static_cast<float>(y) * 6.2832f / length);
         }
@@ -71,6 +73,23 @@ void TimeForward(int pixelType) {
                                              {"folded flow", 40.0f, 120.0f}}) {
         Time("warp: ZPWarpImage, " + std::string(name) + ", " + form,
              [=, s = size, l = length] { return PrepareForward(pixelType, s, l); });
+    }
+}
+
+// Of vectors at the frame's own size, as a host supplies them.
+Operation PrepareReverse(float size, float length) {
+    const auto flow = DrawWaves(size, length, kFrameWidth, kFrameHeight);
+    const auto reverse = CreateCopy(*flow);
+    const auto holes = std::make_shared<ZPImage>(kFrameWidth, kFrameHeight, 1, ZPPixUChar, 0);
+    return {CountPixels(*flow), [=] { ZPInvertFlow(*reverse, *flow, *holes, nullptr); }, {}};
+}
+
+void TimeReverse() {
+    for (const auto& [name, size, length] : {std::tuple{"no motion", 0.0f, 1000.0f},
+                                             {"smooth flow", 5.0f, 1000.0f},
+                                             {"folded flow", 40.0f, 120.0f}}) {
+        Time("warp: ZPInvertFlow, " + std::string(name),
+             [s = size, l = length] { return PrepareReverse(s, l); });
     }
 }
 
@@ -160,6 +179,7 @@ void TimeBlends() {
 
 bool Register() {
     for (int type : {ZPPixUChar, ZPPixFloat}) TimeForward(type);
+    TimeReverse();
     TimeBlends();
     for (int type : {ZPPixUChar, ZPPixUShort, ZPPixFloat}) {
         const std::string form = TypeName(type) + std::string(" x 4");
