@@ -1,9 +1,8 @@
 #include "flow/optical_flow.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 
+#include "flow/level_plan.h"
 #include "flow/level_solver.h"
 #include "flow/propagate.h"
 #include "image/arithmetic.h"
@@ -17,11 +16,6 @@ namespace {
 
 constexpr const char* kIncompatible = "calculating flow, incompatible inputs!\n";
 
-int Halved(int side, int times) {
-    for (int i = 0; i < times; ++i) side /= 2;
-    return side;
-}
-
 }  // namespace
 
 // What one computation passes down to its steps.
@@ -31,25 +25,14 @@ struct ZPOpticalFlowUChar::Pass {
     KQIdleAndProgressClass& progress;
 };
 
-int CountLevels(int width, int height, int minLevelSize) {
-    int count = 1;
-    while (count < kMaxLevels) {
-        width /= 2;
-        height /= 2;
-        if (width < minLevelSize || height < minLevelSize || width <= 2 || height <= 2) break;
-        ++count;
-    }
-    return count;
-}
-
 ZPOpticalFlowUChar::ZPOpticalFlowUChar(int throwOnFailure, int newFullWidth, int newFullHeight,
                                        int newReductionSteps, int newGuided, int newMasked,
                                        int newMinLevelSize)
     : reductionSteps(newReductionSteps),
       guided(newGuided),
       masked(newMasked),
-      width(Halved(newFullWidth, newReductionSteps)),
-      height(Halved(newFullHeight, newReductionSteps)),
+      width(HalvedSide(newFullWidth, newReductionSteps)),
+      height(HalvedSide(newFullHeight, newReductionSteps)),
       maxX(width - 1),
       maxY(height - 1),
       minLevelSize(newMinLevelSize),
@@ -75,27 +58,20 @@ ZPOpticalFlowUChar::ZPOpticalFlowUChar(int newFullWidth, int newFullHeight, int 
 ZPOpticalFlowUChar::~ZPOpticalFlowUChar() = default;
 
 void ZPOpticalFlowUChar::CreatePyramids() {
-    int w = width;
-    int h = height;
-    for (int n = 0; n < levelCount; ++n) {
-        const auto create = [&](ImagePyramid& pyramid, int channels) {
-            pyramid[n] = std::make_unique<ZPImage>(w, h, channels, ZPPixFloat, 0);
-            ClearImage(pyramid[n].get());
-        };
-        create(tensorPyramid, 3);
-        create(mismatchPyramid, 2);
-        create(imagePyramidB, 1);
-        create(imagePyramidA, 1);
-        create(flowPyramid, 2);
-        if (guided) create(hintFlowPyramid, 2);
-        if (guided) create(hintWeightPyramid, 1);
-        if (masked) create(mattePyramidA, 1);
-        if (masked) create(mattePyramidB, 1);
-        create(gradientXPyramid, 1);
-        create(gradientYPyramid, 1);
-        w = std::max(w / 2, 2);
-        h = std::max(h / 2, 2);
-    }
+    const auto create = [this](ImagePyramid& pyramid, int channels) {
+        CreateLevels(pyramid, levelCount, width, height, channels);
+    };
+    create(tensorPyramid, 3);
+    create(mismatchPyramid, 2);
+    create(imagePyramidB, 1);
+    create(imagePyramidA, 1);
+    create(flowPyramid, 2);
+    if (guided) create(hintFlowPyramid, 2);
+    if (guided) create(hintWeightPyramid, 1);
+    if (masked) create(mattePyramidA, 1);
+    if (masked) create(mattePyramidB, 1);
+    create(gradientXPyramid, 1);
+    create(gradientYPyramid, 1);
 }
 
 void ZPOpticalFlowUChar::ReleasePyramids() {
@@ -112,18 +88,9 @@ void ZPOpticalFlowUChar::SetSensitivity(float newSensitivity) {
 }
 
 void ZPOpticalFlowUChar::ChooseStartLevel(float& startScale) {
-    const double exponent = std::log(std::pow(static_cast<double>(sensitivity), 2.0));
-    const float t = static_cast<float>(levelCount + exponent / std::log(2.0));
-    if (!(t >= 0.0f)) {
-        startLevel = 0;
-        startScale = 0.0f;
-    } else if (t >= static_cast<float>(levelCount)) {
-        startLevel = levelCount - 1;
-        startScale = 1.0f;
-    } else {
-        startLevel = TruncateInside(t);
-        startScale = t - std::floor(t);
-    }
+    const StartLevel start = FindStartLevel(levelCount, sensitivity);
+    startLevel = start.level;
+    startScale = start.scale;
 }
 
 void ZPOpticalFlowUChar::ComputeFlowFromImages(ZPImage* dest, const ZPImage* imageA,
@@ -149,11 +116,7 @@ void ZPOpticalFlowUChar::ComputeFlowFromImages(ZPImage* dest, const ZPImage* ima
 void ZPOpticalFlowUChar::ComputeFlow(ZPImage* dest, int highPass, int mode, int skipPropagation,
                                      KQIdleAndProgressClass* progress) {
     KQIdleAndProgressClass stage(progress);
-    double totalPixels = 0.0;
-    for (int n = startLevel; n >= 0; --n) {
-        totalPixels += static_cast<double>(flowPyramid[n]->width) * flowPyramid[n]->height;
-    }
-    totalPixels *= iterationsPerLevel;
+    const double totalPixels = iterationsPerLevel * CountLevelPixels(flowPyramid, startLevel);
     if (highPass == 1) HighPass();
     float startScale = 1.0f;
     ChooseStartLevel(startScale);

@@ -8,10 +8,6 @@
 
 namespace velorin {
 
-// Levels above the working size: sides are halved, cutting, while both stay above 2 and at least
-// `minLevelSize`. At least 1.
-int CountLevels(int width, int height, int minLevelSize);
-
 // The motion estimator: dense flow between two frames by coarse-to-fine, iterative Lucas-Kanade on
 // band-passed luminance, repaired on each level by candidate propagation.
 //

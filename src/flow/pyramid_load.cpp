@@ -5,6 +5,7 @@
 #include "filter/convolve.h"
 #include "filter/gaussian_blur.h"
 #include "filter/resample.h"
+#include "flow/level_plan.h"
 #include "flow/level_solver.h"
 #include "flow/luminance.h"
 #include "flow/optical_flow.h"
@@ -95,12 +96,8 @@ void ZPOpticalFlowUChar::LoadMatte(const ZPImage& image, bool toB) {
 }
 
 void ZPOpticalFlowUChar::LoadLevelZero(ZPImage& level, const ZPImage& image, bool isMatte) {
-    int w = image.width;
-    int h = image.height;
-    for (int i = 0; i < reductionSteps; ++i) {
-        w /= 2;
-        h /= 2;
-    }
+    const int w = HalvedSide(image.width, reductionSteps);
+    const int h = HalvedSide(image.height, reductionSteps);
     // A caller's error; the work goes on with the frame's own size.
     if (w != width || h != height) std::fputs("incorrect with and height\n", stderr);
     if (w < 1 || h < 1) throw ZPErrBadArgument;
