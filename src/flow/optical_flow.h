@@ -15,8 +15,8 @@ namespace velorin {
 // times, cutting. Its vectors are in working pixels: content at (x, y) of A is at (x + u, y + v) of
 // B, where x and y count logical columns and rows. There is no mark for an invalid vector.
 //
-// Order of use: SetSensitivity, mattes, images, compute; a computation with the high-pass step
-// needs the images loaded anew. One thread at a time.
+// Order of use: SetSensitivity, hints, mattes, images, compute; a computation with the high-pass
+// step needs the images loaded anew. One thread at a time.
 class ZPOpticalFlowUChar : public KQMem {
   public:
     // Makes all pyramids. A failure leaves its ZPErr in `status` and no image behind; with
@@ -54,8 +54,19 @@ class ZPOpticalFlowUChar : public KQMem {
                                int highPass, int mode, int skipPropagation,
                                KQIdleAndProgressClass* progress, bool enhance);
 
-    // The flow of the last computation, until the next; borrowed by the engine.
+    // The flow of the last computation, until the next or FinishHints; borrowed by the engine.
     ZPImage* Flow() { return flowPyramid[0].get(); }
+
+    // Guide points, on which the flow is forced to the vector of the point: ClearHints, any number
+    // of AddHint, FinishHints. They hold for all further computations. Without `guided` the three
+    // do nothing.
+    void ClearHints();
+    // A point that is at (x0, y0) in A and at (x1, y1) in B, in frames of refWidth by refHeight;
+    // callers pass the frame's size minus one. Points on one pixel of the flow are averaged. One
+    // that begins outside the frame and one that is not finite are dropped.
+    void AddHint(float x0, float y0, float x1, float y1, float refWidth, float refHeight);
+    // Builds the levels of the hints. Overwrites the flow of the last computation.
+    void FinishHints();
 
     // Replaces the level's flow by hint over weight wherever a hint's weight is not 0.
     void ImposeHints(int level);

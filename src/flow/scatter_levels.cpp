@@ -1,11 +1,13 @@
 #include "flow/scatter_levels.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "filter/convolve.h"
 #include "filter/resample.h"
 #include "image/parallel_rows.h"
+#include "image/rounding.h"
 
 namespace velorin {
 
@@ -92,6 +94,38 @@ void ResampleLevelRows(ZPImage& fine, const ZPImage& coarse, const float (&stret
 }
 
 }  // namespace
+
+void AddMovingPoint(ZPImage& sums, ZPImage& counts, float x0, float y0, float x1, float y1,
+                    float refWidth, float refHeight) {
+    const float kx = static_cast<float>(sums.lastColumn) / refWidth;
+    const float ky = static_cast<float>(sums.lastRow) / refHeight;
+    const float fromX = x0 * kx, fromY = y0 * ky;
+    // On purpose cut toward zero: what lies less than 1.5 pixels before the first column or row
+    // still counts as on it.
+    const int ix = Truncate(static_cast<double>(fromX) + 0.5);
+    const int iy = Truncate(static_cast<double>(fromY) + 0.5);
+    if (ix < 0 || iy < 0 || ix >= sums.width || iy >= sums.height) return;
+    const float u = x1 * kx - fromX, v = y1 * ky - fromY;
+    // One such vector would spread over the whole field.
+    if (!std::isfinite(u) || !std::isfinite(v)) return;
+    float* sum = sums.Row<float>(iy) + 2 * ix;
+    sum[0] += u;
+    sum[1] += v;
+    counts.Row<float>(iy)[ix] += 1.0f;
+}
+
+void AveragePoints(ZPImage& sums, ZPImage& counts) {
+    for (int y = 0; y < counts.height; ++y) {
+        float* sum = sums.Row<float>(y);
+        float* count = counts.Row<float>(y);
+        for (int x = 0; x < counts.width; ++x) {
+            if (!(count[x] > 0.0f)) continue;
+            sum[2 * x] /= count[x];
+            sum[2 * x + 1] /= count[x];
+            count[x] = 1.0f;
+        }
+    }
+}
 
 void ReduceLevel(ZPImage& coarse, const ZPImage& fine, ZPImage& scratch) {
     SmoothBinomial(scratch, fine);

@@ -25,6 +25,16 @@ class CoarserPlaces {
 // The steps between and on the levels of a field that grows from known samples. All images are
 // float; on one level they have its size, and sides are at least 2.
 
+// Adds a point that moves from (x0, y0) to (x1, y1), in a frame of refWidth by refHeight, to the
+// pixel nearest to where it begins: its vector, in the image's pixels, to `sums`, of 2 channels,
+// and 1.0 to `counts`, of one. For the frame's last pixel to fall on the image's, the reference is
+// the frame's size minus one. A point that begins outside and one that is not finite are dropped.
+void AddMovingPoint(ZPImage& sums, ZPImage& counts, float x0, float y0, float x1, float y1,
+                    float refWidth, float refHeight);
+
+// Makes every pixel's sum the mean of its points, and its count 1.0.
+void AveragePoints(ZPImage& sums, ZPImage& counts);
+
 // Halves known samples, or their weights: smooths `fine` into `scratch`, of the same size and
 // channels, and resamples that to `coarse`.
 void ReduceLevel(ZPImage& coarse, const ZPImage& fine, ZPImage& scratch);
