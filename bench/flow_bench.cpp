@@ -2,6 +2,7 @@
 #include "flow/level_solver.h"
 #include "flow/luminance.h"
 #include "flow/matte.h"
+#include "flow/morph_flow.h"
 #include "flow/optical_flow.h"
 #include "flow/propagate.h"
 #include "image/arithmetic.h"
@@ -143,6 +144,27 @@ Operation PrepareChoke() {
             [image, source] { CopyExact(image.get(), source.get()); }};
 }
 
+// Points on so many different pixels of the flow, all over it.
+void AddPoints(ZPMorphFlow& morph, int count) {
+    morph.ClearPoints();
+    for (int i = 0; i < count; ++i) {
+        // A step that shares no factor with the number of pixels.
+        const int pixel = static_cast<int>(i * 196613LL % (kFlowWidth * kFlowHeight));
+        const float x = static_cast<float>(pixel % kFlowWidth);
+        const float y = static_cast<float>(pixel / kFlowWidth);
+        morph.AddPoint(x, y, x + 3.0f - 0.01f * y, y + 0.005f * x, kFlowWidth - 1, kFlowHeight - 1);
+    }
+    morph.FinishPoints();
+}
+
+template <int kPoints>
+Operation PrepareMorph() {
+    const auto morph = std::make_shared<ZPMorphFlow>(1, kFrameWidth, kFrameHeight, 1, 2);
+    morph->SetSensitivity(0.7f);
+    return {CountPixels(*morph->Flow()), [morph] { morph->Compute(nullptr, nullptr, 1); },
+            [morph] { AddPoints(*morph, kPoints); }};
+}
+
 bool Register() {
     Time("flow: luminance of a full HD frame, 8-bit x 4", PrepareLuminance);
     Time("flow: load of a full HD frame into a pyramid", PrepareLoad);
@@ -155,6 +177,9 @@ bool Register() {
     Time("flow: hole fill of a full HD frame, 8-bit x 4, 5 percent holes", PrepareFill<true>);
     Time("flow: hole fill of a full HD frame, 8-bit x 4, no hole", PrepareFill<false>);
     Time("flow: ZPMatte::Choke of a full HD matte by 1.5 pixels, float x 1", PrepareChoke);
+    Time("flow: flow of 10 points, 960 x 540", PrepareMorph<10>);
+    Time("flow: flow of 1000 points, 960 x 540", PrepareMorph<1000>);
+    Time("flow: flow of 100,000 points, 960 x 540", PrepareMorph<100'000>);
     return true;
 }
 
