@@ -29,12 +29,14 @@ KQVelorin4Internal::~KQVelorin4Internal() {
 }
 
 void KQVelorin4Internal::ReleaseFlows() {
-    forwardFlow = nullptr;  // borrowed from the estimator
+    forwardFlow = nullptr;  // borrowed
+    suppliedForward.reset();
     backFlow.reset();
     for (auto* flows : {&layerFlowA, &layerFlowB}) {
         for (std::unique_ptr<ZPImage>& flow : *flows) flow.reset();
     }
     opticalFlow.reset();
+    morphFlow.reset();
 }
 
 void KQVelorin4Internal::UpdateFormat(RenderPass& pass) {
@@ -81,6 +83,7 @@ FlowSettings KQVelorin4Internal::CurrentSettings(const RenderPass& pass) const {
     now.enhance = pass.host.EnhanceImages() == 1;
     now.layerSensitivity = pass.layerSensitivity;
     now.layerShrink = pass.layerShrink;
+    now.layerUsesOpticalFlow = layerUsesOpticalFlow;
     now.sameClipForTracking = request.sameClipForTracking;
     now.imagesAreYCbCr = request.imagesAreYCbCr;
     now.width = width;
@@ -100,14 +103,18 @@ void KQVelorin4Internal::DropChangedFlows(RenderPass& pass) {
     if (!(now == previous) || pass.vectorQuality == 0 || pass.onFrame || pass.keepFlows == 0) {
         drop();
     }
-    if (opticalFlow && (opticalFlow->width != flowWidth || opticalFlow->height != flowHeight)) {
-        drop();
-    }
+    const auto hasOtherSize = [&](const auto& object) {
+        return object && (object->width != flowWidth || object->height != flowHeight);
+    };
+    if (hasOtherSize(opticalFlow) || hasOtherSize(morphFlow)) drop();
     for (int layer = 0; layer < layerCount; ++layer) {
         const int geometries = pass.host.GetNumGeometries(
             layer, static_cast<float>(pass.floorFrame), static_cast<float>(pass.ceilFrame));
-        if (geometries != 0) throw ZPErrBadArgument;  // guide points are not built yet
+        if (geometries != 0) pass.hasGeometry = true;
     }
+    // An estimator is made with or without hints; making it anew asks for its flows.
+    if (pass.hasGeometry != anyGeometry) ReleaseFlows();
+    anyGeometry = pass.hasGeometry;
     previous = now;
 }
 

@@ -60,7 +60,10 @@ class KQVelorin4 : public KQMem {
     // 1 asks for the edge-enhancing preparation of what the estimator sees.
     virtual int EnhanceImages() = 0;
 
-    // Guide geometry: point lists between two source frames, in pixels.
+    // Guide geometry: lists of points on a layer that move from (xA, yA) on one source frame of a
+    // pair to (xB, yB) on the other, in pixels: pixel centres are whole numbers and y counts
+    // logical rows. The flow of the layer follows them. Frames count fields where the input has
+    // them, times frames always. What was handed out is given back by ReleasePoints.
     virtual int GetNumGeometries(int layer, float frameA, float frameB);
     virtual int GetGeometryPoints(int geometry, unsigned long layer, float timeA, float timeB,
                                   unsigned long* count, float** xA, float** yA, float** xB,
@@ -68,7 +71,13 @@ class KQVelorin4 : public KQMem {
     virtual void ReleasePoints(float* xA, float* yA, float* xB, float* yB);
     virtual void GetGeometryColor(std::uint8_t* red, std::uint8_t* green, std::uint8_t* blue);
 
-    // 1: vectors come from the host, as coded images, and none are estimated.
+    // 1: vectors come from the host and none are estimated or kept: those that lead from a frame
+    // to the one after it (forward) or before it (backward), as images of the frames' size and four
+    // channels. Channel 0 codes the way along x, channel 1 that along y, in pixels: v is
+    // (2 * c / 254 - 1) * scale for bytes, (2 * c / 65534 - 1) * scale for words and
+    // (2 * c - 1) * scale for floats, times the factor of the axis. Channel 3 is white where there
+    // is a vector. 5 or a null image: none for that frame; if only one of the two flows of a pair
+    // is there the other is its reverse, and if none is nothing moves.
     virtual int UsesSuppliedVectors();
     virtual int GetBackwardVectors(KQImage** out, float* scale, int frame);
     virtual int GetForwardVectors(KQImage** out, float* scale, int frame);
@@ -107,9 +116,6 @@ class KQVelorin4 : public KQMem {
     //
     // 0, or a ZPErr after clean-up; 1, with no slot called, while `internal` is null. No exception
     // passes. Flows between the same two source frames are estimated once while they are kept.
-    //
-    // Not built yet and refused with ZPErrBadArgument: guide geometry, layers without the
-    // estimator, and supplied vectors.
     int RenderFrame(KQImage* resultImage, KQImage* secondFieldImage, std::int32_t newInputFields,
                     std::int32_t newOutputFields, std::int32_t newVectorQuality, float outputTime,
                     float nextOutputTime, float newSourceFrameRate, float newOutputFrameRate,

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "engine/kq_velorin.h"
+#include "flow/morph_flow.h"
 #include "flow/optical_flow.h"
 
 namespace velorin {
@@ -54,6 +55,7 @@ struct FlowSettings {
     bool enhance = false;
     std::array<float, kMaxLayers> layerSensitivity{};
     std::array<float, kMaxLayers> layerShrink{};
+    std::array<bool, kMaxLayers> layerUsesOpticalFlow{};
     // A kept flow never belongs to another picture.
     std::int64_t sameClipForTracking = 1;
     bool imagesAreYCbCr = false;
@@ -69,7 +71,7 @@ struct LayerWork;
 struct RenderPass;
 
 // The render itself, and what lives from one request to the next: the flows of the last frame pair
-// and the estimator.
+// the estimator and the morph flow.
 class KQVelorin4Internal : public KQMem {
   public:
     KQVelorin4Internal() = default;
@@ -86,7 +88,7 @@ class KQVelorin4Internal : public KQMem {
     // none. Without matte layers the one layer is 0.
     ZPImage* LayerFlowA(int layer) const;
 
-    // Frees the kept flows and the estimator. Allowed at any time between requests.
+    // Frees the kept flows, the estimator and the morph flow. Allowed at any time between requests.
     void ReleaseFlows();
 
     std::int32_t width = 0;
@@ -98,13 +100,16 @@ class KQVelorin4Internal : public KQMem {
     std::int32_t warpingMethod = 0;
     std::int32_t flowWidth = 0;
     std::int32_t flowHeight = 0;
-    std::unique_ptr<ZPOpticalFlowUChar> opticalFlow;
+    std::unique_ptr<ZPOpticalFlowUChar> opticalFlow;  // of the layers that it tracks
+    std::unique_ptr<ZPMorphFlow> morphFlow;           // of those that follow guide points alone
     // Later frame of the pair to the earlier one, in a single-layer render; or what all layers
     // share in a render that keeps nothing.
     std::unique_ptr<ZPImage> backFlow;
-    ZPImage* forwardFlow = nullptr;  // earlier to later; borrowed from the estimator
+    // Earlier to later; borrowed from the estimator, the morph flow or the supplied flow.
+    ZPImage* forwardFlow = nullptr;
+    std::unique_ptr<ZPImage> suppliedForward;  // of the frame's own size, as backFlow is then
     // Kept flows of layers, see LayerFlowA and the way back; the first of layerFlowA stays null,
-    // since the estimator holds it.
+    // since the estimator or the morph flow holds it.
     std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowA;
     std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowB;
     std::int32_t lastFloorFrame = -1;
@@ -112,6 +117,7 @@ class KQVelorin4Internal : public KQMem {
     std::int32_t nearestToFrame = -1;    // the other one of its pair
     FlowSettings previous;
     std::array<bool, kMaxLayers> layerUsesOpticalFlow{};
+    bool anyGeometry = false;  // whether the last request had guide points on any layer
 
   private:
     // render_frame.cpp
@@ -129,11 +135,18 @@ class KQVelorin4Internal : public KQMem {
     void DropChangedFlows(RenderPass& pass);
     // direct_path.cpp
     void RenderDirect(RenderPass& pass);
+    // flow_sources.cpp
+    void PrepareFlowObject(RenderPass& pass, int layer, bool masked);
+    void EnsureFlowObject(RenderPass& pass, int layer, bool masked);
+    ZPImage* HeldFlow(int layer) const;
+    void FeedGuides(RenderPass& pass, int layer, bool fromFloor);
+    void ImportFlows(RenderPass& pass, const ZPImage* floorMatte, const ZPImage* ceilMatte);
+    bool FlowStartsAtFloor(const RenderPass& pass) const;
+    ZPImage& NearestFlow(const RenderPass& pass, int layer) const;
     // single_layer.cpp
     void RenderSingleLayer(RenderPass& pass);
-    void PrepareEstimator(RenderPass& pass, int layer, bool masked);
-    bool FlowStartsAtFloor(const RenderPass& pass) const;
-    void ComputeNearestFlow(RenderPass& pass);
+    void ObtainFrameFlows(RenderPass& pass);
+    void ComputeFrameFlow(RenderPass& pass, ZPImage* dest, bool fromFloor);
     void ComputeBothFlows(RenderPass& pass);
     void WarpNearest(RenderPass& pass);
     void WarpBoth(RenderPass& pass);
@@ -146,7 +159,7 @@ class KQVelorin4Internal : public KQMem {
     ZPImage* LayerFlowB(int layer) const;
     void ComputeLayerFlows(RenderPass& pass, LayerWork& work, int layer);
     void ComputeLayerFlow(ZPImage* dest, RenderPass& pass, LayerWork& work, int layer,
-                          const LayerSide& first, const LayerSide& second);
+                          bool fromFloor);
     // layer_picture.cpp
     ZPImage& BuildNearestLayer(RenderPass& pass, LayerWork& work, int layer, bool moves);
     void FillFromEachOther(RenderPass& pass, LayerWork& work, int layer, bool moves);

@@ -35,37 +35,38 @@ ZPImage* KQVelorin4Internal::LayerFlowA(int layer) const {
     // The frontmost layer is computed last, so that its flow may stay in the estimator. Where
     // nothing is kept each layer's does: it is used before the next one is computed.
     if (layer != 0 && !backFlow) return layerFlowA[layer].get();
-    return opticalFlow ? opticalFlow->Flow() : nullptr;
+    ZPImage* held = HeldFlow(layer);
+    return held ? held : forwardFlow;  // the last are supplied vectors
 }
 
 ZPImage* KQVelorin4Internal::LayerFlowB(int layer) const {
     return backFlow ? backFlow.get() : layerFlowB[layer].get();
 }
 
-// From `first` to `second`, into `dest`.
+// From the floor frame to the ceil frame, or back, into `dest`.
 void KQVelorin4Internal::ComputeLayerFlow(ZPImage* dest, RenderPass& pass, LayerWork& work,
-                                          int layer, const LayerSide& first,
-                                          const LayerSide& second) {
+                                          int layer, bool fromFloor) {
+    FeedGuides(pass, layer, fromFloor);
+    pass.NextStage();
+    if (!layerUsesOpticalFlow[layer]) return morphFlow->Compute(dest, &pass.progress, 1);
+    const LayerSide& first = fromFloor ? work.floorSide : work.ceilSide;
+    const LayerSide& second = fromFloor ? work.ceilSide : work.floorSide;
     LoadValidity(*opticalFlow, first, work, layer, layerCount, false);
     LoadValidity(*opticalFlow, second, work, layer, layerCount, true);
     const bool enhance = previous.enhance;
     opticalFlow->LoadImage(first.cutTracked, &first.visible, &first.visible, false, enhance);
     opticalFlow->LoadImage(second.cutTracked, &second.visible, &second.visible, true, enhance);
-    pass.NextStage();
     opticalFlow->ComputeFlow(dest, 1, 1, 0, &pass.progress);
 }
 
-// One flow for Nearest, as in ComputeNearestFlow; else two, the later frame's first.
+// One flow for Nearest; else two, the later frame's first.
 void KQVelorin4Internal::ComputeLayerFlows(RenderPass& pass, LayerWork& work, int layer) {
     PrepareLayerFlows(pass.keepFlows);
     if (pass.interpMethod == 0) {
-        const bool fromFloor = FlowStartsAtFloor(pass);
-        const LayerSide& first = fromFloor ? work.floorSide : work.ceilSide;
-        const LayerSide& second = fromFloor ? work.ceilSide : work.floorSide;
-        return ComputeLayerFlow(LayerFlowA(layer), pass, work, layer, first, second);
+        return ComputeLayerFlow(LayerFlowA(layer), pass, work, layer, FlowStartsAtFloor(pass));
     }
-    ComputeLayerFlow(LayerFlowB(layer), pass, work, layer, work.ceilSide, work.floorSide);
-    ComputeLayerFlow(LayerFlowA(layer), pass, work, layer, work.floorSide, work.ceilSide);
+    ComputeLayerFlow(LayerFlowB(layer), pass, work, layer, false);
+    ComputeLayerFlow(LayerFlowA(layer), pass, work, layer, true);
 }
 
 }  // namespace velorin

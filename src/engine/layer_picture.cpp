@@ -38,8 +38,8 @@ ZPImage& KQVelorin4Internal::BuildNearestLayer(RenderPass& pass, LayerWork& work
     Premultiply(still);
     pass.progress.Tick();
     if (!moves) return still;
-    MoveNearest(work.layerR, still, *LayerFlowA(layer), amount, warpingMethod, &work.coverageA,
-                pass.progress);
+    MoveNearest(work.layerR, still, NearestFlow(pass, layer), amount, warpingMethod,
+                &work.coverageA, pass.progress);
     return work.layerR;
 }
 

@@ -78,13 +78,15 @@ void KQVelorin4Internal::RenderLayers(RenderPass& pass) {
 
 void KQVelorin4Internal::RenderLayer(RenderPass& pass, LayerWork& work, int layer) {
     const bool moves = pass.vectorQuality != 0 && !pass.onFrame;
-    if (moves) PrepareEstimator(pass, layer, true);
-    const bool estimates = moves && pass.needFlows;
+    const bool imports = moves && pass.hostVectors == 1;
+    if (moves && !imports) PrepareFlowObject(pass, layer, true);
+    const bool estimates = moves && !imports && pass.needFlows;
     for (const LayerSide* side : {&work.floorSide, &work.ceilSide}) {
         LayerMatte(side->visible, side->mattes, layer, layerCount, nullptr);
         PunchOut(*side, layer, pass, work.scratchFloat);
         if (estimates || !moves) MultiplyByMatte(side->cutTracked, side->tracked, side->visible);
     }
+    if (imports) ImportFlows(pass, &work.floorSide.visible, &work.ceilSide.visible);
     if (estimates) ComputeLayerFlows(pass, work, layer);
     pass.progress.CollapseRange();  // the picture takes little time beside the flows
     ZPImage* picture = pass.interpMethod == 0 ? &BuildNearestLayer(pass, work, layer, moves)

@@ -8,12 +8,6 @@ namespace velorin {
 
 namespace {
 
-// What this engine does not render yet is refused, never rendered as something else.
-void RefuseUnbuilt(const FrameRequest& request, int hostVectors) {
-    const bool unbuilt = request.interpMethod < 0 || request.interpMethod > 2 || hostVectors == 1;
-    if (unbuilt) throw ZPErrBadArgument;
-}
-
 ZPImage* TargetOf(KQImage* handle) {
     if (!handle || !handle->internal || !handle->internal->data) throw ZPErrBadArgument;
     if (!HasChannelOrder(*handle)) throw ZPErrBadArgument;
@@ -74,7 +68,7 @@ void KQVelorin4Internal::RenderPasses(RenderPass& pass) {
     ClearTargets(pass);
     layerUsesOpticalFlow.fill(true);
     pass.hostVectors = pass.host.UsesSuppliedVectors();
-    RefuseUnbuilt(request, pass.hostVectors);
+    if (request.interpMethod < 0 || request.interpMethod > 2) throw ZPErrBadArgument;
     ChooseMethod(pass);
     UpdateFormat(pass);
     CheckRates(request);

@@ -86,6 +86,7 @@ struct RenderPass {
     std::int32_t floorFrame = 0;
     std::int32_t ceilFrame = 0;
     float floorWeight = 0.0f;  // share of the floor frame
+    bool hasGeometry = false;  // once some layer has guide points
     bool onFrame = true;       // only ever cleared within a request
     bool needFlows = false;
     int stage = 0;

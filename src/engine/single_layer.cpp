@@ -6,21 +6,14 @@
 namespace velorin {
 
 void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
-    PrepareEstimator(pass, pass.request.matteLayers, false);
-    const int useTrackingClip = pass.request.sameClipForTracking != 1;
-    pass.frames.HoldTracked(pass.floorFrame, pass.ceilFrame, useTrackingClip);
-    pass.StartStages(pass.interpMethod == 0 ? 1 : 2);
-    if (pass.interpMethod == 0) {
-        ComputeNearestFlow(pass);
-    } else {
-        ComputeBothFlows(pass);
-    }
+    ObtainFrameFlows(pass);
     pass.needFlows = false;
-    if (pass.TracksOtherClip()) {
+    const bool held = pass.hostVectors != 1 && layerUsesOpticalFlow[0];
+    if (held && !pass.TracksOtherClip()) {
+        pass.frames.WarpTracked();
+    } else {
         pass.frames.GiveBackTracked();
         pass.frames.HoldWarped(pass.floorFrame, pass.ceilFrame);
-    } else {
-        pass.frames.WarpTracked();
     }
     if (pass.interpMethod == 0) {
         WarpNearest(pass);
@@ -30,58 +23,49 @@ void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
     CompensateFrame(pass);
 }
 
-void KQVelorin4Internal::PrepareEstimator(RenderPass& pass, int layer, bool masked) {
-    for (int asked : {0, layer}) {  // guide points alone are not built yet
-        if (!layerUsesOpticalFlow[asked]) throw ZPErrBadArgument;
+void KQVelorin4Internal::ObtainFrameFlows(RenderPass& pass) {
+    if (pass.hostVectors == 1) return ImportFlows(pass, nullptr, nullptr);
+    // One kind at a time: the other one's flow would be taken for this one's.
+    if (layerUsesOpticalFlow[0]) {
+        morphFlow.reset();
+    } else {
+        opticalFlow.reset();
     }
-    if (!opticalFlow) {
-        auto estimator = std::make_unique<ZPOpticalFlowUChar>(0, width, height, reductionSteps, 0,
-                                                              masked ? 1 : 0, 2);
-        if (estimator->status != ZPErrNone) throw static_cast<ZPErr>(estimator->status);
-        opticalFlow = std::move(estimator);
-        opticalFlow->lumaIsFirstChannel = pass.request.imagesAreYCbCr;
-        pass.needFlows = true;
+    PrepareFlowObject(pass, 0, false);
+    if (layerUsesOpticalFlow[0]) {
+        const int useTrackingClip = pass.request.sameClipForTracking != 1;
+        pass.frames.HoldTracked(pass.floorFrame, pass.ceilFrame, useTrackingClip);
     }
-    opticalFlow->SetSensitivity(pass.layerSensitivity[layer]);
+    pass.StartStages(pass.interpMethod == 0 ? 1 : 2);
+    if (pass.interpMethod == 0) {
+        ComputeFrameFlow(pass, nullptr, FlowStartsAtFloor(pass));
+    } else {
+        ComputeBothFlows(pass);
+    }
 }
 
-// The one flow of Nearest leads from the frame that is not shown to the one that is for the inverse
-// warps, and from the shown frame on for the forward ones.
-bool KQVelorin4Internal::FlowStartsAtFloor(const RenderPass& pass) const {
-    return (pass.floorWeight < 0.5f && warpingMethod < kForward) ||
-           (pass.floorWeight >= 0.5f && warpingMethod >= kForward);
-}
-
-void KQVelorin4Internal::ComputeNearestFlow(RenderPass& pass) {
+// From the floor frame to the ceil frame, or back; into `dest` too, unless null.
+void KQVelorin4Internal::ComputeFrameFlow(RenderPass& pass, ZPImage* dest, bool fromFloor) {
     pass.NextStage();
     if (!pass.needFlows) return;
+    FeedGuides(pass, 0, fromFloor);
+    if (!layerUsesOpticalFlow[0]) return morphFlow->Compute(dest, &pass.progress, 1);
     const ZPImage& floorFrame = pass.frames.TrackedFloor();
     const ZPImage& ceilFrame = pass.frames.TrackedCeil();
-    const bool fromFloor = FlowStartsAtFloor(pass);
     const ZPImage& a = fromFloor ? floorFrame : ceilFrame;
     const ZPImage& b = fromFloor ? ceilFrame : floorFrame;
-    opticalFlow->ComputeFlowFromImages(nullptr, &a, &b, 1, 1, 0, &pass.progress, previous.enhance);
+    opticalFlow->ComputeFlowFromImages(dest, &a, &b, 1, 1, 0, &pass.progress, previous.enhance);
 }
 
-// Two flows, the back flow first: the forward flow stays in the estimator.
+// Two flows, the back flow first: the forward flow stays where it was computed.
 void KQVelorin4Internal::ComputeBothFlows(RenderPass& pass) {
     if (!backFlow) {
         backFlow = std::make_unique<ZPImage>(flowWidth, flowHeight, 2, ZPPixFloat, 0);
         ClearImage(backFlow.get());  // frames that do not fit each other leave it so
     }
-    const ZPImage& floorFrame = pass.frames.TrackedFloor();
-    const ZPImage& ceilFrame = pass.frames.TrackedCeil();
-    pass.NextStage();
-    if (pass.needFlows) {
-        opticalFlow->ComputeFlowFromImages(backFlow.get(), &ceilFrame, &floorFrame, 1, 1, 0,
-                                           &pass.progress, previous.enhance);
-    }
-    pass.NextStage();
-    if (pass.needFlows) {
-        opticalFlow->ComputeFlowFromImages(nullptr, &floorFrame, &ceilFrame, 1, 1, 0,
-                                           &pass.progress, previous.enhance);
-    }
-    forwardFlow = opticalFlow->Flow();
+    ComputeFrameFlow(pass, backFlow.get(), false);
+    ComputeFrameFlow(pass, nullptr, true);
+    forwardFlow = HeldFlow(0);
 }
 
 void KQVelorin4Internal::WarpNearest(RenderPass& pass) {
@@ -89,7 +73,7 @@ void KQVelorin4Internal::WarpNearest(RenderPass& pass) {
     const ZPImage& shown = showsFloor ? pass.frames.WarpedFloor() : pass.frames.WarpedCeil();
     const float amount = showsFloor ? 1.0f - pass.floorWeight : pass.floorWeight;
     const std::unique_ptr<ZPImage> coverage = pass.CreateCoverage(UsesCoverage(warpingMethod));
-    MoveNearest(pass.Target(), shown, *opticalFlow->Flow(), amount, warpingMethod, coverage.get(),
+    MoveNearest(pass.Target(), shown, NearestFlow(pass, 0), amount, warpingMethod, coverage.get(),
                 pass.progress);
 }
 

@@ -1,0 +1,179 @@
+#include "engine/guide_points.h"
+
+#include <gtest/gtest.h>
+
+#include "support/memory_host.h"
+#include "support/noise.h"
+
+namespace velorin {
+namespace {
+
+constexpr float kShrink[2] = {};
+constexpr float kSensitivities[2] = {0.7f, 0.7f};
+
+// Points that drift with (speedX, speedY) pixels a frame, as one geometry each on the layers named.
+class GuidedHost : public MemoryHost {
+  public:
+    using MemoryHost::MemoryHost;
+
+    int GetNumGeometries(int layer, float, float) override {
+        return layer == guidedLayer ? static_cast<int>(starts.size()) : 0;
+    }
+    int GetGeometryPoints(int geometry, unsigned long layer, float timeA, float timeB,
+                          unsigned long* count, float** xA, float** yA, float** xB,
+                          float** yB) override {
+        calls.push_back({static_cast<int>(layer), timeA, timeB});
+        if (pointsFail != 0) return pointsFail;
+        const auto place = [&](float start, float speed, float time) {
+            return new float(start + speed * time);
+        };
+        const auto [x, y] = starts[geometry];
+        *count = 1;
+        *xA = place(x, speedX, timeA);
+        *yA = place(y, speedY, timeA);
+        *xB = place(x, speedX, timeB);
+        *yB = place(y, speedY, timeB);
+        ++heldPoints;
+        return ZPErrNone;
+    }
+    void ReleasePoints(float* xA, float* yA, float* xB, float* yB) override {
+        if (!xA) return;
+        for (float* list : {xA, yA, xB, yB}) delete list;
+        --heldPoints;
+    }
+    void GetDoOpticalFlow(bool* out, int layer, float) override { *out = layer != morphLayer; }
+    void GetBackgroundLayerDoOpticalFlow(bool* out, float) override {
+        *out = matteLayers != morphLayer;
+    }
+
+    struct Call {
+        int layer;
+        float timeA;
+        float timeB;
+        bool operator==(const Call&) const = default;
+    };
+    std::vector<Call> calls;
+    std::vector<std::pair<float, float>> starts{{20.0f, 12.0f}, {30.0f, 20.0f}, {12.0f, 24.0f}};
+    float speedX = 4.0f;
+    float speedY = 1.0f;
+    int guidedLayer = 0;
+    int morphLayer = -1;
+    int pointsFail = 0;
+    int heldPoints = 0;
+};
+
+std::vector<std::unique_ptr<ZPImage>> FlatClip(int frames) {
+    std::vector<std::unique_ptr<ZPImage>> clip = DrawClip(frames, 48, 36, ZPPixUChar);
+    for (auto& frame : clip) ClearImage(frame.get());
+    return clip;
+}
+
+const float* VectorAt(const ZPImage& flow, float x, float y) {
+    return flow.Row<float>(static_cast<int>(y + 0.5f)) + 2 * static_cast<int>(x + 0.5f);
+}
+
+TEST(GuidePoints, TheEstimatorFollowsThemBothWays) {
+    GuidedHost host(FlatClip(3));  // nothing to see: all motion comes from the points
+    host.quality = 5;
+    host.timeMap = [](float t) { return 1.25f + t; };
+    ASSERT_EQ(host.Render(0.0f), 0);
+    const std::vector<GuidedHost::Call> once{{0, 2.0f, 1.0f}, {0, 2.0f, 1.0f}, {0, 2.0f, 1.0f},
+                                             {0, 1.0f, 2.0f}, {0, 1.0f, 2.0f}, {0, 1.0f, 2.0f}};
+    EXPECT_EQ(host.calls, once);
+    EXPECT_EQ(host.heldPoints, 0);
+    EXPECT_TRUE(host.internal->opticalFlow->guided);
+    for (const auto& [x, y] : host.starts) {
+        const float* forward = VectorAt(*host.internal->forwardFlow, x + 4.0f, y + 1.0f);
+        const float* back = VectorAt(*host.internal->backFlow, x + 8.0f, y + 2.0f);
+        EXPECT_NEAR(forward[0], 4.0f, 0.1f);
+        EXPECT_NEAR(forward[1], 1.0f, 0.1f);
+        EXPECT_NEAR(back[0], -4.0f, 0.1f);
+        EXPECT_NEAR(back[1], -1.0f, 0.1f);
+    }
+    // Kept flows ask for no points; the end of all points drops them and the hints.
+    host.timeMap = [](float t) { return 1.75f + t; };
+    ASSERT_EQ(host.Render(0.0f), 0);
+    EXPECT_EQ(host.calls.size(), once.size());
+    host.starts.clear();
+    ASSERT_EQ(host.Render(0.0f), 0);
+    EXPECT_FALSE(host.internal->opticalFlow->guided);
+    EXPECT_EQ(VectorAt(*host.internal->forwardFlow, 24.0f, 13.0f)[0], 0.0f);
+}
+
+TEST(GuidePoints, TimesOfFieldsAreHalves) {
+    GuidedHost host(DrawClip(3, 48, 36, ZPPixUChar));
+    host.inputFieldsAsked = 1;
+    host.method = 0;
+    host.timeMap = [](float t) { return 0.65f + 0.1f * t; };  // between fields 1 and 2
+    ASSERT_EQ(host.Render(0.0f), 0);
+    ASSERT_EQ(host.calls.size(), 3u);
+    EXPECT_EQ(host.calls[0], (GuidedHost::Call{0, 1.0f, 0.5f}));
+}
+
+TEST(GuidePoints, AloneTheyMoveALayerWithoutLookingAtIt) {
+    for (int warping = 0; warping < 4; ++warping) {
+        for (std::int64_t method : {0, 1, 2}) {
+            GuidedHost host(DrawClip(2, 48, 36, ZPPixUChar, 4.0f, 1.0f));
+            host.morphLayer = 0;
+            host.method = method;
+            host.warping = warping;
+            ASSERT_EQ(host.Render(0.5f), 0);
+            EXPECT_EQ(host.heldPoints + host.held, 0);
+            EXPECT_TRUE(host.tracked.empty());
+            EXPECT_EQ(host.internal->opticalFlow, nullptr);
+            const auto truth = DrawTexture(48, 36, ZPPixUChar, 2.0f, 0.5f);
+            double error = 0.0;
+            for (int y = 10; y < 26; ++y) {
+                for (int i = 4 * 14; i < 4 * 34; ++i) {
+                    error += std::abs(host.result->Row<std::uint8_t>(y)[i] -
+                                      truth->Row<std::uint8_t>(y)[i]);
+                }
+            }
+            EXPECT_LT(error / (16 * 80), 4.0) << warping << " " << method;
+        }
+    }
+    // Without points nothing moves.
+    GuidedHost still(DrawClip(2, 48, 36, ZPPixUChar, 4.0f, 1.0f));
+    still.morphLayer = 0;
+    still.starts.clear();
+    ASSERT_EQ(still.Render(0.4f), 0);
+    EXPECT_SAME_IMAGE(*still.internal->forwardFlow, *still.internal->backFlow);
+}
+
+TEST(GuidePoints, LayersAreGuidedOnTheirOwn) {
+    for (std::int64_t keep : {0, 1}) {
+        GuidedHost host(DrawClip(2, 48, 36, ZPPixUChar));
+        for (int i = 0; i < 2; ++i) {
+            host.mattes.push_back(std::make_unique<ZPImage>(48, 36, 1, ZPPixUChar, 0));
+            ClearImage(host.mattes.back().get());
+            for (int y = 6; y < 30; ++y) std::fill_n(host.mattes[i]->Row<std::uint8_t>(y), 24, 255);
+        }
+        host.matteLayers = 1;
+        host.layerShrink = kShrink;
+        host.layerSensitivity = kSensitivities;
+        host.drawStart = 1;
+        host.keepFlows = keep;
+        host.guidedLayer = host.morphLayer = 1;  // the background
+        ASSERT_EQ(host.Render(0.5f), 0);
+        EXPECT_EQ(host.calls.size(), 6u);
+        for (const auto& call : host.calls) EXPECT_EQ(call.layer, 1);
+        if (keep == 0) continue;
+        EXPECT_NEAR(VectorAt(*host.internal->LayerFlowA(1), 10.0f, 6.0f)[0], 2.0f, 0.5f);
+        EXPECT_EQ(host.internal->LayerFlowA(0), host.internal->opticalFlow->Flow());
+        // Another kind of flow for a layer is another picture.
+        host.morphLayer = 0;
+        ASSERT_EQ(host.Render(0.4f), 0);
+        EXPECT_EQ(host.internal->LayerFlowA(0), host.internal->morphFlow->Flow());
+    }
+}
+
+TEST(GuidePoints, AFailingHostFailsTheRequest) {
+    GuidedHost host(DrawClip(2, 48, 36, ZPPixUChar));
+    host.pointsFail = 7;
+    EXPECT_EQ(host.Render(0.5f), 7);
+    EXPECT_EQ(host.held + host.heldPoints, 0);
+    EXPECT_EQ(host.internal->opticalFlow, nullptr);
+}
+
+}  // namespace
+}  // namespace velorin
