@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "engine/kq_velorin_internal.h"
+#include "engine/supplied_vectors.h"
+#include "image/copy.h"
 
 namespace velorin {
 
@@ -33,14 +35,15 @@ void WrapPicture(KQImage& image, Picture& picture) {
                   picture.pixelType);
 }
 
-ClipHost::ClipHost(RunClips clips, const TimeLaw& newLaw, bool enhances, DrawnLayers newLayers)
+ClipHost::ClipHost(RunClips clips, const TimeLaw& newLaw, HostChoices newChoices)
     : sourceFrames(clips.source->Info().frames),
       source(std::move(clips.source)),
       law(newLaw),
-      enhance(enhances),
-      layers(newLayers) {
+      choices(std::move(newChoices)) {
     if (clips.motion) motion.emplace(std::move(clips.motion));
     for (std::unique_ptr<ClipReader>& matte : clips.mattes) mattes.emplace_back(std::move(matte));
+    if (clips.forwardVectors) forwardVectors.emplace(std::move(clips.forwardVectors));
+    if (clips.backwardVectors) backwardVectors.emplace(std::move(clips.backwardVectors));
     internal = new KQVelorin4Internal;
 }
 
@@ -62,6 +65,23 @@ std::unique_ptr<KQImage> ClipHost::CopyOfMatte(int layer, std::int64_t frame) {
 
 const ZPImage* ClipHost::FlowOf(int layer) const {
     return internal->LayerFlowA(layer);
+}
+
+const ZPImage* ClipHost::BackFlow() const {
+    return internal->backFlow.get();
+}
+
+void ClipHost::ReadVectors(std::int64_t frame, ZPImage& forward, ZPImage& back,
+                           KQIdleAndProgressClass& progress) {
+    ClearImage(&forward);
+    ClearImage(&back);
+    const int number = static_cast<int>(frame - base);
+    try {
+        ImportVectors(*this, {back, number + 1, nullptr}, {forward, number, nullptr}, progress);
+    } catch (ZPErr) {
+        RethrowFailure();
+        throw;
+    }
 }
 
 int ClipHost::HandOut(KQImage** out, HeldClip& clip, int frame) {
@@ -109,11 +129,11 @@ int ClipHost::WhichScene(float /*frame*/) {
 }
 
 int ClipHost::GetDrawStartLayer() {
-    return layers.start;
+    return choices.layers.start;
 }
 
 int ClipHost::GetDrawEndLayer() {
-    return layers.end;
+    return choices.layers.end;
 }
 
 int ClipHost::UsesWhichWarping() {
@@ -121,7 +141,80 @@ int ClipHost::UsesWhichWarping() {
 }
 
 int ClipHost::EnhanceImages() {
-    return enhance ? 1 : 0;
+    return choices.enhances ? 1 : 0;
+}
+
+void ClipHost::GetDoOpticalFlow(bool* out, int layer, float /*time*/) {
+    *out = !choices.followsPointsAlone[layer];
+}
+
+void ClipHost::GetBackgroundLayerDoOpticalFlow(bool* out, float /*time*/) {
+    *out = !choices.followsPointsAlone.back();
+}
+
+// The same for all pairs, those without points too: the estimator stays the one that it is.
+int ClipHost::GetNumGeometries(int layer, float /*frameA*/, float /*frameB*/) {
+    return static_cast<int>(
+        std::count_if(choices.guides.begin(), choices.guides.end(),
+                      [&](const LayerGuides& guides) { return guides.layer == layer; }));
+}
+
+int ClipHost::GetGeometryPoints(int geometry, unsigned long layer, float timeA, float timeB,
+                                unsigned long* count, float** xA, float** yA, float** xB,
+                                float** yB) {
+    for (const LayerGuides& guides : choices.guides) {
+        if (guides.layer != static_cast<int>(layer) || geometry-- > 0) continue;
+        const double start = static_cast<double>(base);
+        pairs = PairGuides(guides.tracks, start + static_cast<double>(timeA),
+                           start + static_cast<double>(timeB));
+        *count = static_cast<unsigned long>(pairs.xA.size());
+        *xA = pairs.xA.data();
+        *yA = pairs.yA.data();
+        *xB = pairs.xB.data();
+        *yB = pairs.yB.data();
+        return ZPErrNone;
+    }
+    return ZPErrBadArgument;
+}
+
+int ClipHost::UsesSuppliedVectors() {
+    return forwardVectors || backwardVectors ? 1 : 0;
+}
+
+// `neighbour` is the frame that the vectors lead to. Where there is none the clip's end holds, and
+// nothing moves.
+int ClipHost::HandOutVectors(KQImage** out, float* scale, std::optional<HeldClip>& clip, int frame,
+                             int neighbour) {
+    *out = nullptr;
+    const auto isInside = [&](int number) {
+        return FrameInside(base + number, sourceFrames) == base + number;
+    };
+    if (!clip || !isInside(frame) || !isInside(neighbour)) return ZPErrBadArgument;
+    *scale = choices.vectorScale;
+    const int code = HandOut(out, *clip, frame);
+    return code == ZPErrNone ? code : ZPErrNoMemory;  // the other one would mean: none
+}
+
+int ClipHost::GetForwardVectors(KQImage** out, float* scale, int frame) {
+    return HandOutVectors(out, scale, forwardVectors, frame, frame + 1);
+}
+
+int ClipHost::GetBackwardVectors(KQImage** out, float* scale, int frame) {
+    return HandOutVectors(out, scale, backwardVectors, frame, frame - 1);
+}
+
+int ClipHost::ReleaseForwardVectors(KQImage* image) {
+    return CleanUpCheckedOutImage(image);
+}
+
+int ClipHost::ReleaseBackwardVectors(KQImage* image) {
+    return CleanUpCheckedOutImage(image);
+}
+
+int ClipHost::GetVectorScaleXY(float* x, float* y, int /*frame*/) {
+    *x = choices.vectorScaleX;
+    *y = choices.vectorScaleY;
+    return ZPErrNone;
 }
 
 }  // namespace velorin

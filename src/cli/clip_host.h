@@ -11,6 +11,7 @@
 #include "cli/time_law.h"
 #include "engine/kq_velorin.h"
 #include "media/clip.h"
+#include "media/guide_tracks.h"
 
 namespace velorin {
 
@@ -25,6 +26,26 @@ struct RunClips {
     std::unique_ptr<ClipReader> source;
     std::unique_ptr<ClipReader> motion;               // null: motion is measured on the source
     std::vector<std::unique_ptr<ClipReader>> mattes;  // the frontmost layer's first
+    // Coded vectors to the next frame and to the one before; null: none of these.
+    std::unique_ptr<ClipReader> forwardVectors;
+    std::unique_ptr<ClipReader> backwardVectors;
+};
+
+// Tracked points of one layer.
+struct LayerGuides {
+    int layer;
+    std::vector<GuideTrack> tracks;
+};
+
+// What a ClipHost answers the engine's questions of choice with.
+struct HostChoices {
+    bool enhances = false;
+    DrawnLayers layers;
+    std::vector<LayerGuides> guides;
+    std::vector<bool> followsPointsAlone;  // each layer, the background last
+    float vectorScale = 1.0f;              // of the code, and of each axis
+    float vectorScaleX = 1.0f;
+    float vectorScaleY = 1.0f;
 };
 
 // Answers the engine out of clips and a law of time. Output times are told from the frame set
@@ -32,7 +53,7 @@ struct RunClips {
 class ClipHost final : public KQVelorin4 {
   public:
     // `law` outlives the host.
-    ClipHost(RunClips clips, const TimeLaw& newLaw, bool enhances, DrawnLayers newLayers);
+    ClipHost(RunClips clips, const TimeLaw& newLaw, HostChoices newChoices);
 
     // The output frame that the next request is for.
     void SetOutputFrame(std::int64_t frame);
@@ -46,6 +67,12 @@ class ClipHost final : public KQVelorin4 {
     // The flow that the last request left of a layer, from its floor frame to its ceil frame, in
     // pixels of the flow's own size; null when it left none.
     const ZPImage* FlowOf(int layer) const;
+    // Without layers and after a request that mixes two frames: the flow back.
+    const ZPImage* BackFlow() const;
+    // The vectors of the clips between source frame `frame` and the next: images of the frames'
+    // size. Throws MediaError and what the engine throws.
+    void ReadVectors(std::int64_t frame, ZPImage& forward, ZPImage& back,
+                     KQIdleAndProgressClass& progress);
 
     int GetToBeWarpedSequenceImage(KQImage** out, int frame) override;
     int GetTrackingSequenceImage(KQImage** out, int frame) override;
@@ -58,17 +85,33 @@ class ClipHost final : public KQVelorin4 {
     int GetDrawEndLayer() override;
     int UsesWhichWarping() override;
     int EnhanceImages() override;
+    void GetDoOpticalFlow(bool* out, int layer, float time) override;
+    void GetBackgroundLayerDoOpticalFlow(bool* out, float time) override;
+    int GetNumGeometries(int layer, float frameA, float frameB) override;
+    int GetGeometryPoints(int geometry, unsigned long layer, float timeA, float timeB,
+                          unsigned long* count, float** xA, float** yA, float** xB,
+                          float** yB) override;
+    int UsesSuppliedVectors() override;
+    int GetForwardVectors(KQImage** out, float* scale, int frame) override;
+    int GetBackwardVectors(KQImage** out, float* scale, int frame) override;
+    int ReleaseForwardVectors(KQImage* image) override;
+    int ReleaseBackwardVectors(KQImage* image) override;
+    int GetVectorScaleXY(float* x, float* y, int frame) override;
 
   private:
     int HandOut(KQImage** out, HeldClip& clip, int frame);
+    int HandOutVectors(KQImage** out, float* scale, std::optional<HeldClip>& clip, int frame,
+                       int neighbour);
 
     std::int64_t sourceFrames;
     HeldClip source;
     std::optional<HeldClip> motion;
     std::vector<HeldClip> mattes;
     const TimeLaw& law;
-    bool enhance;
-    DrawnLayers layers;
+    HostChoices choices;
+    std::optional<HeldClip> forwardVectors;
+    std::optional<HeldClip> backwardVectors;
+    GuidePairs pairs;  // the points that the engine looks at
     int warping = 0;
     std::int64_t outputFrame = 0;
     std::int64_t base = 0;

@@ -7,8 +7,10 @@
 #include "cli/exit_codes.h"
 #include "cli/fields.h"
 #include "cli/frame_renderer.h"
+#include "cli/guides.h"
 #include "cli/layer_clips.h"
 #include "cli/matte_range.h"
+#include "cli/motion_options.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
@@ -51,6 +53,12 @@ std::string TitleOf(const Options& options, const RunPlan& plan) {
     }
     if (!options.motionFrom.empty()) title += "   --motion-from " + ShortName(options.motionFrom);
     for (const std::string& matte : options.mattes) title += "   --matte " + ShortName(matte);
+    for (const std::string& file : options.guides) title += "   --guides " + ShortName(file);
+    const auto addVectors = [&](const std::string& clip, const char* option) {
+        if (!clip.empty()) title += std::string("   ") + option + " " + ShortName(clip);
+    };
+    addVectors(options.forwardVectors, "--forward-vectors");
+    addVectors(options.backwardVectors, "--backward-vectors");
     return title;
 }
 
@@ -115,10 +123,12 @@ int Compare(const Options& options) {
     for (const ClipInfo& clip : OtherClips(clips)) CheckNoFrameOf(options.output, clip);
     ContactSheet sheet(SettingsFor(options, plan));
     ProgressLine progress(options.progress, options.quiet);
+    std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
     NoteWhatIsLessThanAsked(options, plan, progress);
     NoteFields(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);
-    FrameRenderer renderer(options, plan, std::move(clips));
+    NoteMotionSources(options, progress);
+    FrameRenderer renderer(options, plan, std::move(clips), std::move(guides));
     progress.Start(kCells);
     if (!FillSheet(sheet, renderer, progress)) {
         progress.Note("stopped on request; no sheet is written");

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "cli/layers.h"
+#include "cli/motion_options.h"
 #include "cli/view_pictures.h"
 #include "engine/fields.h"
 #include "image/copy.h"
@@ -41,12 +41,13 @@ int StartThreads(const Options& options) {
     return threads;
 }
 
-FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& newPlan, RunClips clips)
+FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& newPlan, RunClips clips,
+                             std::vector<LayerGuides> guides)
     : options(newOptions),
       plan(newPlan),
       sensitivities(newOptions.fgSensitivities),
-      host(ReadForRun(std::move(clips), newOptions, plan), *plan.law, newOptions.enhance != 0,
-           LayersDrawn(newOptions)) {
+      host(ReadForRun(std::move(clips), newOptions, plan), *plan.law,
+           ChoicesFor(newOptions, std::move(guides))) {
     for (float& sensitivity : sensitivities) sensitivity /= 100.0f;
     rendered.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.source.depth));
     if (plan.request.outputFields != 0) secondField = rendered;
@@ -105,10 +106,13 @@ bool FrameRenderer::PaintMatteView(std::int64_t frame) {
 bool FrameRenderer::PaintFlowView(std::int64_t frame, ProgressLine& progress) {
     const PassForecast shown = FirstPass(frame);
     if (shown.pair == painted) return true;
-    if (!AskEngine(frame, Method(), progress)) return false;
+    const std::size_t layers = options.mattes.size() + 1;
     std::vector<const ZPImage*> flows;
-    for (int layer = 0; layer <= static_cast<int>(options.mattes.size()); ++layer) {
-        flows.push_back(host.FlowOf(layer));
+    if (TakesVectors(options)) {
+        flows.assign(layers, ReadSuppliedFlows(frame, progress).forward);
+    } else {
+        if (!AskEngine(frame, Method(), progress)) return false;
+        for (std::size_t i = 0; i < layers; ++i) flows.push_back(host.FlowOf(static_cast<int>(i)));
     }
     const int longer = std::max(rendered.width, rendered.height);
     const float scale = options.flowScale.value_or(static_cast<float>(longer) / kFullScaleParts);
@@ -116,6 +120,23 @@ bool FrameRenderer::PaintFlowView(std::int64_t frame, ProgressLine& progress) {
     PaintFlow(rendered, flows, ImagesOf(mattes), scale);
     painted = shown.pair;
     return true;
+}
+
+FrameRenderer::Flows FrameRenderer::ReadSuppliedFlows(std::int64_t frame, ProgressLine& progress) {
+    for (std::unique_ptr<ZPImage>* flow : {&suppliedForward, &suppliedBack}) {
+        if (*flow) continue;
+        *flow = std::make_unique<ZPImage>(plan.source.width, plan.source.height, 2, ZPPixFloat, 0);
+    }
+    host.ReadVectors(FirstPass(frame).floorFrame, *suppliedForward, *suppliedBack, progress);
+    return {suppliedForward.get(), suppliedBack.get()};
+}
+
+std::optional<FrameRenderer::Flows> FrameRenderer::MeasureFlows(std::int64_t frame,
+                                                                ProgressLine& progress) {
+    host.SetOutputFrame(frame);
+    if (TakesVectors(options)) return ReadSuppliedFlows(frame, progress);
+    if (!AskEngine(frame, Method(), progress)) return std::nullopt;
+    return Flows{host.FlowOf(0), host.BackFlow()};
 }
 
 Handles FrameRenderer::MattesAt(const PassForecast& pass) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "cli/clip_host.h"
@@ -26,16 +27,27 @@ struct Method {
 class FrameRenderer {
   public:
     // Both outlive the renderer. The plan names all frames that will be asked for.
-    FrameRenderer(const Options& newOptions, const RunPlan& newPlan, RunClips clips);
+    FrameRenderer(const Options& newOptions, const RunPlan& newPlan, RunClips clips,
+                  std::vector<LayerGuides> guides);
 
     // The frame in the plan's depth, until the next call; null when the user asked to stop at once.
     const Picture* Render(std::int64_t frame, Method method, ProgressLine& progress);
+
+    // How the pixels move between the two source frames around an output frame that lies between
+    // them: without layers.
+    struct Flows {
+        const ZPImage* forward;  // from the earlier to the later one; of any size, in its pixels
+        const ZPImage* back;
+    };
+    // Until the next call; nothing when the user asked to stop at once.
+    std::optional<Flows> MeasureFlows(std::int64_t frame, ProgressLine& progress);
 
   private:
     // The next three leave the output frame in `rendered`; false when the user asked to stop.
     bool AskEngine(std::int64_t frame, Method method, ProgressLine& progress);
     bool PaintMatteView(std::int64_t frame);
     bool PaintFlowView(std::int64_t frame, ProgressLine& progress);
+    Flows ReadSuppliedFlows(std::int64_t frame, ProgressLine& progress);
     PassForecast FirstPass(std::int64_t frame) const;
     std::vector<std::unique_ptr<KQImage>> MattesAt(const PassForecast& pass);
     const Picture& Converted();
@@ -47,6 +59,8 @@ class FrameRenderer {
     Picture rendered;
     Picture secondField;  // where the output has fields
     Picture written;
+    std::unique_ptr<ZPImage> suppliedForward;  // of the vector clips, once they are looked at
+    std::unique_ptr<ZPImage> suppliedBack;
     std::int64_t painted = -1;  // pair whose mattes or flows `rendered` shows
 };
 

@@ -7,8 +7,10 @@
 #include "cli/fields.h"
 #include "cli/forecast.h"
 #include "cli/layers.h"
+#include "cli/motion_options.h"
 #include "cli/recent_frames.h"
 #include "media/converted_clip.h"
+#include "media/vector_clip.h"
 
 namespace velorin {
 
@@ -20,27 +22,82 @@ std::string SizeText(const ClipInfo& clip) {
     return std::to_string(clip.width) + "x" + std::to_string(clip.height);
 }
 
-std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string& option,
-                                      const ClipInfo& source) {
-    std::unique_ptr<ClipReader> clip = OpenClip(name);
-    const ClipInfo& info = clip->Info();
+// Throws unless the clip has frames of the source's size and at least so many.
+void RequireAlike(const ClipReader& clip, const std::string& option, const ClipInfo& source,
+                  std::int64_t frames) {
+    const ClipInfo& info = clip.Info();
     const auto refuse = [&](const std::string& what) {
-        throw MediaError(MediaError::Kind::kInput, name + ": " + option + what);
+        throw MediaError(MediaError::Kind::kInput, info.name + ": " + option + what);
     };
     if (info.width != source.width || info.height != source.height) {
         refuse(" has frames of " + SizeText(info) + " pixels and " + source.name + " of " +
                SizeText(source) + "; both must be of one size");
     }
-    if (info.frames < source.frames) {
-        refuse(" has " + std::to_string(info.frames) + " frames and " + source.name + " has " +
-               std::to_string(source.frames) + "; it must not be shorter");
+    if (info.frames < frames) {
+        refuse(
+            " has " + std::to_string(info.frames) + " frames and " + source.name + " has " +
+            std::to_string(source.frames) + "; " +
+            (frames < source.frames ? "it may lack the last one alone" : "it must not be shorter"));
     }
+}
+
+std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string& option,
+                                      const ClipInfo& source) {
+    std::unique_ptr<ClipReader> clip = OpenClip(name);
+    RequireAlike(*clip, option, source, source.frames);
     return clip;
 }
 
+// The last frame has no next one to lead to.
+std::unique_ptr<ClipReader> OpenVectors(VectorDirection direction, const Options& options,
+                                        const ClipInfo& source) {
+    const bool forward = direction == VectorDirection::kForward;
+    const std::string& name = forward ? options.forwardVectors : options.backwardVectors;
+    const VectorOptions& vectors = options.vectors;
+    std::optional<VectorChannels> channels;
+    if (vectors.channels) channels = {vectors.channels->first, vectors.channels->second};
+    std::unique_ptr<ClipReader> clip = vectors.format.value_or(kCodedVectors) == kCodedVectors
+                                           ? OpenCodedVectors(name)
+                                           : OpenPixelVectors(name, direction, channels);
+    RequireAlike(*clip, forward ? "--forward-vectors" : "--backward-vectors", source,
+                 forward ? source.frames - 1 : source.frames);
+    return clip;
+}
+
+void OpenVectorClips(RunClips& clips, const Options& options) {
+    if (!TakesVectors(options)) return;
+    const ClipInfo& info = clips.source->Info();
+    if (InputFieldsOf(options, info) != 0) {
+        throw UsageError(
+            "--input-fields: vectors lead from frame to frame and not from field to field; give "
+            "--input-fields none, or no vectors");
+    }
+    if (!options.forwardVectors.empty()) {
+        clips.forwardVectors = OpenVectors(VectorDirection::kForward, options, info);
+    }
+    if (!options.backwardVectors.empty()) {
+        clips.backwardVectors = OpenVectors(VectorDirection::kBackward, options, info);
+    }
+}
+
 bool Reads(ClipRole role, const Options& options, const PassForecast& pass) {
-    if (role == ClipRole::kSource) return ReadsSource(options);
-    return role == ClipRole::kMotion ? ReadsMotionClip(options, pass) : ReadsMattes(options, pass);
+    switch (role) {
+        case ClipRole::kSource:
+            return ReadsSource(options);
+        case ClipRole::kMotion:
+            return ReadsMotionClip(options, pass);
+        case ClipRole::kMatte:
+            return ReadsMattes(options, pass);
+        default:
+            return EstimatesMotion(options, pass);
+    }
+}
+
+// Vectors are read of the frame that they start at, where both frames of the pair are there.
+void AddVectorFrame(std::deque<std::int64_t>& frames, ClipRole role, const PassForecast& pass,
+                    std::int64_t sourceFrames) {
+    if (pass.floorFrame < 0 || pass.ceilFrame >= sourceFrames) return;
+    frames.push_back(role == ClipRole::kForwardVectors ? pass.floorFrame : pass.ceilFrame);
 }
 
 // What one output frame reads, some of it perhaps twice.
@@ -49,6 +106,10 @@ std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const
     std::deque<std::int64_t> frames;
     for (const PassForecast& pass : ForecastOf(*plan.law, outputFrame, plan.request)) {
         if (!Reads(role, options, pass)) continue;
+        if (role == ClipRole::kForwardVectors || role == ClipRole::kBackwardVectors) {
+            AddVectorFrame(frames, role, pass, plan.source.frames);
+            continue;
+        }
         frames.push_back(FrameInside(pass.floorFrame, plan.source.frames));
         if (options.view == View::kMatte) continue;
         frames.push_back(FrameInside(pass.ceilFrame, plan.source.frames));
@@ -68,6 +129,7 @@ RunClips OpenRunClips(const Options& options) {
     for (const std::string& matte : options.mattes) {
         clips.mattes.push_back(OpenAlike(matte, "--matte", info));
     }
+    OpenVectorClips(clips, options);
     if (InputFieldsOf(options, info) != 0) {
         clips.source->KeepFieldsApart();
         if (clips.motion) clips.motion->KeepFieldsApart();
@@ -80,6 +142,8 @@ std::vector<ClipInfo> OtherClips(const RunClips& clips) {
     std::vector<ClipInfo> infos;
     if (clips.motion) infos.push_back(clips.motion->Info());
     for (const std::unique_ptr<ClipReader>& matte : clips.mattes) infos.push_back(matte->Info());
+    if (clips.forwardVectors) infos.push_back(clips.forwardVectors->Info());
+    if (clips.backwardVectors) infos.push_back(clips.backwardVectors->Info());
     return infos;
 }
 
@@ -100,6 +164,21 @@ std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, co
     };
 }
 
+HostChoices ChoicesFor(const Options& options, std::vector<LayerGuides> guides) {
+    HostChoices choices;
+    choices.enhances = options.enhance != 0;
+    choices.layers = LayersDrawn(options);
+    choices.guides = std::move(guides);
+    for (int layer = 0; layer <= static_cast<int>(options.mattes.size()); ++layer) {
+        choices.followsPointsAlone.push_back(FollowsPointsAlone(options, layer));
+    }
+    const VectorScale scale = ScaleOfVectors(options);
+    choices.vectorScale = scale.code;
+    choices.vectorScaleX = scale.x;
+    choices.vectorScaleY = scale.y;
+    return choices;
+}
+
 RunClips ReadForRun(RunClips clips, const Options& options, const RunPlan& plan) {
     const int pixelType = PixelTypeOf(plan.source.depth);
     const auto ahead = [&](ClipRole role, std::unique_ptr<ClipReader> clip) {
@@ -114,6 +193,12 @@ RunClips ReadForRun(RunClips clips, const Options& options, const RunPlan& plan)
         const MatteSettings settings{options.matteChannel.value_or(0), options.matteLevels[i]};
         ready.mattes.push_back(
             ahead(ClipRole::kMatte, ReadAsMatte(std::move(clips.mattes[i]), settings, pixelType)));
+    }
+    if (clips.forwardVectors) {
+        ready.forwardVectors = ahead(ClipRole::kForwardVectors, std::move(clips.forwardVectors));
+    }
+    if (clips.backwardVectors) {
+        ready.backwardVectors = ahead(ClipRole::kBackwardVectors, std::move(clips.backwardVectors));
     }
     return ready;
 }

@@ -12,17 +12,20 @@
 namespace velorin {
 
 // Opens the clips that the options name. Throws MediaError of kind kInput for one that is missing,
-// of another size than the source or shorter.
+// of another size than the source or shorter, and UsageError for vectors with fields.
 RunClips OpenRunClips(const Options& options);
 
 // What is known of the clips beside the source.
 std::vector<ClipInfo> OtherClips(const RunClips& clips);
 
-enum class ClipRole { kSource, kMotion, kMatte };
+enum class ClipRole { kSource, kMotion, kMatte, kForwardVectors, kBackwardVectors };
 
 // The frames that a ClipHost will read of a clip in that role while the plan's output frames are
 // rendered, in their order; -1 at the end. `options` and `plan` outlive it.
 std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan);
+
+// What the options say to a ClipHost.
+HostChoices ChoicesFor(const Options& options, std::vector<LayerGuides> guides);
 
 // The clips as the engine takes them, in the source's pixel type, each read ahead by what the
 // plan's output frames read of it. `options` and `plan` outlive them.

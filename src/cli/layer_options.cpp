@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "cli/spread_over.h"
+
 namespace velorin {
 
 namespace {
@@ -17,19 +19,6 @@ std::string NamedClip(const Argument& argument) {
 
 void NeedMatte(bool given, const std::string& option) {
     if (given) throw UsageError(option + " needs --matte");
-}
-
-// One value serves all mattes; otherwise each has its own.
-template <typename Value>
-void SpreadOver(std::vector<Value>& values, std::size_t mattes, const Value& whenNone,
-                const std::string& option) {
-    NeedMatte(mattes == 0 && !values.empty(), option);
-    if (values.empty()) values.assign(mattes, whenNone);
-    if (values.size() == 1) values.assign(mattes, Value(values[0]));
-    if (values.size() == mattes) return;
-    throw UsageError(option + " is given " + std::to_string(values.size()) + " times for " +
-                     std::to_string(mattes) + (mattes == 1 ? " matte" : " mattes") +
-                     "; give one value for all mattes or one for each");
 }
 
 void CheckView(const Options& options) {
@@ -81,8 +70,8 @@ void SetFlowScale(Options& options, const Argument& argument) {
 }
 
 void CompleteLayerOptions(Options& options) {
-    const std::size_t mattes = options.mattes.size();
-    NeedMatte(mattes == 0 && options.matteChannel.has_value(), "--matte-channel");
+    const SpreadTarget mattes{options.mattes.size(), "--matte", "matte"};
+    NeedMatte(mattes.count == 0 && options.matteChannel.has_value(), "--matte-channel");
     SpreadOver(options.fgSensitivities, mattes, kDefaultSensitivity, "--fg-sensitivity");
     SpreadOver(options.matteShrinks, mattes, 0.0f, "--matte-shrink");
     SpreadOver(options.matteLevels, mattes, std::optional<MatteLevels>(), "--matte-levels");

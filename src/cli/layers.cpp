@@ -1,5 +1,7 @@
 #include "cli/layers.h"
 
+#include "cli/motion_options.h"
+
 namespace velorin {
 
 namespace {
@@ -30,7 +32,8 @@ bool ReadsSource(const Options& options) {
 }
 
 bool ReadsMotionClip(const Options& options, const PassForecast& pass) {
-    return EstimatesMotion(options, pass) || CutsLayers(options, pass);
+    const bool looks = !FollowsPointsAlone(options, 0) || !options.mattes.empty();
+    return (looks && EstimatesMotion(options, pass)) || CutsLayers(options, pass);
 }
 
 bool ReadsMattes(const Options& options, const PassForecast& pass) {

@@ -9,6 +9,7 @@
 #include "cli/exit_codes.h"
 #include "cli/options.h"
 #include "cli/retime.h"
+#include "cli/vectors.h"
 #include "image/err.h"
 #include "media/clip.h"
 
@@ -24,6 +25,7 @@ constexpr char kHelp[] =
     "Verbs:\n"
     "  retime INPUT -o OUTPUT [options]   render a clip at another speed\n"
     "  compare INPUT --at TIME -o SHEET   render one moment with every method into one picture\n"
+    "  vectors INPUT -o OUTPUT [options]  write how the pixels of a clip move\n"
     "\n"
     "velorin VERB --help tells all options of a verb.\n"
     "\n"
@@ -59,6 +61,7 @@ int RunVerb(int count, char** words) {
     const std::string_view verb = count > 1 ? words[1] : "";
     if (verb == "retime") return Run(kVerbRetime, Retime, count - 2, words + 2);
     if (verb == "compare") return Run(kVerbCompare, Compare, count - 2, words + 2);
+    if (verb == "vectors") return Run(kVerbVectors, Vectors, count - 2, words + 2);
     if (verb == "-h" || verb == "--help") {
         std::fputs(kHelp, stdout);
         return kExitDone;

@@ -1,8 +1,11 @@
 #include "cli/option_table.h"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include "cli/layer_options.h"
+#include "cli/motion_options.h"
 
 namespace velorin {
 
@@ -10,6 +13,7 @@ namespace {
 
 constexpr std::string_view kTime = "Time";
 constexpr std::string_view kMotion = "Motion and mix";
+constexpr std::string_view kElsewhere = "Motion from elsewhere";
 constexpr std::string_view kLayers = "Layers";
 constexpr std::string_view kFields = "Fields";
 constexpr std::string_view kSheet = "Sheet";
@@ -30,6 +34,11 @@ constexpr Choice kViews[] = {{"output", static_cast<int>(View::kOutput)},
                              {"foreground", static_cast<int>(View::kForeground)},
                              {"matte", static_cast<int>(View::kMatte)},
                              {"flow", static_cast<int>(View::kFlow)}};
+constexpr Choice kOrigins[] = {{"bottom", 0}, {"top", 1}};
+constexpr Choice kFlows[] = {{"estimate", kFlowEstimated}, {"points", kFlowOfPoints}};
+constexpr Choice kFormats[] = {{"coded", kCodedVectors}, {"pixels", kPixelVectors}};
+constexpr Choice kSigns[] = {{"to", 1}, {"from", -1}};
+constexpr Choice kUpDown[] = {{"up", 1}, {"down", -1}};
 constexpr Choice kInputFields[] = {
     {"none", 0}, {"lower", 2}, {"upper", 1}, {"auto", kFieldsOfClip}};
 constexpr Choice kOutputFields[] = {{"none", 0}, {"lower", 2}, {"upper", 1}};
@@ -47,6 +56,10 @@ void SetOutputName(Options& options, const Argument& argument, const char* whatT
     const bool named = !argument.text.empty() && argument.text[0] != '-' && argument.text[0] != '=';
     if (!named) argument.Refuse(whatToName);
     options.output = argument.text;
+}
+
+void SetFlows(Options& options, const Argument& argument) {
+    SetOutputName(options, argument, "name a sequence such as flow.%04d.exr");
 }
 
 void SetOutput(Options& options, const Argument& argument) {
@@ -78,6 +91,8 @@ void SetSensitivity(Options& options, const Argument& argument) {
 constexpr OptionEntry kOptions[] = {
     {kVerbRetime, {}, "-o", "--output", "OUTPUT", "the movie or sequence to write", {}, SetOutput,
      true},
+    {kVerbVectors, {}, "-o", "--output", "OUTPUT", "the sequence of EXR files to write", {},
+     SetFlows, true},
     {kVerbCompare, {}, {}, "--at", "TIME", "the time to render, in frames of the clip from 0 on; "
      "12.5 is half-way between frames 12 and 13", {}, SetAt, true},
     {kVerbCompare, {}, "-o", "--output", "SHEET", "the picture to write, of 8 bits: png, tif, jpg",
@@ -92,7 +107,7 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.length = argument.AsInteger(1, kMostFrames);
      }},
-    {kVerbRetime, kTime, {}, "--frames", "LIST", "render only these output frames, counted from "
+    {kVerbRetime | kVerbVectors, kTime, {}, "--frames", "LIST", "write only these frames, counted from "
      "0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
 
     {kVerbRetime, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
@@ -126,7 +141,55 @@ constexpr OptionEntry kOptions[] = {
          options.compensate = AsFloat(argument.AsDecimal(0, kGreatestCompensation));
      }},
 
-    {kVerbAll, kFields, {}, "--input-fields", "FIELD", "the field that comes first in INPUT, and "
+    {kVerbAll, kElsewhere, {}, "--guides", "FILE", "tracked points that the motion follows where "
+     "they are; a table, tracks as blocks, keyframe text or JSON; up to 10 times", {}, AddGuides,
+     false, kMostGuideFiles},
+    {kVerbPictures, kElsewhere, {}, "--guides-layer", "N", "the layer that they lie on, counted "
+     "from the front: 0 is that of the first --matte, or the whole frame without mattes, and as "
+     "many as there are mattes is the background; 0 when not given; once for all files or once "
+     "for each", {}, AddGuidesLayer, false, kMostGuideFiles},
+    {kVerbAll, kElsewhere, {}, "--guides-origin", "EDGE", "the edge that their y counts from: up "
+     "from the bottom line or down from the top line; whole numbers are pixel centres", kOrigins,
+     [](Options& options, const Argument& argument) {
+         options.guidesOrigin = argument.AsChoice();
+     }},
+    {kVerbAll, kElsewhere, {}, "--guides-first", "N", "the number that the files give frame 0 of "
+     "INPUT; 0 when not given", {},
+     [](Options& options, const Argument& argument) {
+         options.guidesFirst = argument.AsInteger(-kMostFrames, kMostFrames);
+     }},
+    {kVerbAll, kElsewhere, {}, "--flow", "SOURCE", "where the motion of their layer comes from: "
+     "the pictures, drawn to the points, or the points alone; once for all files or once for each",
+     kFlows, AddFlowSource, false, kMostGuideFiles},
+    {kVerbAll, kElsewhere, {}, "--forward-vectors", "CLIP", "take the motion from each frame to "
+     "the one after it from this clip, of the same size: its frame k belongs to frame k of INPUT; "
+     "with this clip or the next alone the other motion is its reverse", {}, SetForwardVectors},
+    {kVerbAll, kElsewhere, {}, "--backward-vectors", "CLIP", "take that from each frame to the "
+     "one before it from this clip", {}, SetBackwardVectors},
+    {kVerbAll, kElsewhere, {}, "--vectors-format", "FORMAT", "coded: red and green code x and y, "
+     "with 127 of 254, 32767 of 65534 or 0.5 of 1 for no motion, and less than full alpha means "
+     "no vector; pixels: channels with names hold pixels of the frame", kFormats,
+     [](Options& options, const Argument& argument) {
+         options.vectors.format = argument.AsChoice();
+     }},
+    {kVerbAll, kElsewhere, {}, "--vector-scale", "S", "pixels that a coded 254, 65534 or 1 stands "
+     "for; times pixels of the other format; 1 when not given", {}, SetVectorScale},
+    {kVerbAll, kElsewhere, {}, "--vector-scale-xy", "X,Y", "the same for each axis by itself, on "
+     "top of it; 1,1 when not given", {}, SetVectorScaleXY},
+    {kVerbAll, kElsewhere, {}, "--vector-channels", "U,V", "the channels of the pixels format; "
+     "when not given forward.u,forward.v or backward.u,backward.v, or else motion.x,motion.y, or "
+     "the two that are there", {}, SetVectorChannels},
+    {kVerbAll, kElsewhere, {}, "--vector-sign", "WAY", "to: a pixel's vector leads to its place "
+     "in the other frame; from: back from there", kSigns,
+     [](Options& options, const Argument& argument) {
+         options.vectors.sign = argument.AsChoice();
+     }},
+    {kVerbAll, kElsewhere, {}, "--vector-y", "WAY", "the way of positive y", kUpDown,
+     [](Options& options, const Argument& argument) {
+         options.vectors.upwards = argument.AsChoice();
+     }},
+
+    {kVerbPictures, kFields, {}, "--input-fields", "FIELD", "the field that comes first in INPUT, and "
      "in the clips that go with it, where each frame holds two; upper is the one with the "
      "picture's top line; auto is what a movie says of itself, and none where it says nothing",
      kInputFields,
@@ -139,22 +202,22 @@ constexpr OptionEntry kOptions[] = {
          options.outputFields = argument.AsChoice();
      }},
 
-    {kVerbAll, kLayers, {}, "--matte", "CLIP", "what is white in this clip is a foreground that "
+    {kVerbPictures, kLayers, {}, "--matte", "CLIP", "what is white in this clip is a foreground that "
      "moves on its own; frame k belongs to frame k of INPUT; up to 9 times, the frontmost first",
      {}, AddMatte, false, kMostMattes},
-    {kVerbAll, kLayers, {}, "--matte-channel", "CHANNEL", "the channel of all mattes", kChannels,
+    {kVerbPictures, kLayers, {}, "--matte-channel", "CHANNEL", "the channel of all mattes", kChannels,
      [](Options& options, const Argument& argument) {
          options.matteChannel = argument.AsChoice();
      }},
-    {kVerbAll, kLayers, {}, "--matte-levels", "BLACK,WHITE", "stretch the matte: BLACK and below "
+    {kVerbPictures, kLayers, {}, "--matte-levels", "BLACK,WHITE", "stretch the matte: BLACK and below "
      "become 0, WHITE and above full white, both in the matte's own values: 0 to 255 for 8 bits, 0 "
      "to 65535 for 16, as stored for float; once for all mattes or once for each", {},
      AddMatteLevels, false, kMostMattes},
-    {kVerbAll, kLayers, {}, "--matte-shrink", "N", "FG Inv Matte Shrink, 0 to 4: how many pixels "
+    {kVerbPictures, kLayers, {}, "--matte-shrink", "N", "FG Inv Matte Shrink, 0 to 4: how many pixels "
      "wider than the foreground the hole is that it cuts into what lies behind; soft edges move "
      "farther than hard ones and harden; 0 when not given; once for all mattes or once for each",
      {}, AddMatteShrink, false, kMostMattes},
-    {kVerbAll, kLayers, {}, "--fg-sensitivity", "N", "FG Motion Sensitivity, 0 to 100; 70 when "
+    {kVerbPictures, kLayers, {}, "--fg-sensitivity", "N", "FG Motion Sensitivity, 0 to 100; 70 when "
      "not given; once for all mattes or once for each", {}, AddForegroundSensitivity, false,
      kMostMattes},
     {kVerbRetime, kLayers, {}, "--view", "VIEW", "what to write: all layers, the background with "
@@ -187,7 +250,7 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.depth = static_cast<SampleDepth>(argument.AsChoice());
      }},
-    {kVerbRetime, kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a "
+    {kVerbRetime | kVerbVectors, kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a "
      "sequence; by default the input's first", {},
      [](Options& options, const Argument& argument) {
          options.startNumber = static_cast<int>(argument.AsInteger(0, 999999999));
@@ -227,6 +290,18 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin compare shot.mov --at 12.5 -o sheet.png\n"
      "  velorin compare plates/shot.%04d.exr --at 40.25 -o sheet.png --quality full\n"
      "  velorin compare shot.mov --at 12.5 -o hand.png --crop 800,420,480x270\n"},
+    {kVerbVectors, "vectors", "INPUT -o OUTPUT",
+     "Writes how the pixels of a clip move, one EXR file of 32-bit floats a frame: forward.u and\n"
+     "forward.v lead from a pixel of the frame to the same content in the next one, backward.u "
+     "and\n"
+     "backward.v to that in the frame before, in pixels of the frame, u to the right and v up. "
+     "The\n"
+     "last frame has no next one and the first none before: zeros. OUTPUT is a sequence such as\n"
+     "flow.%04d.exr. Frames count from 0.\n",
+     "  velorin vectors shot.mov -o flow.%04d.exr --quality full\n"
+     "  velorin vectors shot.mov -o flow.####.exr --guides tracks.txt\n"
+     "  velorin retime shot.mov -o slow.mov --speed 0.5 --vectors-format pixels \\\n"
+     "      --forward-vectors flow.%04d.exr --backward-vectors flow.%04d.exr\n"},
 };
 
 }  // namespace
@@ -236,7 +311,8 @@ std::span<const OptionEntry> OptionTable() {
 }
 
 const VerbText& TextOf(Verb verb) {
-    return kVerbTexts[verb == kVerbRetime ? 0 : 1];
+    return *std::find_if(std::begin(kVerbTexts), std::end(kVerbTexts),
+                         [&](const VerbText& text) { return text.verb == verb; });
 }
 
 }  // namespace velorin

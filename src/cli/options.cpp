@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "cli/layer_options.h"
+#include "cli/motion_options.h"
 #include "cli/option_table.h"
 
 namespace velorin {
@@ -219,6 +220,7 @@ std::optional<Options> ParseOptions(Verb verb, int count, const char* const* wor
         }
     }
     CompleteLayerOptions(options);
+    CompleteMotionOptions(options);
     return options;
 }
 

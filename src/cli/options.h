@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/frame_list.h"
@@ -22,12 +23,28 @@ class UsageError : public std::runtime_error {
 };
 
 // What the program can be told to do. Sets of verbs are sums.
-enum Verb { kVerbRetime = 1, kVerbCompare = 2, kVerbAll = 3 };
+enum Verb { kVerbRetime = 1, kVerbCompare = 2, kVerbVectors = 4, kVerbPictures = 3, kVerbAll = 7 };
 
 enum class ProgressStyle { kAuto, kPlain, kJson, kNone };
 
 // What the output shows: layers, or how they are told apart and moved.
 enum class View { kOutput, kBackground, kForeground, kMatte, kFlow };
+
+// Where the motion of a layer with guide points comes from: the pictures, drawn to the points, or
+// the points alone.
+enum FlowSource { kFlowEstimated, kFlowOfPoints };
+// How vector clips hold their vectors: as coded colours, or as pixels in channels with names.
+enum VectorsFormat { kCodedVectors, kPixelVectors };
+
+// How vector clips are read.
+struct VectorOptions {
+    std::optional<int> format;                       // a VectorsFormat
+    std::optional<float> scale;                      // times both components; 1 when not given
+    std::optional<std::pair<float, float>> scaleXY;  // times x and y
+    std::optional<std::pair<std::string, std::string>> channels;  // names of u and v
+    std::optional<int> sign;     // 1: to the other frame; -1: from there
+    std::optional<int> upwards;  // 1: positive v is up; -1: down
+};
 
 // The number of --input-fields that leaves the choice to the input.
 inline constexpr int kFieldsOfClip = 3;
@@ -46,6 +63,15 @@ struct Options {
     std::optional<int> inputFields;  // 0 none, 1 upper first, 2 lower first, or kFieldsOfClip
 
     std::string motionFrom;           // clip that motion is measured on; empty: the input
+    std::vector<std::string> guides;  // files of tracked points
+    // Each of these two has an entry for every file, as soon as the command line is read.
+    std::vector<int> guidesLayers;    // counted from the front
+    std::vector<int> flowSources;     // a FlowSource
+    std::optional<int> guidesOrigin;  // 0: y counts up from the bottom line; 1: down from the top
+    std::optional<std::int64_t> guidesFirst;  // number that the files give frame 0; 0
+    std::string forwardVectors;               // clips that replace estimated motion; empty: none
+    std::string backwardVectors;
+    VectorOptions vectors;
     std::vector<std::string> mattes;  // clips, the frontmost layer's first
     std::optional<int> matteChannel;  // 0 red, 1 green, 2 blue
     // Each of them has an entry for every matte, as soon as the command line is read.

@@ -10,8 +10,10 @@
 #include "cli/fields.h"
 #include "cli/frame_list.h"
 #include "cli/frame_renderer.h"
+#include "cli/guides.h"
 #include "cli/layer_clips.h"
 #include "cli/matte_range.h"
+#include "cli/motion_options.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
@@ -59,13 +61,14 @@ void NoteIdleCompensation(const Options& options, const RunPlan& plan, ProgressL
 class Run {
   public:
     Run(const Options& options, const RunPlan& newPlan, RunClips clips,
-        std::unique_ptr<ClipWriter> newWriter, ProgressLine& newProgress)
+        std::vector<LayerGuides> guides, std::unique_ptr<ClipWriter> newWriter,
+        ProgressLine& newProgress)
         : plan(newPlan),
           progress(newProgress),
           isSequence(FindStillFormat(options.output) != nullptr),
           writer(std::move(newWriter)),
           method{options.interp, options.warp},
-          renderer(options, plan, std::move(clips)) {}
+          renderer(options, plan, std::move(clips), std::move(guides)) {}
 
     int Execute();
 
@@ -137,11 +140,14 @@ int Retime(const Options& options) {
         progress.Note("nothing to do");
         return kExitDone;
     }
+    std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
     std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips);
+    NoteMotionSources(options, progress);
     NoteFields(options, plan, progress);
     NoteIdleCompensation(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);
-    return Run(options, plan, std::move(clips), std::move(writer), progress).Execute();
+    return Run(options, plan, std::move(clips), std::move(guides), std::move(writer), progress)
+        .Execute();
 }
 
 }  // namespace velorin

@@ -7,6 +7,7 @@
 
 #include "cli/fields.h"
 #include "cli/layers.h"
+#include "cli/motion_options.h"
 #include "media/sequence_name.h"
 #include "media/still_format.h"
 
@@ -164,6 +165,10 @@ std::string MotionText(const RunPlan& plan, const Options& options) {
     const std::string unit = plan.request.inputFields != 0 ? "field" : "frame";
     const std::string onFrame = std::to_string(plan.onFrame) + " on a source " + unit;
     if (plan.pairs == 0) return "none estimated; " + onFrame;
+    if (TakesVectors(options)) {
+        return "from vectors, between " + std::to_string(plan.pairs) +
+               (plan.pairs == 1 ? " pair" : " pairs") + " of frames; " + onFrame;
+    }
     std::string text = "estimated";
     if (!options.motionFrom.empty()) text += " on " + options.motionFrom;
     text += " at " + SizeText(plan.flowWidth, plan.flowHeight) + " between " +
@@ -205,7 +210,7 @@ RunPlan MakePlan(const Options& options, const ClipInfo& source) {
     CountPairs(options, plan);
     plan.flowWidth = Halved(source.width, HalvingsOf(options.quality));
     plan.flowHeight = Halved(source.height, HalvingsOf(options.quality));
-    CheckWorkingSize(plan, options.quality);
+    if (!TakesVectors(options)) CheckWorkingSize(plan, options.quality);
     plan.depth = DepthOf(options, source);
     plan.firstNumber = options.startNumber.value_or(source.firstNumber);
     return plan;
@@ -223,8 +228,34 @@ RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source) {
     plan.length = 1;
     plan.frames = {0};
     CountPairs(options, plan);
-    CheckWorkingSize(plan, options.quality);
+    if (!TakesVectors(options)) CheckWorkingSize(plan, options.quality);
     plan.depth = SampleDepth::kByte;
+    return plan;
+}
+
+VectorsPlan MakeVectorsPlan(const Options& options, const ClipInfo& source) {
+    VectorsPlan plan;
+    RunPlan& run = plan.run;
+    run.source = source;
+    CheckSize(source);
+    if (options.quality == 0) {
+        throw UsageError("vectors needs motion; give another --quality than none");
+    }
+    run.length = source.frames;
+    ChooseFrames(options, run);
+    plan.files = std::exchange(run.frames, {});
+    // Those that lead to a frame and those that leave it.
+    for (const std::int64_t file : plan.files) {
+        for (const std::int64_t pair : {file - 1, file}) {
+            const bool known = !run.frames.empty() && run.frames.back() == pair;
+            if (!known && pair >= 0 && pair + 1 < source.frames) run.frames.push_back(pair);
+        }
+    }
+    run.law = MiddlesOfPairs(ConstantSpeed({1, 1}));
+    CountPairs(options, run);
+    if (!TakesVectors(options)) CheckWorkingSize(run, options.quality);
+    run.depth = source.depth;
+    run.firstNumber = options.startNumber.value_or(source.firstNumber);
     return plan;
 }
 
@@ -243,7 +274,7 @@ std::string Describe(const RunPlan& plan, const Options& options, int threads) {
             std::string(ChoiceWord("--prep", options.enhance)) + ", sensitivity " +
             NumberText(options.sensitivity) + ", compensate " + NumberText(options.compensate) +
             ", threads " + std::to_string(threads);
-    return text + FieldsText(options, plan) + LayersText(options) +
+    return text + FieldsText(options, plan) + LayersText(options) + MotionSourcesText(options) +
            "\nmotion: " + MotionText(plan, options);
 }
 

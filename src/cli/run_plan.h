@@ -39,6 +39,16 @@ RunPlan MakePlan(const Options& options, const ClipInfo& source);
 // Throws as MakePlan does.
 RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source);
 
+// A run of `velorin vectors`: the plan's output frame k lies half-way between source frames k and
+// k + 1, and its frames are those whose motion is measured.
+struct VectorsPlan {
+    RunPlan run;
+    std::vector<std::int64_t> files;  // the frames whose vectors are written, ascending
+};
+
+// Throws as MakePlan does.
+VectorsPlan MakeVectorsPlan(const Options& options, const ClipInfo& source);
+
 // The plan in a few lines, for the user who wants to know.
 std::string Describe(const RunPlan& plan, const Options& options, int threads);
 

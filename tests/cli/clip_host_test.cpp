@@ -42,7 +42,7 @@ struct NoiseHost {
     NoiseHost(const char* speed, std::int64_t frames, const Options& wanted = {})
         : options(wanted),
           plan(PlanOf(speed, frames, wanted)),
-          host(Clips(), *plan.law, false, LayersDrawn(options)) {
+          host(Clips(), *plan.law, ChoicesFor(options, {})) {
         UseThreads(1);
     }
 
@@ -64,6 +64,8 @@ struct NoiseHost {
         for (Frames& log : matteReads) {
             clips.mattes.push_back(ReadAsMatte(clip(&log), {}, ZPPixUChar));
         }
+        if (!options.forwardVectors.empty()) clips.forwardVectors = clip(&forwardReads);
+        if (!options.backwardVectors.empty()) clips.backwardVectors = clip(&backwardReads);
         return clips;
     }
 
@@ -87,6 +89,8 @@ struct NoiseHost {
     RunPlan plan;
     Frames reads;
     Frames motionReads;
+    Frames forwardReads;
+    Frames backwardReads;
     std::vector<Frames> matteReads;
     ClipHost host;
     Picture picture;
@@ -161,6 +165,9 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
         const char* motionFrom;
         int inputFields = 0, outputFields = 0;
         float compensate = 0.0f;
+        const char* forward = "";
+        const char* backward = "";
+        bool pointsAlone = false;
     };
     for (const Case& c : {Case{0, View::kOutput, 0.0f, 5, ""},
                           {0, View::kOutput, 0.0f, 5, "clip"},
@@ -176,7 +183,12 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
                           {1, View::kOutput, 0.0f, 5, "clip", 0, 2},
                           {1, View::kOutput, 0.0f, 5, "clip", 2, 1},
                           {1, View::kOutput, 0.0f, 5, "clip", 1, 1, 2.0f},
-                          {1, View::kBackground, 0.0f, 0, "clip", 2, 2, 2.0f}}) {
+                          {1, View::kBackground, 0.0f, 0, "clip", 2, 2, 2.0f},
+                          {0, View::kOutput, 0.0f, 5, "", 0, 0, 0.0f, "clip"},
+                          {0, View::kOutput, 0.0f, 5, "", 0, 1, 1.0f, "clip", "clip"},
+                          {1, View::kOutput, 0.0f, 5, "", 0, 0, 0.0f, "", "clip"},
+                          {0, View::kOutput, 0.0f, 5, "clip", 0, 0, 0.0f, "", "", true},
+                          {1, View::kOutput, 0.0f, 5, "clip", 0, 0, 0.0f, "", "", true}}) {
         Options options;
         options.mattes.resize(c.mattes);
         options.matteShrinks.assign(c.mattes, c.shrink);
@@ -187,6 +199,13 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
         options.inputFields = c.inputFields;
         options.outputFields = c.outputFields;
         options.compensate = c.compensate;
+        options.forwardVectors = c.forward;
+        options.backwardVectors = c.backward;
+        if (c.pointsAlone) {
+            options.guides = {"points"};
+            options.guidesLayers = {0};
+            options.flowSources = {kFlowOfPoints};
+        }
         for (const char* speed : {"0", "0.3", "0.4", "1", "2.5"}) {
             NoiseHost clip(speed, 11, options);
             clip.plan.frames = {0, 1, 2, 9, 10, 11, 12, 25};
@@ -198,9 +217,13 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
                               << "case " << c.mattes << c.quality << c.inputFields << c.outputFields
                               << " at " << speed;
             EXPECT_EQ(clip.reads, Announced(ClipRole::kSource, clip)) << what;
-            EXPECT_EQ(clip.motionReads,
-                      *c.motionFrom ? Announced(ClipRole::kMotion, clip) : Frames())
+            const auto announced = [&](const char* name, ClipRole role) {
+                return *name ? Announced(role, clip) : Frames();
+            };
+            EXPECT_EQ(clip.forwardReads, announced(c.forward, ClipRole::kForwardVectors)) << what;
+            EXPECT_EQ(clip.backwardReads, announced(c.backward, ClipRole::kBackwardVectors))
                 << what;
+            EXPECT_EQ(clip.motionReads, announced(c.motionFrom, ClipRole::kMotion)) << what;
             for (const Frames& reads : clip.matteReads) {
                 EXPECT_EQ(reads, Announced(ClipRole::kMatte, clip)) << what;
             }
