@@ -74,6 +74,7 @@ class ZPMorphFlow::PointList {
     PointList(const ZPImage& values, const ZPImage& weights)
         : lastColumn(values.lastColumn), lastRow(values.lastRow) {
         ForEachKnown(weights, [this](int, int) { ++count; });
+        // One more than there are, since a block of no bytes may be null.
         points.reset(static_cast<Point*>(KQAllocOrThrow((count + 1) * sizeof(Point))));
         Point* next = points.get();
         ForEachKnown(weights, [&](int x, int y) {
