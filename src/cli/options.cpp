@@ -37,7 +37,11 @@ void AppendOption(std::string& help, const OptionEntry& option) {
     std::string left = option.letter.empty() ? "      " : "  " + std::string(option.letter) + ", ";
     left.append(option.name);
     if (!option.value.empty()) left.append(" ").append(option.value);
-    left.resize(std::max(left.size() + 2, kHelpColumn), ' ');
+    if (left.size() + 2 > kHelpColumn) {
+        help.append(left).append("\n");
+        left.clear();
+    }
+    left.resize(kHelpColumn, ' ');
     help.append(left);
     std::string right(option.help);
     if (!option.choices.empty()) right.append(": " + ListOf(option.choices) + " (first: default)");
