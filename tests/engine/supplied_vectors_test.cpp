@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "support/clean_render.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
@@ -13,6 +15,10 @@ constexpr int kWidth = 48;
 constexpr int kHeight = 36;
 constexpr float kShiftX = 2.5f;
 constexpr float kShiftY = -1.25f;
+
+bool InForeground(int x, int y) {
+    return x >= 12 && x < 32 && y >= 8 && y < 28;
+}
 
 // Supplies one vector for all pixels and frames, as coded floats, forward and negated backward.
 class VectorHost : public MemoryHost {
@@ -44,7 +50,8 @@ class VectorHost : public MemoryHost {
     int scaleFails = 0;
     int codedWidth = kWidth;
     int holdsVectors = 0;
-    int holes = 0;  // columns from the left without a vector
+    int holes = 0;       // columns from the left without a vector
+    float stray = 0.0f;  // added to the vectors in the foreground
     std::vector<int> forwardAsked, backwardAsked;
 
   private:
@@ -57,8 +64,9 @@ class VectorHost : public MemoryHost {
         auto coded = std::make_unique<Coded>();
         for (int i = 0; i < codedWidth * kHeight; ++i) {
             const float alpha = i % codedWidth < holes ? 0.0f : 1.0f;
+            const float more = InForeground(i % codedWidth, i / codedWidth) ? stray : 0.0f;
             coded->pixels.insert(coded->pixels.end(),
-                                 {code(kShiftX), code(2.0f * kShiftY), 9.0f, alpha});
+                                 {code(kShiftX + more), code(2.0f * kShiftY), 9.0f, alpha});
         }
         coded->CreateInternal();
         coded->InitRGBA(coded->pixels.data(), codedWidth, kHeight, codedWidth * 16, 1, ZPPixFloat);
@@ -127,8 +135,10 @@ TEST(SuppliedVectors, MoveLayersByWhatTheirMattesShow) {
             for (int i = 0; i < 3; ++i) {
                 host.mattes.push_back(std::make_unique<ZPImage>(kWidth, kHeight, 1, ZPPixUChar, 0));
                 ClearImage(host.mattes[i].get());
-                for (int y = 8; y < 28; ++y) {
-                    std::fill_n(host.mattes[i]->Row<std::uint8_t>(y) + 12, 20, 255);
+                for (int y = 0; y < kHeight; ++y) {
+                    for (int x = 0; x < kWidth; ++x) {
+                        if (InForeground(x, y)) host.mattes[i]->Row<std::uint8_t>(y)[x] = 255;
+                    }
                 }
             }
             const float none = 0.0f, sensitivity = 0.7f;
@@ -144,6 +154,21 @@ TEST(SuppliedVectors, MoveLayersByWhatTheirMattesShow) {
             EXPECT_EQ(host.holdsVectors, 0);
             EXPECT_EQ(host.forwardAsked, (std::vector<int>{0, 0}));
             EXPECT_EQ(host.internal->opticalFlow, nullptr);
+            // What the vectors say where the foreground is never moves the background.
+            host.drawStart = host.drawEnd = 1;
+            ASSERT_EQ(host.Render(0.0f), 0);
+            const std::unique_ptr<ZPImage> background = std::move(host.result);
+            host.stray = 5.0f;
+            ASSERT_EQ(host.Render(0.0f), 0);
+            EXPECT_SAME_IMAGE(*host.result, *background);
+            host.drawStart = host.drawEnd = 0;
+            ASSERT_EQ(host.Render(0.0f), 0);
+            const std::unique_ptr<ZPImage> strayed = std::move(host.result);
+            host.stray = 0.0f;
+            ASSERT_EQ(host.Render(0.0f), 0);
+            EXPECT_NE(std::memcmp(strayed->data, host.result->data,
+                                  static_cast<std::size_t>(strayed->RowPixelBytes()) * kHeight),
+                      0);
         }
     }
 }
