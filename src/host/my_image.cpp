@@ -1,5 +1,11 @@
 #include "host/my_image.h"
 
+#include <climits>
+#include <cstddef>
+#include <new>
+
+#include "image/pixel_type.h"
+
 namespace velorin {
 
 bool PixelTypeOfSparkFormat(int sparkFormat, int& pixelType) {
@@ -18,6 +24,17 @@ bool PixelTypeOfSparkFormat(int sparkFormat, int& pixelType) {
         default:
             return false;
     }
+}
+
+int BlockPixelBytes(int sparkFormat, int channels) {
+    int type = ZPPixUChar;
+    return PixelTypeOfSparkFormat(sparkFormat, type) ? ChannelBytes(type) * channels : 0;
+}
+
+std::unique_ptr<unsigned char[]> NewBlock(int width, int height, int pixelBytes) {
+    if (width < 0 || height < 0 || width > INT_MAX / pixelBytes) return nullptr;
+    const std::size_t bytes = static_cast<std::size_t>(width) * height * pixelBytes;
+    return std::unique_ptr<unsigned char[]>(new (std::nothrow) unsigned char[bytes]);
 }
 
 MyImage::~MyImage() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "image/kq_image.h"
 
@@ -9,6 +10,13 @@ namespace velorin {
 // The pixel type of a host's format code: 24 and 25 are 8 bits, 48 and 64 are 16, 49 is float.
 // False, and `pixelType` as it was, for any other code.
 bool PixelTypeOfSparkFormat(int sparkFormat, int& pixelType);
+
+// Bytes of a pixel of so many channels in a block of this format; 0 for an unknown format.
+int BlockPixelBytes(int sparkFormat, int channels);
+
+// Memory as a MyImage takes it over; null where there is none, for a negative side, and for a row
+// of more bytes than an int can tell. Not cleared.
+std::unique_ptr<unsigned char[]> NewBlock(int width, int height, int pixelBytes);
 
 // A KQImage that owns the raw block it stands on. `block` comes from new unsigned char[] and is
 // released as such.

@@ -20,12 +20,15 @@ inline constexpr int kSparkSetupNameBytes = 256;
 struct spark_info_struct {
     char setupName[kSparkSetupNameBytes];
     std::int32_t frameBytes;  // of one output frame
-    std::uint8_t mode;        // 1 interactive, 0 not; any other renders with defaults of its own
+    std::uint8_t mode;        // one of the two below; any other renders with defaults of its own
     std::uint32_t frameNumber;
     std::uint32_t clipLength;  // of the output clip
     std::int32_t frameDepth;   // format code: 24, 25, 48, 49 or 64
     std::int8_t threadFlag;    // threads that sparkMpFork runs a worker on
 };
+
+inline constexpr int kSparkBatch = 0;
+inline constexpr int kSparkInteractive = 1;
 
 // A buffer of the host's: rows from the bottom line up, nothing between them, three channels.
 struct spark_membuf_struct {
@@ -38,7 +41,11 @@ struct spark_membuf_struct {
 
 inline constexpr std::uint32_t kSparkBufferLocked = 4;
 
-// Called when a control changes; the host's codes other than 1 ask for nothing.
+// What sparkCallingEnv answers where intermediate images must not be kept.
+inline constexpr int kSparkEnvWithoutCache = 2;
+
+// Called when something happens to a control. Answers what SparkProcess did, or null.
+inline constexpr int kSparkControlChanged = 1;
 using SparkCallback = void* (*)(int code, spark_info_struct info);
 
 // The records of the panel's controls. The host finds each under the name of its kind with the
@@ -87,7 +94,7 @@ void sparkMessage(const char* message);  // one line to the user
 void sparkLoadSetup(spark_info_struct info);
 void sparkSaveSetup(spark_info_struct info);
 void sparkCursorBusy();
-int sparkCallingEnv();  // 2: the environment in which intermediate images must not be kept
+int sparkCallingEnv();
 const char* sparkProgramGetName();
 
 int sparkMemRegisterBuffer();                                // the id of a new scratch buffer
