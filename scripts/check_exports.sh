@@ -34,7 +34,7 @@ same "words of the plug-in" "$exported" "$(nm -D --defined-only "$plugin" | awk 
 same "calls of the host" "$(printf '%s\n' "${hostCalls[@]}")" \
     "$(nm -D --undefined-only "$plugin" | awk '$2 ~ /^spark/ { print $2 }')"
 none "words that another library can replace" "$(readelf -rW "$plugin" |
-    awk 'NF > 4 { print $5 }' | grep -Fx -f <(echo "$exported") || true)"
+    awk 'NF > 4 { print $5 }' | grep -Fx -f <(echo "$exported") | sort -u || true)"
 none "libraries beyond the runtime" "$(readelf -dW "$plugin" |
     sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' | grep -Ev "$runtime" || true)"
 exit $failed

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -144,8 +146,8 @@ int CallsOfBatch(const spark_info_struct& info) {
 // Marks the setup that is about to be saved by four characters of its name, if that is a long one.
 void GetId(const spark_info_struct& info) {
     std::int32_t id = 210;
-    const std::size_t length = strnlen(info.setupName, kSparkSetupNameBytes);
-    if (length > 28) std::memcpy(&id, info.setupName + length - 27, sizeof id);
+    const char* end = std::find(info.setupName, info.setupName + kSparkSetupNameBytes, '\0');
+    if (end - info.setupName > 28) std::memcpy(&id, end - 27, sizeof id);
     SparkInt8.Value = id;
 }
 

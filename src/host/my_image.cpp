@@ -32,7 +32,8 @@ int BlockPixelBytes(int sparkFormat, int channels) {
 }
 
 std::unique_ptr<unsigned char[]> NewBlock(int width, int height, int pixelBytes) {
-    if (width < 0 || height < 0 || width > INT_MAX / pixelBytes) return nullptr;
+    if (width < 0 || height < 0 || pixelBytes < 1) return nullptr;
+    if (width > INT_MAX / pixelBytes) return nullptr;
     const std::size_t bytes = static_cast<std::size_t>(width) * height * pixelBytes;
     return std::unique_ptr<unsigned char[]>(new (std::nothrow) unsigned char[bytes]);
 }

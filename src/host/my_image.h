@@ -14,8 +14,8 @@ bool PixelTypeOfSparkFormat(int sparkFormat, int& pixelType);
 // Bytes of a pixel of so many channels in a block of this format; 0 for an unknown format.
 int BlockPixelBytes(int sparkFormat, int channels);
 
-// Memory as a MyImage takes it over; null where there is none, for a negative side, and for a row
-// of more bytes than an int can tell. Not cleared.
+// Memory as a MyImage takes it over, not cleared. Null where there is none, for a negative side,
+// for pixels of no bytes and for a row of more bytes than an int can tell.
 std::unique_ptr<unsigned char[]> NewBlock(int width, int height, int pixelBytes);
 
 // A KQImage that owns the raw block it stands on. `block` comes from new unsigned char[] and is
