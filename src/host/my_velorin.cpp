@@ -1,6 +1,7 @@
 #include "host/my_velorin.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 
 #include "engine/kq_velorin_internal.h"
@@ -25,8 +26,8 @@ std::unique_ptr<MyImage> NewImage(const MyRequest& request, int channels) {
     auto block = NewBlock(request.width, request.height, pixelBytes);
     if (!block) return nullptr;
     const int rowBytes = request.width * pixelBytes;
-    if (channels == 1)
-        std::fill_n(block.get(), static_cast<std::size_t>(rowBytes) * request.height, 0);
+    const auto bytes = static_cast<std::size_t>(rowBytes) * request.height;
+    if (channels == 1) std::fill_n(block.get(), bytes, static_cast<unsigned char>(0));
     auto image = std::make_unique<MyImage>();
     image->MyInit(block.get(), request.width, request.height, request.sparkFormat, rowBytes,
                   channels);
