@@ -5,8 +5,8 @@
 #include <cstring>
 #include <type_traits>
 
-#include "host/half_float.h"
 #include "host/my_image.h"
+#include "image/half_float.h"
 #include "image/pixel_type.h"
 
 namespace velorin {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "image/half_float.h"
 #include "media/pixel_transfer.h"
 #include "media/safe_file.h"
 #include "media/still_file.h"
@@ -35,7 +36,15 @@ class SequenceWriter : public ClipWriter {
     int channels;
     std::string extension;
     std::vector<std::byte> packed;
+    std::vector<std::uint16_t> halves;
 };
+
+// Rounds as the plug-in does, where the library would go to even: both write the same halves.
+void ToHalves(const std::byte* floats, std::size_t count, std::vector<std::uint16_t>& halves) {
+    halves.resize(count);
+    const auto* values = reinterpret_cast<const float*>(floats);
+    for (std::size_t i = 0; i < count; ++i) halves[i] = FloatToHalf(values[i]);
+}
 
 std::vector<std::string> ChannelNames(int channels) {
     if (channels == 1) return {"Y"};
@@ -96,7 +105,13 @@ void SequenceWriter::Write(std::int64_t frame, const Picture& picture) {
     const std::string named = target + " (frame " + std::to_string(frame) + ")";
     if (channels < 4) PackPixels(picture, channels, packed);
     const std::byte* pixels = channels < 4 ? packed.data() : picture.pixels.data();
-    WriteStill(target, settings.overwrite, LayoutFor(picture), TransferType(settings.depth), pixels,
+    const void* samples = pixels;
+    if (settings.depth == SampleDepth::kHalf) {
+        const std::size_t count = static_cast<std::size_t>(picture.width) * picture.height;
+        ToHalves(pixels, count * channels, halves);
+        samples = halves.data();
+    }
+    WriteStill(target, settings.overwrite, LayoutFor(picture), StoredType(settings.depth), samples,
                named);
 }
 

@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "host/fake_spark.h"
-#include "host/half_float.h"
 #include "host/my_image.h"
 #include "image/arithmetic.h"
+#include "image/half_float.h"
 #include "support/noise.h"
 
 namespace velorin {

@@ -28,8 +28,10 @@ Picture MakePicture(int channels = 3, SampleDepth depth = SampleDepth::kByte, un
     Picture picture = NoisePicture<float>(seed, kWidth, kHeight, channels);
     auto* pixel = reinterpret_cast<float*>(picture.pixels.data());
     using Limits = std::numeric_limits<float>;
+    // Halves lose the sign of zero.
+    const float zero = depth == SampleDepth::kHalf ? 0.0f : -0.0f;
     for (const float special :
-         {-0.0f, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN(), 6.103515625e-05f}) {
+         {zero, Limits::infinity(), -Limits::infinity(), Limits::quiet_NaN(), 6.103515625e-05f}) {
         for (int c = 0; c < (channels <= 2 ? 3 : 1); ++c) pixel[c] = special;
         pixel += 4;
     }

@@ -1,4 +1,4 @@
-#include "host/half_float.h"
+#include "image/half_float.h"
 
 #include <gtest/gtest.h>
 
