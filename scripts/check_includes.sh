@@ -15,8 +15,9 @@ find . -name '*.h' -o -name '*.cpp' | sed 's|^\./||' | sort | xargs awk '
         allowed["engine"] = "engine image filter flow warp"
         allowed["host"] = "host engine image"
         allowed["standalone"] = "standalone image"
+        allowed["spark_host"] = "spark_host host image standalone"
         allowed["media"] = "media image"
-        allowed["cli"] = "cli engine image standalone media"
+        allowed["cli"] = "cli engine image standalone media spark_host"
         split("image filter flow warp engine host", names, " ")
         for (i in names) core[names[i]] = 1
     }
@@ -38,6 +39,8 @@ find . -name '*.h' -o -name '*.cpp' | sed 's|^\./||' | sort | xargs awk '
         split($0, quoted, "\"")
         target = quoted[2]
         if (target !~ "/") complain("name the path from src/")
+        if (folder == "spark_host" && target ~ "^host/" && target != "host/spark_api.h")
+            complain("of the plug-in its host knows the records and the calls")
         sub("/.*", "", target)
         if (index(" " allowed[folder] " ", " " target " ") == 0)
             complain(folder " may include " allowed[folder])

@@ -3,6 +3,8 @@
 // What this library expects from outside to run on several threads: the host supplies it to the
 // plug-in, src/standalone to programs without a host.
 
+#pragma GCC visibility push(default)
+
 extern "C" {
 
 // Runs `worker(argument)` once on each of the host's processing threads and returns when all are
@@ -13,6 +15,8 @@ void sparkMpFork(void (*worker)(void* argument), int one, void* argument);
 // and in thread order.
 void sparkMpInfo(long long* firstPixel, long long* pixelCount);
 }
+
+#pragma GCC visibility pop
 
 namespace velorin {
 

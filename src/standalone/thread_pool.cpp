@@ -126,7 +126,21 @@ void ThreadPool::Resize(int count) {
 
 ThreadPool gPool;
 
+// While the pool is lent.
+int gFramePixels = 0;  // 0 while it is not
+void (*gOnFork)() = nullptr;
+
 }  // namespace
+
+PoolLoan::PoolLoan(int pixels, void (*onFork)()) {
+    gFramePixels = pixels;
+    gOnFork = onFork;
+}
+
+PoolLoan::~PoolLoan() {
+    gFramePixels = 0;
+    gOnFork = nullptr;
+}
 
 void UseThreads(int count) {
     gPool.Resize(std::clamp(count, 1, kMaxThreads));
@@ -143,7 +157,7 @@ int AvailableProcessors() {
 }
 
 int KQMPSparkGetNumberOfFramePixels() {
-    return kSharePixels * gPool.Count();
+    return gFramePixels != 0 ? gFramePixels : kSharePixels * gPool.Count();
 }
 
 }  // namespace velorin
@@ -151,11 +165,15 @@ int KQMPSparkGetNumberOfFramePixels() {
 extern "C" {
 
 void sparkMpFork(void (*worker)(void* argument), int /*one*/, void* argument) {
+    if (velorin::gOnFork) velorin::gOnFork();
     velorin::gPool.Run(worker, argument);
 }
 
 void sparkMpInfo(long long* firstPixel, long long* pixelCount) {
-    *firstPixel = static_cast<long long>(velorin::gShare) * velorin::kSharePixels;
-    *pixelCount = velorin::kSharePixels;
+    const int pixels = velorin::KQMPSparkGetNumberOfFramePixels();
+    const int share = pixels / velorin::gPool.Count();
+    const bool last = velorin::gShare == velorin::gPool.Count() - 1;
+    *firstPixel = static_cast<long long>(velorin::gShare) * share;
+    *pixelCount = last ? pixels - *firstPixel : share;
 }
 }

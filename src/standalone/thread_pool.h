@@ -10,6 +10,17 @@ namespace velorin {
 // other counts are brought into this range. Not during a job.
 void UseThreads(int count);
 
+// Lends the pool to a plug-in, which has a copy of this library of its own, as long as this lives:
+// the shares are those of a frame of `pixels` pixels, the last thread's with what is left over, and
+// `onFork` is called before each job unless it is null. Not during a job, one at a time.
+class PoolLoan {
+  public:
+    PoolLoan(int pixels, void (*onFork)());
+    ~PoolLoan();
+    PoolLoan(const PoolLoan&) = delete;
+    PoolLoan& operator=(const PoolLoan&) = delete;
+};
+
 // The processors that this process may run on, at most 64.
 int AvailableProcessors();
 
