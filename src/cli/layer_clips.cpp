@@ -41,13 +41,6 @@ void RequireAlike(const ClipReader& clip, const std::string& option, const ClipI
     }
 }
 
-std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string& option,
-                                      const ClipInfo& source) {
-    std::unique_ptr<ClipReader> clip = OpenClip(name);
-    RequireAlike(*clip, option, source, source.frames);
-    return clip;
-}
-
 // The last frame has no next one to lead to.
 std::unique_ptr<ClipReader> OpenVectors(VectorDirection direction, const Options& options,
                                         const ClipInfo& source) {
@@ -118,6 +111,13 @@ std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const
 }
 
 }  // namespace
+
+std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string& option,
+                                      const ClipInfo& source) {
+    std::unique_ptr<ClipReader> clip = OpenClip(name);
+    RequireAlike(*clip, option, source, source.frames);
+    return clip;
+}
 
 RunClips OpenRunClips(const Options& options) {
     RunClips clips;

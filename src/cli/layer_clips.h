@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <string>
 #include <vector>
 
 #include "cli/clip_host.h"
@@ -10,6 +12,11 @@
 #include "media/clip.h"
 
 namespace velorin {
+
+// Opens the clip that `option` names. Throws MediaError of kind kInput for one that is missing, of
+// another size than the source or shorter.
+std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string& option,
+                                      const ClipInfo& source);
 
 // Opens the clips that the options name. Throws MediaError of kind kInput for one that is missing,
 // of another size than the source or shorter, and UsageError for vectors with fields.

@@ -8,10 +8,13 @@
 #include "cli/compare.h"
 #include "cli/exit_codes.h"
 #include "cli/options.h"
+#include "cli/panel_dump.h"
 #include "cli/retime.h"
+#include "cli/spark_render.h"
 #include "cli/vectors.h"
 #include "image/err.h"
 #include "media/clip.h"
+#include "spark_host/spark_panel.h"
 
 namespace velorin {
 
@@ -26,6 +29,9 @@ constexpr char kHelp[] =
     "  retime INPUT -o OUTPUT [options]   render a clip at another speed\n"
     "  compare INPUT --at TIME -o SHEET   render one moment with every method into one picture\n"
     "  vectors INPUT -o OUTPUT [options]  write how the pixels of a clip move\n"
+    "  panel-dump PLUGIN.so [--json]      tell the controls of a plug-in\n"
+    "  spark-render PLUGIN.so --front CLIP -o OUTPUT [options]\n"
+    "                                     render through a plug-in as a compositing host does\n"
     "\n"
     "velorin VERB --help tells all options of a verb.\n"
     "\n"
@@ -62,6 +68,8 @@ int RunVerb(int count, char** words) {
     if (verb == "retime") return Run(kVerbRetime, Retime, count - 2, words + 2);
     if (verb == "compare") return Run(kVerbCompare, Compare, count - 2, words + 2);
     if (verb == "vectors") return Run(kVerbVectors, Vectors, count - 2, words + 2);
+    if (verb == "panel-dump") return Run(kVerbPanelDump, PanelDump, count - 2, words + 2);
+    if (verb == "spark-render") return Run(kVerbSparkRender, SparkRender, count - 2, words + 2);
     if (verb == "-h" || verb == "--help") {
         std::fputs(kHelp, stdout);
         return kExitDone;
@@ -84,6 +92,8 @@ int Main(int count, char** words) {
         const int code = CodeOf(failure);
         const std::string advice = code == kExitOutputExists ? " with --overwrite" : "";
         return Fail(code, failure.what() + advice);
+    } catch (const SparkHostError& failure) {
+        return Fail(kExitInput, failure.what());
     } catch (const std::bad_alloc&) {
         return Fail(kExitFailure, "out of memory; smaller frames or a coarser --quality need less");
     } catch (const std::exception& failure) {

@@ -17,9 +17,13 @@ constexpr std::string_view kElsewhere = "Motion from elsewhere";
 constexpr std::string_view kLayers = "Layers";
 constexpr std::string_view kFields = "Fields";
 constexpr std::string_view kSheet = "Sheet";
+constexpr std::string_view kHostClips = "Clips of the host";
+constexpr std::string_view kPanel = "Panel";
 constexpr std::string_view kRun = "Run";
 constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max();
 constexpr int kGreatestCompensation = 5;
+constexpr int kMostSettings = 1000;
+constexpr int kFormatOfClip = -1;
 constexpr int kNarrowestCell = 16;
 constexpr int kWidestCell = 16000;
 
@@ -46,6 +50,8 @@ constexpr Choice kDepths[] = {{"8", static_cast<int>(SampleDepth::kByte)},
                               {"16", static_cast<int>(SampleDepth::kWord)},
                               {"half", static_cast<int>(SampleDepth::kHalf)},
                               {"float", static_cast<int>(SampleDepth::kFloat)}};
+constexpr Choice kHostFormats[] = {
+    {"auto", kFormatOfClip}, {"8", kHostByte}, {"12", kHostTwelveBits}, {"half", kHostHalf}};
 constexpr Choice kStyles[] = {{"auto", static_cast<int>(ProgressStyle::kAuto)},
                               {"plain", static_cast<int>(ProgressStyle::kPlain)},
                               {"json", static_cast<int>(ProgressStyle::kJson)},
@@ -87,16 +93,55 @@ void SetSensitivity(Options& options, const Argument& argument) {
     options.sensitivity = AsFloat(argument.AsDecimal(0, 100));
 }
 
+// Of a clip or a setup, which a member of the options names.
+template <std::string PluginOptions::*member>
+void SetPluginFile(Options& options, const Argument& argument) {
+    if (argument.text.empty()) argument.Refuse("name a file or a sequence such as shot.%04d.png");
+    options.plugin.*member = argument.text;
+}
+
+void SetHostFormat(Options& options, const Argument& argument) {
+    const int format = argument.AsChoice();
+    if (format != kFormatOfClip) options.plugin.format = format;
+}
+
 // clang-format off
 constexpr OptionEntry kOptions[] = {
-    {kVerbRetime, {}, "-o", "--output", "OUTPUT", "the movie or sequence to write", {}, SetOutput,
-     true},
+    {kVerbRetime | kVerbSparkRender, {}, "-o", "--output", "OUTPUT", "the movie or sequence to "
+     "write", {}, SetOutput, true},
+    {kVerbPanelDump, {}, {}, "--json", {}, "write JSON instead of a table", {},
+     [](Options& options, const Argument&) { options.plugin.json = true; }},
     {kVerbVectors, {}, "-o", "--output", "OUTPUT", "the sequence of EXR files to write", {},
      SetFlows, true},
     {kVerbCompare, {}, {}, "--at", "TIME", "the time to render, in frames of the clip from 0 on; "
      "12.5 is half-way between frames 12 and 13", {}, SetAt, true},
     {kVerbCompare, {}, "-o", "--output", "SHEET", "the picture to write, of 8 bits: png, tif, jpg",
      {}, SetSheet, true},
+
+    {kVerbSparkRender, kHostClips, {}, "--front", "CLIP", "the clip to retime", {},
+     SetPluginFile<&PluginOptions::front>, true},
+    {kVerbSparkRender, kHostClips, {}, "--back", "CLIP", "the clip that Use ALT Motion (Back) "
+     "measures motion on, of the same size; black when not given", {},
+     SetPluginFile<&PluginOptions::back>},
+    {kVerbSparkRender, kHostClips, {}, "--matte", "CLIP", "the clip that Use FG Matte takes the "
+     "matte from, of the same size; black when not given", {},
+     SetPluginFile<&PluginOptions::matte>},
+    {kVerbSparkRender, kHostClips, {}, "--length", "N", "number of output frames; by default as "
+     "many as the front clip has", {},
+     [](Options& options, const Argument& argument) {
+         options.length = argument.AsInteger(1, kMostFrames);
+     }},
+    {kVerbSparkRender, kHostClips, {}, "--format", "FORMAT", "how the host holds frames: as bytes, "
+     "in 12 bits or as halves; auto is what comes closest to the front clip", kHostFormats,
+     SetHostFormat},
+    {kVerbSparkRender, kPanel, {}, "--setup", "FILE", "the panel's values and keys, a line for each: "
+     "SparkFloat32 = 0.5, or SparkFloat32 at 24 = 0.5 for a key at frame 24 of a curve, whose "
+     "frames count from 1; what follows a # does not count", {},
+     SetPluginFile<&PluginOptions::setup>},
+    {kVerbSparkRender, kPanel, {}, "--set", "LINE", "one such line more, up to 1000 times", {},
+     [](Options& options, const Argument& argument) {
+         options.plugin.settings.emplace_back(argument.text);
+     }, false, kMostSettings},
 
     {kVerbRetime, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10; 1 when not given", {},
      [](Options& options, const Argument& argument) {
@@ -107,7 +152,7 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.length = argument.AsInteger(1, kMostFrames);
      }},
-    {kVerbRetime | kVerbVectors, kTime, {}, "--frames", "LIST", "write only these frames, counted from "
+    {kVerbRetime | kVerbVectors | kVerbSparkRender, kTime, {}, "--frames", "LIST", "write only these frames, counted from "
      "0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
 
     {kVerbRetime, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
@@ -240,7 +285,7 @@ constexpr OptionEntry kOptions[] = {
          options.crop = argument.AsWindow();
      }},
 
-    {kVerbAll, kRun, {}, "--threads", "N", "1 to 64; by default the processors that this process "
+    {kVerbAll | kVerbSparkRender, kRun, {}, "--threads", "N", "1 to 64; by default the processors that this process "
      "may use", {},
      [](Options& options, const Argument& argument) {
          options.threads = static_cast<int>(argument.AsInteger(1, 64));
@@ -250,21 +295,21 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.depth = static_cast<SampleDepth>(argument.AsChoice());
      }},
-    {kVerbRetime | kVerbVectors, kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a "
+    {kVerbRetime | kVerbVectors | kVerbSparkRender, kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a "
      "sequence; by default the input's first", {},
      [](Options& options, const Argument& argument) {
          options.startNumber = static_cast<int>(argument.AsInteger(0, 999999999));
      }},
     {kVerbRetime, kRun, {}, "--no-cache", {}, "estimate anew for every frame", {},
      [](Options& options, const Argument&) { options.keepFlows = false; }},
-    {kVerbAll, kRun, {}, "--overwrite", {}, "replace output that is there already", {},
+    {kVerbAll | kVerbSparkRender, kRun, {}, "--overwrite", {}, "replace output that is there already", {},
      [](Options& options, const Argument&) { options.overwrite = true; }},
-    {kVerbAll, kRun, {}, "--progress", "STYLE", "a bar on a terminal and plain lines elsewhere, "
+    {kVerbAll | kVerbSparkRender, kRun, {}, "--progress", "STYLE", "a bar on a terminal and plain lines elsewhere, "
      "plain lines, one JSON object a line, or nothing", kStyles,
      [](Options& options, const Argument& argument) {
          options.progress = static_cast<ProgressStyle>(argument.AsChoice());
      }},
-    {kVerbAll, kRun, "-q", "--quiet", {}, "say nothing but errors", {},
+    {kVerbAll | kVerbSparkRender, kRun, "-q", "--quiet", {}, "say nothing but errors", {},
      [](Options& options, const Argument&) { options.quiet = true; }},
     {kVerbRetime, kRun, "-v", "--verbose", {}, "tell settings, sizes and what is estimated", {},
      [](Options& options, const Argument&) { options.verbose = true; }},
@@ -302,6 +347,19 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin vectors shot.mov -o flow.####.exr --guides tracks.txt\n"
      "  velorin retime shot.mov -o slow.mov --speed 0.5 --vectors-format pixels \\\n"
      "      --forward-vectors flow.%04d.exr --backward-vectors flow.%04d.exr\n"},
+    {kVerbPanelDump, "panel-dump", "PLUGIN.so",
+     "Writes the panel that a compositing host builds of a plug-in: each control's name and kind,\n"
+     "its title or the entries of its menu, its value and range, and the callback of an edit.\n",
+     "  velorin panel-dump velorin_spark.so\n"
+     "  velorin panel-dump velorin_spark.so --json\n"},
+    {kVerbSparkRender, "spark-render", "PLUGIN.so --front CLIP -o OUTPUT",
+     "Renders through a plug-in as a compositing host does, which holds frames in three channels.\n"
+     "Clips and OUTPUT are movies or image sequences, as of velorin retime. Frames count from 0\n"
+     "but for those of curves, which count from 1. velorin panel-dump tells the controls.\n",
+     "  velorin spark-render velorin_spark.so --front shot.%04d.exr -o slow.%04d.exr \\\n"
+     "      --set \"SparkFloat32 = 0.5\" --length 200\n"
+     "  velorin spark-render velorin_spark.so --setup shot.setup --front shot.mov \\\n"
+     "      --matte matte.mov -o slow.mov\n"},
 };
 
 }  // namespace

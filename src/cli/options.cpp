@@ -81,6 +81,12 @@ std::string FormOf(Verb verb) {
     return CallOf(verb) + " " + std::string(TextOf(verb).form);
 }
 
+// What stands for the name that comes without an option.
+std::string InputWord(Verb verb) {
+    const std::string_view form = TextOf(verb).form;
+    return std::string(form.substr(0, form.find(' ')));
+}
+
 // An option whose value is missing takes the next one for it.
 void RefuseOptionAsValue(Verb verb, const std::vector<const OptionEntry*>& known,
                          const OptionEntry& option, const std::vector<std::string>& values) {
@@ -93,7 +99,7 @@ void RefuseOptionAsValue(Verb verb, const std::vector<const OptionEntry*>& known
     }
 }
 
-// What the parser could not place: options that are not known, or words beyond INPUT.
+// What the parser could not place: options that are not known, or words beyond the first.
 void RefuseExtras(Verb verb, const std::vector<std::string>& extras) {
     if (extras.empty()) return;
     for (const std::string& extra : extras) {
@@ -102,7 +108,7 @@ void RefuseExtras(Verb verb, const std::vector<std::string>& extras) {
                              CallOf(verb) + "; see " + CallOf(verb) + " --help");
         }
     }
-    throw UsageError(extras[0] + " is one name too many: give one INPUT, and the output with -o");
+    throw UsageError(extras[0] + " is one name too many: " + FormOf(verb));
 }
 
 [[noreturn]] void RefuseMissing(Verb verb, const std::string& what) {
@@ -215,7 +221,7 @@ std::optional<Options> ParseOptions(Verb verb, int count, const char* const* wor
         if (given[i]->count() > 0) RefuseOptionAsValue(verb, known, *known[i], given[i]->results());
     }
     RefuseExtras(verb, parser.remaining());
-    if (options.input.empty()) RefuseMissing(verb, "INPUT");
+    if (options.input.empty()) RefuseMissing(verb, InputWord(verb));
     for (std::size_t i = 0; i < known.size(); ++i) {
         if (given[i]->count() > 0) {
             SetFrom(options, *known[i], given[i]->results());

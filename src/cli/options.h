@@ -23,7 +23,15 @@ class UsageError : public std::runtime_error {
 };
 
 // What the program can be told to do. Sets of verbs are sums.
-enum Verb { kVerbRetime = 1, kVerbCompare = 2, kVerbVectors = 4, kVerbPictures = 3, kVerbAll = 7 };
+enum Verb {
+    kVerbRetime = 1,
+    kVerbCompare = 2,
+    kVerbVectors = 4,
+    kVerbPictures = 3,
+    kVerbAll = 7,  // that ask the engine
+    kVerbPanelDump = 8,
+    kVerbSparkRender = 16
+};
 
 enum class ProgressStyle { kAuto, kPlain, kJson, kNone };
 
@@ -44,6 +52,20 @@ struct VectorOptions {
     std::optional<std::pair<std::string, std::string>> channels;  // names of u and v
     std::optional<int> sign;     // 1: to the other frame; -1: from there
     std::optional<int> upwards;  // 1: positive v is up; -1: down
+};
+
+// How a compositing host holds frames.
+enum HostFormat { kHostByte, kHostTwelveBits, kHostHalf };
+
+// Of the verbs that load a plug-in; `input` names it.
+struct PluginOptions {
+    bool json = false;
+    std::string setup;  // file; empty: the panel as it is at first
+    std::string front;  // clips; the last two empty: black
+    std::string back;
+    std::string matte;
+    std::vector<std::string> settings;  // values of controls, on top of the setup's
+    std::optional<int> format;          // a HostFormat; by default the front clip's
 };
 
 // The number of --input-fields that leaves the choice to the input.
@@ -98,6 +120,8 @@ struct Options {
     Decimal at;
     std::optional<int> cellWidth;
     std::optional<Window> crop;
+
+    PluginOptions plugin;
 };
 
 // A word that an option takes, and what it stands for.

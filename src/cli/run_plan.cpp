@@ -40,13 +40,6 @@ std::string SizeText(int width, int height) {
         source.name + ": frames of " + SizeText(source.width, source.height) + " pixels " + why);
 }
 
-void CheckSize(const ClipInfo& source) {
-    const int smaller = std::min(source.width, source.height);
-    const int larger = std::max(source.width, source.height);
-    if (smaller < kSmallestSide) RefuseSize(source, "are too small; both sides must be 2 or more");
-    if (larger > kLargestSide) RefuseSize(source, "are too large; a side can have 16000 at most");
-}
-
 bool CanEstimate(const ClipInfo& source, int quality) {
     return Halved(std::min(source.width, source.height), HalvingsOf(quality)) >= kSmallestSide;
 }
@@ -104,16 +97,7 @@ void CheckOutputName(const std::string& name) {
     }
 }
 
-SampleDepth HeldDepth(const std::string& output, SampleDepth wanted) {
-    try {
-        return DepthForOutput(output, wanted);
-    } catch (const MediaError& failure) {
-        throw UsageError(std::string("-o ") + failure.what());
-    }
-}
-
 SampleDepth DepthOf(const Options& options, const ClipInfo& source) {
-    CheckOutputName(options.output);
     const SampleDepth held = HeldDepth(options.output, options.depth.value_or(source.depth));
     if (options.depth && held != *options.depth) {
         throw UsageError(
@@ -180,6 +164,22 @@ std::string MotionText(const RunPlan& plan, const Options& options) {
 }
 
 }  // namespace
+
+SampleDepth HeldDepth(const std::string& output, SampleDepth wanted) {
+    CheckOutputName(output);
+    try {
+        return DepthForOutput(output, wanted);
+    } catch (const MediaError& failure) {
+        throw UsageError(std::string("-o ") + failure.what());
+    }
+}
+
+void CheckSize(const ClipInfo& source) {
+    const int smaller = std::min(source.width, source.height);
+    const int larger = std::max(source.width, source.height);
+    if (smaller < kSmallestSide) RefuseSize(source, "are too small; both sides must be 2 or more");
+    if (larger > kLargestSide) RefuseSize(source, "are too large; a side can have 16000 at most");
+}
 
 // Mattes are shown as they stand, and motion one picture a frame. Without vectors there is no blur,
 // and what a shrunken matte leaves open is not filled from the frame after it.

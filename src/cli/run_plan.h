@@ -28,6 +28,12 @@ struct RunPlan {
     int flowHeight = 0;
 };
 
+// Throws MediaError of kind kInput for a clip whose frames are too small or too large.
+void CheckSize(const ClipInfo& source);
+
+// DepthForOutput. Throws UsageError for the name of a single picture or of another kind of file.
+SampleDepth HeldDepth(const std::string& output, SampleDepth wanted);
+
 // What the engine is asked for beside the time.
 RequestSettings RequestFor(const Options& options, const ClipInfo& source);
 
