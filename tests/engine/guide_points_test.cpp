@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/memory_host.h"
-#include "support/noise.h"
+#include "support/walk.h"
 
 namespace velorin {
 namespace {
@@ -15,6 +15,18 @@ constexpr float kSensitivities[2] = {0.7f, 0.7f};
 class GuidedHost : public MemoryHost {
   public:
     using MemoryHost::MemoryHost;
+
+    // A matte layer on the left half of the frames, which are 48 by 36.
+    void AddLayer() {
+        for (std::size_t i = 0; i < frames.size(); ++i) {
+            mattes.push_back(std::make_unique<ZPImage>(48, 36, 1, ZPPixUChar, 0));
+            ClearImage(mattes.back().get());
+            for (int y = 6; y < 30; ++y) std::fill_n(mattes[i]->Row<std::uint8_t>(y), 24, 255);
+        }
+        matteLayers = drawStart = 1;
+        layerShrink = kShrink;
+        layerSensitivity = kSensitivities;
+    }
 
     int GetNumGeometries(int layer, float, float) override {
         return layer == guidedLayer ? static_cast<int>(starts.size()) : 0;
@@ -134,24 +146,20 @@ TEST(GuidePoints, AloneTheyMoveALayerWithoutLookingAtIt) {
     }
     // Without points nothing moves.
     GuidedHost still(DrawClip(2, 48, 36, ZPPixUChar, 4.0f, 1.0f));
-    still.morphLayer = 0;
     still.starts.clear();
+    still.quality = 0;
     ASSERT_EQ(still.Render(0.4f), 0);
-    EXPECT_SAME_IMAGE(*still.internal->forwardFlow, *still.internal->backFlow);
+    const std::unique_ptr<ZPImage> mix = std::move(still.result);
+    still.quality = 4;
+    still.morphLayer = 0;
+    ASSERT_EQ(still.Render(0.4f), 0);
+    EXPECT_SAME_IMAGE(*still.result, *mix);
 }
 
 TEST(GuidePoints, LayersAreGuidedOnTheirOwn) {
     for (std::int64_t keep : {0, 1}) {
         GuidedHost host(DrawClip(2, 48, 36, ZPPixUChar));
-        for (int i = 0; i < 2; ++i) {
-            host.mattes.push_back(std::make_unique<ZPImage>(48, 36, 1, ZPPixUChar, 0));
-            ClearImage(host.mattes.back().get());
-            for (int y = 6; y < 30; ++y) std::fill_n(host.mattes[i]->Row<std::uint8_t>(y), 24, 255);
-        }
-        host.matteLayers = 1;
-        host.layerShrink = kShrink;
-        host.layerSensitivity = kSensitivities;
-        host.drawStart = 1;
+        host.AddLayer();
         host.keepFlows = keep;
         host.guidedLayer = host.morphLayer = 1;  // the background
         ASSERT_EQ(host.Render(0.5f), 0);
@@ -160,10 +168,38 @@ TEST(GuidePoints, LayersAreGuidedOnTheirOwn) {
         if (keep == 0) continue;
         EXPECT_NEAR(VectorAt(*host.internal->LayerFlowA(1), 10.0f, 6.0f)[0], 2.0f, 0.5f);
         EXPECT_EQ(host.internal->LayerFlowA(0), host.internal->opticalFlow->Flow());
-        // Another kind of flow for a layer is another picture.
-        host.morphLayer = 0;
-        ASSERT_EQ(host.Render(0.4f), 0);
-        EXPECT_EQ(host.internal->LayerFlowA(0), host.internal->morphFlow->Flow());
+    }
+}
+
+TEST(GuidePoints, APictureDoesNotDependOnWhatWasRenderedBefore) {
+    struct Step {
+        float time;
+        int guidedLayer;
+        int morphLayer;  // another kind of flow for a layer is another picture
+    };
+    for (const auto& [layers, method] : {std::pair{0, 0}, {0, 1}, {1, 0}, {1, 1}}) {
+        SCOPED_TRACE("layers " + std::to_string(layers) + ", method " + std::to_string(method));
+        const auto make = [layered = layers, m = method] {
+            auto host = std::make_unique<GuidedHost>(DrawClip(3, 48, 36, ZPPixUChar));
+            if (layered) host->AddLayer();
+            host->method = m;
+            return host;
+        };
+        const auto set = [](GuidedHost& host, const Step& step) {
+            host.timeMap = [time = step.time](float t) { return time + t; };
+            host.guidedLayer = step.guidedLayer;
+            host.morphLayer = step.morphLayer;
+        };
+        ExpectNothingLeftBehind<Step>({{0.2f, 0, -1},
+                                       {0.4f, 0, -1},
+                                       {1.3f, 0, -1},
+                                       {1.4f, 0, 0},
+                                       {1.4f, 0, 1},
+                                       {0.7f, 1, 1},
+                                       {0.6f, 1, -1},
+                                       {0.6f, 9, -1},
+                                       {0.7f, 0, -1}},
+                                      make, set);
     }
 }
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "support/memory_host.h"
-#include "support/noise.h"
+#include "support/walk.h"
 
 namespace velorin {
 namespace {
@@ -78,16 +78,14 @@ TEST(KeptFlows, NothingStandsWithoutKeeping) {
 
 TEST(KeptFlows, APictureDoesNotDependOnWhatWasRenderedBefore) {
     for (std::int64_t method : {0, 1}) {
-        MemoryHost fresh(DrawClip(4, 40, 30, ZPPixUChar));
-        MemoryHost walked(DrawClip(4, 40, 30, ZPPixUChar));
-        fresh.method = walked.method = method;
-        for (float time : {0.2f, 0.5f, 0.8f, 1.0f, 1.3f, 0.7f, 2.6f}) {
-            fresh.keepFlows = 0;
-            fresh.timeMap = walked.timeMap = [=](float t) { return time + t; };
-            ASSERT_EQ(fresh.Render(0.0f), 0);
-            ASSERT_EQ(walked.Render(0.0f), 0);
-            EXPECT_SAME_IMAGE(*fresh.result, *walked.result);
-        }
+        const auto make = [=] {
+            auto host = std::make_unique<MemoryHost>(DrawClip(4, 40, 30, ZPPixUChar));
+            host->method = method;
+            return host;
+        };
+        ExpectNothingLeftBehind(
+            {0.2f, 0.5f, 0.8f, 1.0f, 1.3f, 0.7f, 2.6f}, make,
+            [](MemoryHost& host, float time) { host.timeMap = [=](float t) { return time + t; }; });
     }
 }
 
