@@ -71,6 +71,7 @@ void KQVelorin4Internal::ImportFlows(RenderPass& pass, const ZPImage* floorMatte
         ClearImage(flow->get());  // frames without vectors do not move
     }
     forwardFlow = suppliedForward.get();
+    pass.NextStage();
     ImportVectors(pass.host, {*backFlow, pass.ceilFrame, ceilMatte},
                   {*forwardFlow, pass.floorFrame, floorMatte}, pass.progress);
 }

@@ -71,7 +71,7 @@ void KQVelorin4Internal::RenderLayers(RenderPass& pass) {
     const int start = pass.host.GetDrawStartLayer();
     const int end = pass.host.GetDrawEndLayer();
     if (start >= layerCount || end < 0 || start < end) throw ZPErrBadArgument;
-    pass.StartStages((start - end + 1) * (pass.interpMethod == 0 ? 1 : 2));
+    pass.StartStages((start - end + 1) * pass.FlowStages());
     for (int layer = start; layer >= end; --layer) RenderLayer(pass, work, layer);
     pass.needFlows = false;
 }

@@ -31,6 +31,8 @@ struct RenderPass {
         stage = 0;
         stages = count;
     }
+    // Of one layer: a flow each, or the import of what the host supplies.
+    int FlowStages() const { return interpMethod == 0 || hostVectors == 1 ? 1 : 2; }
     void NextStage() {
         const float total = static_cast<float>(stages * passCount);
         const float done = static_cast<float>(stages * pass + stage++);

@@ -8,6 +8,7 @@ namespace velorin {
 void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
     ObtainFrameFlows(pass);
     pass.needFlows = false;
+    pass.progress.CollapseRange();  // the picture takes little time beside the flows
     const bool held = pass.hostVectors != 1 && layerUsesOpticalFlow[0];
     if (held && !pass.TracksOtherClip()) {
         pass.frames.WarpTracked();
@@ -24,6 +25,7 @@ void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
 }
 
 void KQVelorin4Internal::ObtainFrameFlows(RenderPass& pass) {
+    pass.StartStages(pass.FlowStages());
     if (pass.hostVectors == 1) return ImportFlows(pass, nullptr, nullptr);
     // One kind at a time: the other one's flow would be taken for this one's.
     if (layerUsesOpticalFlow[0]) {
@@ -36,7 +38,6 @@ void KQVelorin4Internal::ObtainFrameFlows(RenderPass& pass) {
         const int useTrackingClip = pass.request.sameClipForTracking != 1;
         pass.frames.HoldTracked(pass.floorFrame, pass.ceilFrame, useTrackingClip);
     }
-    pass.StartStages(pass.interpMethod == 0 ? 1 : 2);
     if (pass.interpMethod == 0) {
         ComputeFrameFlow(pass, nullptr, FlowStartsAtFloor(pass));
     } else {

@@ -110,12 +110,16 @@ bool ImportBackwardMotion(KQVelorin4& host, const SuppliedFlow& supplied,
 
 void ImportVectors(KQVelorin4& host, const SuppliedFlow& back, const SuppliedFlow& forward,
                    KQIdleAndProgressClass& progress) {
-    const bool hasForward = ImportForwardMotion(host, forward, progress);
-    progress.Tick();
-    const bool hasBack = ImportBackwardMotion(host, back, progress);
-    progress.Tick();
-    if (hasForward && !hasBack) Reverse(back.flow, forward.flow, progress);
-    if (hasBack && !hasForward) Reverse(forward.flow, back.flow, progress);
+    KQIdleAndProgressClass stage(&progress);
+    stage.SetRange(0.0f, 0.5f);
+    const bool hasForward = ImportForwardMotion(host, forward, stage);
+    stage.Tick();
+    stage.SetRange(0.5f, 1.0f);
+    const bool hasBack = ImportBackwardMotion(host, back, stage);
+    stage.Tick();
+    stage.CollapseRange();  // a reversal reports from 0.0 on twice
+    if (hasForward && !hasBack) Reverse(back.flow, forward.flow, stage);
+    if (hasBack && !hasForward) Reverse(forward.flow, back.flow, stage);
 }
 
 }  // namespace velorin

@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include "support/memory_host.h"
 #include "support/noise.h"
 #include "support/put_each.h"
+#include "support/recorder.h"
 
 namespace velorin {
 namespace {
@@ -237,6 +239,33 @@ TEST(SuppliedVectors, OnlyWhiteInAlphaAndMatteIsKnown) {
         ClearImage(&matte);
         ASSERT_TRUE(ImportForwardMotion(host, {flow, 0, &matte}, progress));
         EXPECT_EQ(ValueAt(flow, 20, 3, 0), 0.0f);  // nothing is known at all
+    }
+}
+
+TEST(SuppliedVectors, ReportsNeverFall) {
+    for (int supplies : {0, 1}) {
+        ForEachCell(supplies, [](VectorHost& host) {
+            host.holes = 5;
+            host.compensateAsked = 0.5f;
+            for (int given : {1, 2, 3}) {
+                if (host.supplies == 0 && given > 1) continue;
+                host.forward = (given & 1) != 0;
+                host.backward = (given & 2) != 0;
+                for (int fields : {0, 1}) {
+                    host.outputFieldsAsked = fields;
+                    Recorder recorder;
+                    const std::vector<float>& heard = recorder.fractions;
+                    host.progress = &recorder;
+                    host.timeMap = [](float t) { return 0.3f + 1.3f * t; };
+                    ASSERT_EQ(host.Render(0.0f), 0);
+                    EXPECT_TRUE(std::is_sorted(heard.begin(), heard.end()));
+                    EXPECT_GT(heard.back(), 0.3f);
+                    EXPECT_LE(heard.back(), 1.0f);
+                    // Each field has a half of the bar.
+                    EXPECT_LE(heard[heard.size() / 3], fields ? 0.5f : 1.0f);
+                }
+            }
+        });
     }
 }
 
