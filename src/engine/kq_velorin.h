@@ -63,7 +63,9 @@ class KQVelorin4 : public KQMem {
     // Guide geometry: lists of points on a layer that move from (xA, yA) on one source frame of a
     // pair to (xB, yB) on the other, in pixels: pixel centres are whole numbers and y counts
     // logical rows. The flow of the layer follows them. Frames count fields where the input has
-    // them, times frames always. What was handed out is given back by ReleasePoints.
+    // them, times frames always. What was handed out is given back by ReleasePoints; with a result
+    // other than 0 nothing is handed out. Kept flows ask for no points: a host that changes those
+    // of a pair releases the flows.
     virtual int GetNumGeometries(int layer, float frameA, float frameB);
     virtual int GetGeometryPoints(int geometry, unsigned long layer, float timeA, float timeB,
                                   unsigned long* count, float** xA, float** yA, float** xB,
@@ -73,11 +75,13 @@ class KQVelorin4 : public KQMem {
 
     // 1: vectors come from the host and none are estimated or kept: those that lead from a frame
     // to the one after it (forward) or before it (backward), as images of the frames' size and four
-    // channels. Channel 0 codes the way along x, channel 1 that along y, in pixels: v is
+    // channels; others are refused with ZPErrBadArgument. Frames count fields where the input has
+    // them. Channel 0 codes the way along x, channel 1 that along y, in pixels: v is
     // (2 * c / 254 - 1) * scale for bytes, (2 * c / 65534 - 1) * scale for words and
     // (2 * c - 1) * scale for floats, times the factor of the axis. Channel 3 is white where there
     // is a vector. 5 or a null image: none for that frame; if only one of the two flows of a pair
-    // is there the other is its reverse, and if none is nothing moves.
+    // is there the other is its reverse, and if none is nothing moves. Any other result fails the
+    // request; with a result other than 0 nothing is handed out.
     virtual int UsesSuppliedVectors();
     virtual int GetBackwardVectors(KQImage** out, float* scale, int frame);
     virtual int GetForwardVectors(KQImage** out, float* scale, int frame);
@@ -91,12 +95,11 @@ class KQVelorin4 : public KQMem {
     // Renders one output frame into `resultImage`, which has the clip's size, type and channels;
     // with matte layers it has four.
     //
-    //   secondFieldImage   like the result: the second field pass, woven into the result at the
-    //   end;
-    //                      used only when outputFields is not 0
-    //   inputFields        0 progressive, 1 upper field first, 2 lower field first; so
-    //   outputFields.
-    //                      Fields of the input count as pictures of their own, at twice the rate
+    //   secondFieldImage   like the result: takes the second field pass, which is woven into the
+    //                      result at the end; used only when outputFields is not 0
+    //   inputFields        0 progressive, 1 upper field first, 2 lower field first; each field is
+    //                      a picture of its own, at twice the rate
+    //   outputFields       the same values
     //   vectorQuality      0 no vectors, 1 and 2 an eighth of the frame's size, 3 a quarter,
     //                      4 half, 5 the frame's own size
     //   outputTime         in output frames; nextOutputTime is that of the following frame

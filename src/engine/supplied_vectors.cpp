@@ -62,9 +62,7 @@ void LimitRows(ZPImage& coded, const ZPImage& matte, int firstRow, int lastRow) 
 
 // Vectors are known where the matte, too, is white.
 void LimitAlpha(ZPImage& coded, const ZPImage& matte) {
-    if (coded.channels != 4 || matte.channels != 1 || SizeDiffers(&coded, &matte)) {
-        throw ZPErrBadArgument;
-    }
+    if (matte.channels != 1 || SizeDiffers(&coded, &matte)) throw ZPErrBadArgument;
     const bool known = WithTypePair(coded.pixelType, matte.pixelType, [&](auto value, auto other) {
         ParallelRows(coded.height, [&](int firstRow, int lastRow) {
             LimitRows<decltype(value), decltype(other)>(coded, matte, firstRow, lastRow);
@@ -78,7 +76,7 @@ bool ImportMotion(KQVelorin4& host, AskSlot ask, ReleaseSlot release, const Supp
     const HeldVectors vectors(host, ask, release, supplied.frame);
     ZPImage* coded = vectors.Coded();
     if (!coded) return false;
-    if (SizeDiffers(coded, &supplied.flow)) throw ZPErrBadArgument;
+    if (coded->channels != 4 || SizeDiffers(coded, &supplied.flow)) throw ZPErrBadArgument;
     if (supplied.matte) LimitAlpha(*coded, *supplied.matte);
     UnpackMotionImage(supplied.flow, *coded, vectors.scale, &progress);
     float x = 1.0f;

@@ -15,8 +15,8 @@ struct SuppliedFlow {
 // it. Pixels without a vector, and those whose matte is not white, take smooth values grown from
 // around them. False, and the flow as it was, where the host has none.
 //
-// Throws ZPErrBadArgument for a coded image of another size than the flow's or, with a matte, of
-// other than four channels; a failing host's code; and what progress and memory throw.
+// Throws ZPErrBadArgument for a coded image of another size than the flow's or of other than four
+// channels; a failing host's code; and what progress and memory throw.
 bool ImportForwardMotion(KQVelorin4& host, const SuppliedFlow& supplied,
                          KQIdleAndProgressClass& progress);
 bool ImportBackwardMotion(KQVelorin4& host, const SuppliedFlow& supplied,

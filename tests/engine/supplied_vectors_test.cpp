@@ -281,6 +281,7 @@ TEST(SuppliedVectors, FailuresReachTheCallerWithEverythingGivenBack) {
         }
     };
     expectCode(ZPErrBadArgument, [](VectorHost& host) { host.codedWidth = kWidth + 1; });
+    expectCode(ZPErrBadArgument, [](VectorHost& host) { host.codedChannels = 3; });
     expectCode(9, [](VectorHost& host) { host.scaleFails = 9; });
     expectCode(8, [](VectorHost& host) {
         host.backward = false;
