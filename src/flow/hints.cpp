@@ -41,6 +41,7 @@ void ZPOpticalFlowUChar::FinishHints() {
 }
 
 void ZPOpticalFlowUChar::ImposeHints(int level) {
+    if (!guided) return;
     ImposeKnown(*flowPyramid[level], *hintFlowPyramid[level], *hintWeightPyramid[level]);
 }
 

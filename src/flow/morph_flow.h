@@ -10,8 +10,7 @@ namespace velorin {
 
 // Makes a dense flow from the vectors of guide points alone; no picture is read. Coarse to fine, a
 // field is pulled towards the points near it and goes on smoothly between and beyond them. Far from
-// all points it fades: a lone one in the middle of a frame is felt by a fifth at the left and right
-// border, and by nothing there at a sensitivity of 0.7.
+// all points it fades, the nearer the lower the sensitivity is.
 //
 // The flow has the form, size, units and direction of ZPOpticalFlowUChar's.
 //
@@ -19,8 +18,9 @@ namespace velorin {
 // time.
 class ZPMorphFlow : public KQMem {
   public:
-    // For frames of this size. A failure leaves its ZPErr in `status` and no image behind; with
-    // throwOnFailure it is thrown as well. A working size with a side below 2 is ZPErrBadArgument.
+    // For frames of this size. A failure leaves its ZPErr in `status` and no image behind, and
+    // nothing but the destructor may be called then; with throwOnFailure it is thrown as well. A
+    // working size with a side below 2 is ZPErrBadArgument.
     ZPMorphFlow(int throwOnFailure, int fullWidth, int fullHeight, int newReductionSteps,
                 int minLevelSize);
     virtual ~ZPMorphFlow();

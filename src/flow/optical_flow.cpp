@@ -136,7 +136,7 @@ void ZPOpticalFlowUChar::ComputeFlow(ZPImage* dest, int highPass, int mode, int 
 }
 
 void ZPOpticalFlowUChar::SolveLevel(int level, const Pass& pass) {
-    if (guided) ImposeHints(level);
+    ImposeHints(level);
     ZPImage& gradientX = *gradientXPyramid[level];
     ZPImage& gradientY = *gradientYPyramid[level];
     ComputeGradients(gradientX, gradientY, *imagePyramidA[level]);
@@ -147,7 +147,7 @@ void ZPOpticalFlowUChar::SolveLevel(int level, const Pass& pass) {
     pass.progress.Tick();
     for (int i = 0; i < iterationsPerLevel; ++i) Iterate(level, i, pass);
     if (level != 0) Propagate(level, pass);
-    if (guided) ImposeHints(level);
+    ImposeHints(level);
 }
 
 void ZPOpticalFlowUChar::Iterate(int level, int iteration, const Pass& pass) {
@@ -164,7 +164,7 @@ void ZPOpticalFlowUChar::Iterate(int level, int iteration, const Pass& pass) {
     // The last iteration on the finest level polishes the repaired field.
     if (level == 0 && iteration == iterationsPerLevel - 2) {
         Propagate(level, pass);
-        if (guided) ImposeHints(level);
+        ImposeHints(level);
     }
 }
 

@@ -19,8 +19,8 @@ namespace velorin {
 // step needs the images loaded anew. One thread at a time.
 class ZPOpticalFlowUChar : public KQMem {
   public:
-    // Makes all pyramids. A failure leaves its ZPErr in `status` and no image behind; with
-    // throwOnFailure it is thrown as well.
+    // Makes all pyramids. A failure leaves its ZPErr in `status` and no image behind, and nothing
+    // but the destructor may be called then; with throwOnFailure it is thrown as well.
     ZPOpticalFlowUChar(int throwOnFailure, int newFullWidth, int newFullHeight,
                        int newReductionSteps, int newGuided, int newMasked, int newMinLevelSize);
     ZPOpticalFlowUChar(int newFullWidth, int newFullHeight, int newReductionSteps, int newGuided,
@@ -58,8 +58,8 @@ class ZPOpticalFlowUChar : public KQMem {
     ZPImage* Flow() { return flowPyramid[0].get(); }
 
     // Guide points, on which the flow is forced to the vector of the point: ClearHints, any number
-    // of AddHint, FinishHints. They hold for all further computations. Without `guided` the three
-    // do nothing.
+    // of AddHint, FinishHints. They hold for all further computations. Without `guided` these and
+    // ImposeHints do nothing.
     void ClearHints();
     // A point that is at (x0, y0) in A and at (x1, y1) in B, in frames of refWidth by refHeight;
     // callers pass the frame's size minus one. Points on one pixel of the flow are averaged. One
