@@ -68,7 +68,7 @@ void KQVelorin4Internal::ImportFlows(RenderPass& pass, const ZPImage* floorMatte
                                      const ZPImage* ceilMatte) {
     for (std::unique_ptr<ZPImage>* flow : {&backFlow, &suppliedForward}) {
         if (!*flow) *flow = std::make_unique<ZPImage>(width, height, 2, ZPPixFloat, 0);
-        ClearImage(flow->get());  // frames without vectors do not move
+        ClearImage(flow->get());  // a pair without vectors rests, whatever the last one did
     }
     forwardFlow = suppliedForward.get();
     pass.NextStage();

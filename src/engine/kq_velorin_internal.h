@@ -70,7 +70,7 @@ struct LayerSide;
 struct LayerWork;
 struct RenderPass;
 
-// The render itself, and what lives from one request to the next: the flows of the last frame pair
+// The render itself, and what lives from one request to the next: the flows of the last frame pair,
 // the estimator and the morph flow.
 class KQVelorin4Internal : public KQMem {
   public:
@@ -108,8 +108,8 @@ class KQVelorin4Internal : public KQMem {
     // Earlier to later; borrowed from the estimator, the morph flow or the supplied flow.
     ZPImage* forwardFlow = nullptr;
     std::unique_ptr<ZPImage> suppliedForward;  // of the frame's own size, as backFlow is then
-    // Kept flows of layers, see LayerFlowA and the way back; the first of layerFlowA stays null,
-    // since the estimator or the morph flow holds it.
+    // Kept flows of layers: A as LayerFlowA tells, B from the later frame of the pair to the
+    // earlier one. The first of A stays null, since the estimator or the morph flow holds it.
     std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowA;
     std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowB;
     std::int32_t lastFloorFrame = -1;

@@ -35,8 +35,9 @@ ZPImage* KQVelorin4Internal::LayerFlowA(int layer) const {
     // The frontmost layer is computed last, so that its flow may stay in the estimator. Where
     // nothing is kept each layer's does: it is used before the next one is computed.
     if (layer != 0 && !backFlow) return layerFlowA[layer].get();
+    // With supplied vectors there is neither an estimator nor a morph flow.
     ZPImage* held = HeldFlow(layer);
-    return held ? held : forwardFlow;  // the last are supplied vectors
+    return held ? held : forwardFlow;
 }
 
 ZPImage* KQVelorin4Internal::LayerFlowB(int layer) const {

@@ -33,9 +33,8 @@ struct WarpRoom {
 };
 
 // How a picture between two frames comes about: one row of the matrix of methods each, with the
-// warping method as its column. All throw what warps and fills throw. What a frame that
-// does not fit leaves open is black; the inverse warp leaves all of it open, after its line on
-// standard error.
+// warping method as its column. What a frame of another size leaves open is black; the inverse warp
+// leaves all of it open, after its line on standard error. All throw what warps and fills throw.
 
 // `dest` becomes `source` moved by `amount` of `flow`: by the inverse warp along the flow that
 // leads to the frame, by the forward one along the flow that leaves it. `coverage` tells what was

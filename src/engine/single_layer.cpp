@@ -9,8 +9,8 @@ void KQVelorin4Internal::RenderSingleLayer(RenderPass& pass) {
     ObtainFrameFlows(pass);
     pass.needFlows = false;
     pass.progress.CollapseRange();  // the picture takes little time beside the flows
-    const bool held = pass.hostVectors != 1 && layerUsesOpticalFlow[0];
-    if (held && !pass.TracksOtherClip()) {
+    const bool tracked = pass.hostVectors != 1 && layerUsesOpticalFlow[0];
+    if (tracked && !pass.TracksOtherClip()) {
         pass.frames.WarpTracked();
     } else {
         pass.frames.GiveBackTracked();
