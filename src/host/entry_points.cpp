@@ -86,11 +86,6 @@ bool HavePixels() {
     return false;
 }
 
-// More threads than the library has a table for: each would do another one's rows once more.
-void UseHostThreads(int count) {
-    SetThreadCount(count <= kMaxThreads ? count : 1);
-}
-
 void TakePanelValues(FrameValues& values) {
     values.interpMethod = SparkPup27.Value;
     values.vectorQuality = SparkPup28.Value;
@@ -106,6 +101,23 @@ void TakePanelValues(FrameValues& values) {
     values.motionSensitivity = SparkFloat26.Value;
 }
 
+// What differs where the panel is not asked.
+struct FixedValues {
+    int vectorQuality;
+    float compensate;
+    int useFGMatte;
+    int useAltMotion;
+};
+constexpr FixedValues kBatchValues = {1, 1.0f, 1, 1};
+constexpr FixedValues kOtherValues = {4, 0.0f, 0, 0};
+
+void TakeFixedValues(const FixedValues& fixed, FrameValues& values) {
+    values.vectorQuality = fixed.vectorQuality;
+    values.compensate = fixed.compensate;
+    values.useFGMatte = fixed.useFGMatte;
+    values.useAltMotion = fixed.useAltMotion;
+}
+
 FrameValues ValuesOf(const spark_info_struct& info) {
     FrameValues values;
     values.info = &info;
@@ -116,20 +128,17 @@ FrameValues ValuesOf(const spark_info_struct& info) {
     if (info.mode == kSparkInteractive) {
         TakePanelValues(values);
     } else if (info.mode == kSparkBatch) {
-        // Whatever the panel says, and whatever frame the host names.
-        values.frame = static_cast<int>(gNextFrame++);
-        values.vectorQuality = 1;
-        values.compensate = 1.0f;
-        values.useFGMatte = 1;
-        values.useAltMotion = 1;
+        values.frame = static_cast<int>(gNextFrame++);  // whatever frame the host names
+        TakeFixedValues(kBatchValues, values);
     } else {
-        values.vectorQuality = 4;
+        TakeFixedValues(kOtherValues, values);
     }
     return values;
 }
 
 // Calls of SparkProcess that a request of a run takes. Where the output is longer than the clip,
-// its last request brings the rest; where it is shorter, its last one brings all.
+// its last request brings the rest, none where both are equal; where it is shorter, its last one
+// brings all.
 int CallsOfBatch(const spark_info_struct& info) {
     const std::int64_t clipLength = info.clipLength;
     // Equal up to 24 bits, rounded beyond.
@@ -210,7 +219,7 @@ int SparkIsInputFormatSupported(int format) {
 }
 
 void* SparkProcess(spark_info_struct info) {
-    velorin::UseHostThreads(info.threadFlag);
+    velorin::SetThreadCount(info.threadFlag);
     sparkCursorBusy();
     if (!velorin::FetchBuffers() || !velorin::HavePixels()) return nullptr;
     velorin::gCombineArg = 0;

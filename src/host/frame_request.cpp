@@ -17,8 +17,8 @@ namespace {
 
 constexpr float kNarrowToHostDepth = 4095.0f / 65535.0f;
 constexpr float kHostWhite = 4095.0f;
-// More than a record can tell the bytes of.
-constexpr std::int64_t kMostPixels = INT32_MAX;
+constexpr std::int64_t kMostPixels = INT32_MAX;  // the host's threads share them as integers
+constexpr int kFullDetail = 1;
 
 struct AllocationMessages {
     const char* primary;
@@ -65,14 +65,11 @@ MyRequest RequestOf(const FrameValues& values, int layerCount) {
     return request;
 }
 
-// The host's record and its buffers tell of the same frame: the pixels of one are unpacked into
-// blocks made for the other.
+// The pixels that the host's record tells of are unpacked into blocks made for its buffer's.
 bool RecordFits(const FrameValues& values, int pixelType) {
     int recordType = 0;
-    if (!PixelTypeOfSparkFormat(values.info->frameDepth, recordType)) return false;
-    const auto pixels = std::min(std::int64_t{values.width} * values.height, kMostPixels);
-    return recordType == pixelType &&
-           values.info->frameBytes <= pixels * BlockPixelBytes(values.depth, 4);
+    return PixelTypeOfSparkFormat(values.info->frameDepth, recordType) && recordType == pixelType &&
+           std::int64_t{values.width} * values.height <= kMostPixels;
 }
 
 // Makes `image` a frame of four channels. False without memory, which the user is told.
@@ -125,7 +122,7 @@ int Render(MyImage& primary, MyImage& secondField, const FrameValues& values, bo
         VectorQualityOf(values.vectorQuality), static_cast<float>(values.frame),
         static_cast<float>(std::int64_t{values.frame} + 1), values.inputRate, values.outputRate,
         values.compensate, values.motionSensitivity / 100.0f, InterpMethodOf(values.interpMethod),
-        1, values.useAltMotion == 0 ? 1 : 0, cache ? 1 : 0, layerCount, shrink.data(),
+        kFullDetail, values.useAltMotion == 0 ? 1 : 0, cache ? 1 : 0, layerCount, shrink.data(),
         sensitivity.data(), &progress, false);
 }
 

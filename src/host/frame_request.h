@@ -10,7 +10,7 @@ struct FrameValues {
     const spark_info_struct* info = nullptr;
     int frame = 0;  // of the output, from 0
     int interpMethod = 1;
-    int vectorQuality = 1;
+    int vectorQuality = 0;
     float compensate = 0.0f;
     float inputRate = 29.97f;
     int inputFields = 0;

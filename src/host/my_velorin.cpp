@@ -66,13 +66,14 @@ int MyVelorin::GetImage(int clip, KQImage** out, int frame, int channels, int /*
         cache.getCache(*image, sourceFrame);
         return ZPErrNone;
     }
-    void* fetched = request.tempBuffer->Buffer;
+    void* scratch = request.tempBuffer->Buffer;
     const int result =
-        IsKnownClip(clip) ? sparkGetFrame(clip, sourceFrame, fetched) : ZPErrBadArgument;
+        IsKnownClip(clip) ? sparkGetFrame(clip, sourceFrame, scratch) : ZPErrBadArgument;
+    const std::int64_t bytes = std::int64_t{image->blockRowBytes} * request.height;
     if (channels == 4) {
-        sparkCombine4Buffers(request.info, image->block, fetched, nullptr, combineArg);
+        sparkCombine4Buffers(request.info, image->block, bytes, scratch, nullptr, combineArg);
     } else {
-        sparkCombine1Buffers(request.info, image->block, fetched, matteChannel);
+        sparkCombine1Buffers(request.info, image->block, bytes, scratch, matteChannel);
     }
     *out = owner.release();
     ScaleForHostDepth(image, kWidenHostDepth);
@@ -142,7 +143,9 @@ int MyVelorin::EnhanceImages() {
 
 int MyVelorin::MySparkUnCombine4Buffers(void* colour, const void* block, void* alpha) {
     if (!request.info) return 0;
-    return sparkUnCombine4Buffers(request.info, colour, block, alpha);
+    const std::int64_t rowBytes =
+        std::int64_t{request.width} * BlockPixelBytes(request.sparkFormat, 4);
+    return sparkUnCombine4Buffers(request.info, colour, block, rowBytes * request.height, alpha);
 }
 
 }  // namespace velorin

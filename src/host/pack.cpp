@@ -54,14 +54,17 @@ void WithChannel(int sparkFormat, Work&& work) {
 struct CombineJob {
     int sparkFormat;
     void* block;
+    std::int64_t blockBytes;
     const void* host;
-    const void* extra;
-    int argument;  // or the channel
+    const void* extra = nullptr;
+    int argument = 0;
+    int channel = 0;
 };
 
 struct UnCombineJob {
     int sparkFormat;
     const void* block;
+    std::int64_t blockBytes;
     void* colour;
     void* alpha;
 };
@@ -77,8 +80,16 @@ Share ShareOfThisThread() {
     return share;
 }
 
+// What of a share lies in the block: the host shares out a frame of its own measure.
+Share Within(Share share, std::int64_t blockBytes, int pixelBytes) {
+    const long long pixels = blockBytes / pixelBytes;
+    const long long first = std::clamp(share.first, 0LL, pixels);
+    return {first, std::clamp(share.first + share.count, first, pixels) - first};
+}
+
 template <typename Channel>
-void CombineFour(const CombineJob& job, Share share) {
+void CombineFour(const CombineJob& job, Share whole) {
+    const Share share = Within(whole, job.blockBytes, 4 * sizeof(typename Channel::Block));
     auto* out = static_cast<typename Channel::Block*>(job.block) + share.first * 4;
     const auto* in = static_cast<const typename Channel::Host*>(job.host) + share.first * 3;
     for (long long i = 0; i < share.count; ++i, out += 4, in += 3) {
@@ -88,21 +99,24 @@ void CombineFour(const CombineJob& job, Share share) {
 }
 
 template <typename Channel>
-void WhitenFour(const CombineJob& job, Share share) {
+void WhitenFour(const CombineJob& job, Share whole) {
+    const Share share = Within(whole, job.blockBytes, 4 * sizeof(typename Channel::Block));
     auto* out = static_cast<typename Channel::Block*>(job.block) + share.first * 4;
     if (share.count > 0) std::fill_n(out, share.count * 4, Channel::kWhite);
 }
 
 template <typename Channel>
-void CombineOne(const CombineJob& job, Share share) {
+void CombineOne(const CombineJob& job, Share whole) {
+    const Share share = Within(whole, job.blockBytes, sizeof(typename Channel::Block));
     auto* out = static_cast<typename Channel::Block*>(job.block) + share.first;
     const auto* in = static_cast<const typename Channel::Host*>(job.host) + share.first * 3;
-    for (long long i = 0; i < share.count; ++i) out[i] = Channel::Unpack(in[i * 3 + job.argument]);
+    for (long long i = 0; i < share.count; ++i) out[i] = Channel::Unpack(in[i * 3 + job.channel]);
 }
 
 template <typename Channel>
-void UnCombineFour(const UnCombineJob& job, Share share) {
+void UnCombineFour(const UnCombineJob& job, Share whole) {
     using Host = typename Channel::Host;
+    const Share share = Within(whole, job.blockBytes, 4 * sizeof(typename Channel::Block));
     const auto* in = static_cast<const typename Channel::Block*>(job.block) + share.first * 4;
     auto* colour = static_cast<Host*>(job.colour) + share.first * 3;
     auto* alpha = static_cast<Host*>(job.alpha) + share.first * 3;
@@ -129,7 +143,7 @@ void sparkCombine4Buffers_mp(void* pointer) {
 void sparkCombine1Buffers_mp(void* pointer) {
     const auto& job = *static_cast<const CombineJob*>(pointer);
     const Share share = ShareOfThisThread();
-    if (!job.block || !job.host || job.argument < 0 || job.argument > 2) return;
+    if (!job.block || !job.host || job.channel < 0 || job.channel > 2) return;
     WithChannel(job.sparkFormat, [&](auto channel) { CombineOne<decltype(channel)>(job, share); });
 }
 
@@ -145,34 +159,35 @@ void sparkUnCombine4Buffers_mp(void* pointer) {
                 [&](auto channel) { UnCombineFour<decltype(channel)>(job, share); });
 }
 
-void ClearFrame(const spark_info_struct& info, void* buffer) {
-    if (buffer && info.frameBytes > 0) std::memset(buffer, 0, info.frameBytes);
+void ClearFrame(void* buffer, std::int64_t bytes) {
+    if (buffer && bytes > 0) std::memset(buffer, 0, static_cast<std::size_t>(bytes));
 }
 
 }  // namespace
 
-int sparkCombine4Buffers(const spark_info_struct* info, void* block, const void* host,
-                         const void* extra, int argument) {
+int sparkCombine4Buffers(const spark_info_struct* info, void* block, std::int64_t blockBytes,
+                         const void* host, const void* extra, int argument) {
     if (!info) return 1;
-    ClearFrame(*info, block);
-    CombineJob job{info->frameDepth, block, host, extra, argument};
+    ClearFrame(block, std::min<std::int64_t>(info->frameBytes, blockBytes));
+    CombineJob job{info->frameDepth, block, blockBytes, host, extra, argument};
     sparkMpFork(sparkCombine4Buffers_mp, 1, &job);
     return 1;
 }
 
-int sparkCombine1Buffers(const spark_info_struct* info, void* block, const void* host,
-                         int channel) {
+int sparkCombine1Buffers(const spark_info_struct* info, void* block, std::int64_t blockBytes,
+                         const void* host, int channel) {
     if (!info) return 1;
-    CombineJob job{info->frameDepth, block, host, nullptr, channel};
+    CombineJob job{info->frameDepth, block, blockBytes, host};
+    job.channel = channel;
     sparkMpFork(sparkCombine1Buffers_mp, 1, &job);
     return 1;
 }
 
 int sparkUnCombine4Buffers(const spark_info_struct* info, void* colour, const void* block,
-                           void* alpha) {
+                           std::int64_t blockBytes, void* alpha) {
     if (!info) return 1;
-    ClearFrame(*info, colour);
-    UnCombineJob job{info->frameDepth, block, colour, alpha};
+    ClearFrame(colour, info->frameBytes);
+    UnCombineJob job{info->frameDepth, block, blockBytes, colour, alpha};
     sparkMpFork(sparkUnCombine4Buffers_mp, 1, &job);
     return 1;
 }

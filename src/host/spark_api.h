@@ -2,6 +2,8 @@
 
 // The host's records and calls as this plug-in binds them. A host whose own header lays them out
 // otherwise needs changes here and nowhere else: the assertions below say what the rest relies on.
+// Assumed where nothing tells: the length of a setup's name, that records are handed over by value,
+// and that sparkGetFrame answers 0 for success.
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,7 @@
 #include "image/parallel.h"
 
 #include <array>
+#include <atomic>
 #include <exception>
 #include <mutex>
 
@@ -18,6 +19,7 @@ struct WorkEntry {
     int slot = 0;
     int itemCount = 0;
     int workerCount = 0;
+    std::atomic<bool> taken = false;
 };
 
 int gThreadCount = 0;
@@ -27,7 +29,9 @@ std::array<WorkEntry, kMaxThreads> gWorkTable;
 std::mutex gFailureMutex;
 std::exception_ptr gFailure;
 
+// Once, whoever comes first.
 void RunEntry(WorkEntry& entry) {
+    if (entry.taken.exchange(true, std::memory_order_relaxed)) return;
     va_list arguments;
     va_copy(arguments, entry.arguments);
     try {
@@ -61,6 +65,7 @@ void FillTable(int workers, int items, ParallelKernel kernel, va_list* arguments
         entry.slot = slot;
         entry.itemCount = items;
         entry.workerCount = workers;
+        entry.taken.store(false, std::memory_order_relaxed);
     }
     for (int slot = 0; slot < workers; ++slot) {
         const int size = items / workers;
@@ -79,6 +84,9 @@ void ThrowKeptFailure() {
 void Fork(int workers, int items, ParallelKernel kernel, va_list* arguments) {
     FillTable(workers, items, kernel, arguments);
     sparkMpFork(RunWorker, 1, gWorkTable.data());
+    // A host that has fewer threads than it told, or shares too small to tell them apart, leaves
+    // slots behind.
+    for (int slot = 0; slot < workers; ++slot) RunEntry(gWorkTable[slot]);
     for (int slot = 0; slot < GetThreadCount(); ++slot) va_end(gWorkTable[slot].arguments);
 }
 

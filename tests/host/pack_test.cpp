@@ -27,6 +27,10 @@ Bytes Random(int bytes) {
     return made;
 }
 
+std::int64_t Size(const Bytes& bytes) {
+    return static_cast<std::int64_t>(bytes.size());
+}
+
 spark_info_struct RecordOf(int format) {
     Width = kWidth;
     Height = kHeight;
@@ -62,8 +66,10 @@ TEST(Pack, EveryFormatIsTakenApartAndPutTogether) {
             UseFakeSpark().threads = threads;
             Bytes block(kPixels * BlockPixelBytes(format, 4), 7);
             Bytes channel(kPixels * BlockPixelBytes(format, 1), 7);
-            ASSERT_EQ(sparkCombine4Buffers(&info, block.data(), host.data(), nullptr, 0), 1);
-            ASSERT_EQ(sparkCombine1Buffers(&info, channel.data(), host.data(), 2), 1);
+            ASSERT_EQ(
+                sparkCombine4Buffers(&info, block.data(), Size(block), host.data(), nullptr, 0), 1);
+            ASSERT_EQ(sparkCombine1Buffers(&info, channel.data(), Size(channel), host.data(), 2),
+                      1);
             for (int i = 0; i < kPixels; ++i) {
                 for (int c = 0; c < 3; ++c) {
                     EXPECT_SAME_BITS(InBlock(block, format, i * 4 + c),
@@ -73,7 +79,9 @@ TEST(Pack, EveryFormatIsTakenApartAndPutTogether) {
                 EXPECT_SAME_BITS(InBlock(channel, format, i), Unpacked(host, format, i * 3 + 2));
             }
             Bytes colour(info.frameBytes, 0xff), alpha(info.frameBytes, 0x55);
-            ASSERT_EQ(sparkUnCombine4Buffers(&info, colour.data(), block.data(), alpha.data()), 1);
+            ASSERT_EQ(sparkUnCombine4Buffers(&info, colour.data(), block.data(), Size(block),
+                                             alpha.data()),
+                      1);
             for (int i = 0; i < kPixels * 3; ++i) {
                 EXPECT_SAME_BITS(Unpacked(colour, format, i), Unpacked(host, format, i) + 0.0);
                 EXPECT_EQ(Unpacked(alpha, format, i), white);
@@ -99,11 +107,33 @@ TEST(Pack, TwelveBitsComeThroughWideningAndNarrowing) {
         MyImage image;
         auto* block = new unsigned char[kPixels * 8];
         ASSERT_EQ(image.MyInit(block, kWidth, kHeight, 48, kWidth * 8, 4), 0);
-        sparkCombine4Buffers(&info, block, host.data(), nullptr, 0);
+        sparkCombine4Buffers(&info, block, kPixels * 8, host.data(), nullptr, 0);
         ScaleForHostDepth(&image, 65535.0f / 4095.0f);
         ScaleClamped(&image, 4095.0f / 65535.0f, 4095.0f);
-        sparkUnCombine4Buffers(&info, colour.data(), block, alpha.data());
+        sparkUnCombine4Buffers(&info, colour.data(), block, kPixels * 8, alpha.data());
         for (int i = 0; i < kPixels * 3; ++i) EXPECT_EQ(colour[i], host[i] & 0xfff0);
+    }
+}
+
+// The host may share out more pixels than its buffer told of.
+TEST(Pack, NothingIsReadOrWrittenBeyondTheBlock) {
+    for (const int format : {24, 48, 49}) {
+        for (const int threads : {1, 4}) {
+            UseFakeSpark().threads = threads;
+            const spark_info_struct info = RecordOf(format);
+            const Bytes host = Random(info.frameBytes);
+            const int pixels = kPixels * 5 / 6, bytes = pixels * BlockPixelBytes(format, 4);
+            Bytes block(bytes + 64, 7), colour(info.frameBytes, 7), alpha = colour;
+            sparkCombine4Buffers(&info, block.data(), bytes, host.data(), nullptr, 0);
+            sparkCombine1Buffers(&info, block.data(), bytes, host.data(), 0);
+            sparkCombine4Buffers(&info, block.data(), bytes, host.data(), host.data(), 1);
+            EXPECT_EQ(Bytes(block.begin() + bytes, block.end()), Bytes(64, 7)) << format;
+            sparkUnCombine4Buffers(&info, colour.data(), block.data(), bytes, alpha.data());
+            const std::size_t used = pixels * (info.frameBytes / kPixels);
+            EXPECT_EQ(Bytes(alpha.begin() + used, alpha.end()), Bytes(alpha.size() - used, 7));
+            EXPECT_NE(colour[used - 1] | colour[used - 2], 0);
+            EXPECT_EQ(Bytes(colour.begin() + used, colour.end()), Bytes(alpha.size() - used, 0));
+        }
     }
 }
 
@@ -115,28 +145,28 @@ TEST(Pack, WhatIsMissingOrUnknownStaysAsItWas) {
     const Bytes untouched(kPixels * 8, 7);
     Bytes block = untouched;
     for (const int channel : {-1, 3, 4})
-        sparkCombine1Buffers(&info, block.data(), host.data(), channel);
-    sparkCombine1Buffers(&info, block.data(), nullptr, 0);
-    sparkCombine4Buffers(nullptr, block.data(), host.data(), nullptr, 0);
+        sparkCombine1Buffers(&info, block.data(), Size(block), host.data(), channel);
+    sparkCombine1Buffers(&info, block.data(), Size(block), nullptr, 0);
+    sparkCombine4Buffers(nullptr, block.data(), Size(block), host.data(), nullptr, 0);
     EXPECT_EQ(block, untouched);
 
     // What a frame of the host has is cleared all the same.
     Bytes cleared = untouched;
     std::fill_n(cleared.begin(), info.frameBytes, 0);
-    sparkCombine4Buffers(&info, block.data(), host.data(), nullptr, 1);
+    sparkCombine4Buffers(&info, block.data(), Size(block), host.data(), nullptr, 1);
     EXPECT_EQ(block, cleared);
     info.frameDepth = 50;
-    sparkCombine4Buffers(&info, block.data(), host.data(), nullptr, 0);
+    sparkCombine4Buffers(&info, block.data(), Size(block), host.data(), nullptr, 0);
     EXPECT_EQ(block, cleared);
     info.frameDepth = 64;
-    sparkCombine4Buffers(&info, block.data(), host.data(), host.data(), 1);
+    sparkCombine4Buffers(&info, block.data(), Size(block), host.data(), host.data(), 1);
     EXPECT_EQ(InBlock(block, 64, 0), 4095);
     EXPECT_EQ(InBlock(block, 64, kPixels * 4 - 1), 4095);
 
     fake.threads = 1;
     testing::internal::CaptureStdout();
     Bytes colour(info.frameBytes, 7);
-    sparkUnCombine4Buffers(&info, colour.data(), block.data(), nullptr);
+    sparkUnCombine4Buffers(&info, colour.data(), block.data(), Size(block), nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "uncombine 4 pixel 91 offset 0 MISSING BUFFER  \n");
     EXPECT_EQ(colour, Bytes(info.frameBytes, 0));

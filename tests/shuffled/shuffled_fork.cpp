@@ -17,6 +17,7 @@ constexpr int kFramePixels = 720 * 487 + 5;
 Noise gNoise(1);
 std::vector<int> gOrder;
 int gRunning = 0;
+int gMissing = 0;
 
 long long SharePixels() {
     return kFramePixels / GetThreadCount();
@@ -34,6 +35,11 @@ void Shuffle() {
 void UseShuffledFork(int threads, unsigned seed) {
     SetThreadCount(threads);
     gNoise = Noise(seed);
+    gMissing = 0;
+}
+
+void LoseThreads(int missing) {
+    gMissing = missing;
 }
 
 const std::vector<int>& LastOrder() {
@@ -50,8 +56,8 @@ extern "C" {
 
 void sparkMpFork(void (*worker)(void* argument), int /*one*/, void* argument) {
     velorin::Shuffle();
-    for (int thread : velorin::gOrder) {
-        velorin::gRunning = thread;
+    for (std::size_t i = velorin::gMissing; i < velorin::gOrder.size(); ++i) {
+        velorin::gRunning = velorin::gOrder[i];
         worker(argument);
     }
 }

@@ -11,6 +11,9 @@ namespace velorin {
 // Sets the number of threads and, by `seed`, the orders to come.
 void UseShuffledFork(int threads, unsigned seed);
 
+// From now on the first `missing` threads of each order do not run, until the next UseShuffledFork.
+void LoseThreads(int missing);
+
 // The thread numbers of the last job in the order in which they ran.
 const std::vector<int>& LastOrder();
 

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <utility>
+#include <vector>
 
 #include "image/composite.h"
 #include "image/parallel_rows.h"
@@ -28,6 +29,22 @@ TEST(Shuffled, LastSlotTakesTheRemainder) {
         ParallelFor(ChooseWorkers(0), 0, NoteRange, &none);
         EXPECT_TRUE(none.empty());
         EXPECT_EQ(LastOrder().size(), static_cast<std::size_t>(threads));
+    }
+}
+
+void CountRows(int /*slot*/, int /*zero*/, int firstRow, int lastRow, va_list* arguments) {
+    auto& counts = *va_arg(*arguments, std::vector<int>*);
+    for (int row = firstRow; row <= lastRow; ++row) ++counts[row];
+}
+
+// Whether the host runs fewer threads than it told or more.
+TEST(Shuffled, EveryRowIsDoneOnce) {
+    for (const auto& [told, missing] : {std::pair{4, 1}, {4, 4}, {64, 30}, {100, 0}}) {
+        UseShuffledFork(told, 3);
+        LoseThreads(missing);
+        std::vector<int> counts(1024);
+        ParallelFor(ChooseWorkers(1024), 1024, CountRows, &counts);
+        EXPECT_EQ(counts, std::vector<int>(1024, 1)) << told << " told, lost " << missing;
     }
 }
 
