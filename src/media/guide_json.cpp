@@ -18,6 +18,8 @@ namespace {
 
 using nlohmann::json;
 
+// Points in lists of tracks are five deep.
+constexpr int kMostDepth = 16;
 constexpr std::string_view kPointForms = "[12,640,360.5] or {\"frame\":12,\"x\":640,\"y\":360.5}";
 
 std::string Entry(const std::string& path, std::size_t index) {
@@ -28,8 +30,22 @@ std::string Member(const std::string& path, const std::string& key) {
     return path.empty() ? key : path + "." + key;
 }
 
-// Goes over a file before it is read: the library's own errors tell no lines, and of two members of
-// one name it silently keeps the last.
+// The bracket or brace of `text` that is the first to stand so deep; what comes before it is JSON.
+const char* PlaceOfDepth(std::string_view text, int depth) {
+    bool quoted = false;
+    for (const char* at = text.data(); at != text.data() + text.size(); ++at) {
+        if (*at == '"') quoted = !quoted;
+        if (quoted && *at == '\\') ++at;
+        if (quoted) continue;
+        if (*at == '[' || *at == '{') --depth;
+        if (*at == ']' || *at == '}') ++depth;
+        if (depth == 0) return at;
+    }
+    return text.data();
+}
+
+// Goes over a file before it is read: the library's own errors tell no lines, of two members of one
+// name it silently keeps the last, and what is nested without end it takes.
 class JsonCheck final : public json::json_sax_t {
   public:
     explicit JsonCheck(const GuideSource& newSource) : source(newSource) {}
@@ -41,14 +57,22 @@ class JsonCheck final : public json::json_sax_t {
     bool number_float(double, const std::string&) override { return true; }
     bool string(std::string&) override { return true; }
     bool binary(json::binary_t&) override { return true; }
-    bool start_array(std::size_t) override { return true; }
-    bool end_array() override { return true; }
 
+    bool start_array(std::size_t) override {
+        Enter();
+        return true;
+    }
+    bool end_array() override {
+        --depth;
+        return true;
+    }
     bool start_object(std::size_t) override {
+        Enter();
         open.emplace_back();
         return true;
     }
     bool end_object() override {
+        --depth;
         open.pop_back();
         return true;
     }
@@ -65,12 +89,7 @@ class JsonCheck final : public json::json_sax_t {
     // `byte` counts from 1; a file that is cut off is wrong one byte behind its end.
     bool parse_error(std::size_t byte, const std::string& word,
                      const json::exception& error) override {
-        const std::vector<GuideLine> lines = LinesOf(source.text);
-        const char* wrong = source.text.data() + byte - 1;
-        const auto found = std::find_if(lines.begin(), lines.end(), [&](const GuideLine& line) {
-            return wrong <= line.text.data() + line.text.size();
-        });
-        const GuideLine& line = found == lines.end() ? lines.back() : *found;
+        const GuideLine line = LineAt(source.text.data() + byte - 1);
         if (dynamic_cast<const json::out_of_range*>(&error) != nullptr) {
             ThrowGuideError(source, line, Quoted(word) + " is too large a number");
         }
@@ -86,8 +105,25 @@ class JsonCheck final : public json::json_sax_t {
         std::unordered_set<std::string> names;
         std::string last;
     };
+
+    void Enter() {
+        if (++depth <= kMostDepth) return;
+        ThrowGuideError(source, LineAt(PlaceOfDepth(source.text, depth)),
+                        "brackets and braces are nested deeper than " + std::to_string(kMostDepth) +
+                            " levels; tracks take five at most");
+    }
+
+    GuideLine LineAt(const char* place) const {
+        const std::vector<GuideLine> lines = LinesOf(source.text);
+        const auto found = std::find_if(lines.begin(), lines.end(), [&](const GuideLine& line) {
+            return place <= line.text.data() + line.text.size();
+        });
+        return found == lines.end() ? lines.back() : *found;
+    }
+
     const GuideSource& source;
     std::vector<Object> open;
+    int depth = 0;
 };
 
 class JsonReader {

@@ -128,6 +128,8 @@ TEST_F(GuideFileTest, NamesTheLineAndWhatIsWanted) {
         {"{\"a\":[[0,1,2]],\n\"b\":[[0,1,2]\n [1,1,2]]}", {"line 3, \"[1,1,2]]}\"", "is no JSON"}},
         {"{\"a\":[[0,1,2]],\r\n", {"line 1", "ends too early"}},
         {"[[[[[[", {"line 1", "ends too early"}},
+        {"{\"a[[\\\"{\": [],\n\"b\": " + std::string(300000, '['),
+         {"line 2", "nested deeper than 16 levels"}},
         {"{\"a\":\n[[0,1,1e999]]}", {"line 2", "\"1e999\" is too large a number"}},
         {R"({"tracks":[{"points":[[0,1,2],[1,"x",2]]}]})",
          {"tracks[0].points[1], \"[1,\"x\",2]\""}},
