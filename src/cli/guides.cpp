@@ -1,5 +1,7 @@
 #include "cli/guides.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -23,6 +25,22 @@ void CheckSpan(const std::string& name, const GuideSpan& span, const ClipInfo& s
                      std::to_string(span.last) + " of " + source.name + ", which has frames 0 to " +
                      std::to_string(source.frames - 1) +
                      "; give the number that the file has for frame 0 by --guides-first N");
+}
+
+// A clip of one frame has no pairs.
+void CheckPairs(const std::string& name, const std::vector<bool>& guided, ProgressLine& progress) {
+    const auto without = std::count(guided.begin(), guided.end(), false);
+    if (without == 0) return;
+    if (without == std::ssize(guided)) {
+        Refuse(name,
+               "no point has a position on two frames that follow each other; a gap is never "
+               "bridged, so give each point a position on every frame that it is seen on");
+    }
+    const auto first = std::find(guided.begin(), guided.end(), false) - guided.begin();
+    progress.Note(name + ": guides nothing between " + std::to_string(without) + " of " +
+                  std::to_string(guided.size()) +
+                  " pairs of frames, as no point is on both; the first are " +
+                  std::to_string(first) + " and " + std::to_string(first + 1));
 }
 
 std::vector<GuideTrack> OpenTracks(const std::string& name, const Options& options,
@@ -51,6 +69,7 @@ std::vector<GuideTrack> OpenTracks(const std::string& name, const Options& optio
                       (one ? " position lies outside the frame and is dropped"
                            : " positions lie outside the frame and are dropped"));
     }
+    CheckPairs(name, GuidedPairs(placed.tracks, source.frames), progress);
     return std::move(placed.tracks);
 }
 

@@ -10,8 +10,9 @@
 namespace velorin {
 
 // Reads the guide files that the options name and brings them to the clip's frames and pixels;
-// notes what of them lies outside the frame. Throws MediaError of kind kInput for a file that
-// cannot be read, was made on frames of another size, or has no position on the clip's frames.
+// notes what of them lies outside the frame, and frames that they do not lead on from. Throws
+// MediaError of kind kInput for a file that cannot be read, was made on frames of another size, has
+// no position on the clip's frames, or none on two frames that follow each other.
 std::vector<LayerGuides> OpenGuides(const Options& options, const ClipInfo& source,
                                     ProgressLine& progress);
 

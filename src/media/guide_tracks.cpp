@@ -71,6 +71,19 @@ GuideSpan SpanOf(const std::vector<GuideTrack>& tracks) {
     return span;
 }
 
+std::vector<bool> GuidedPairs(const std::vector<GuideTrack>& tracks, std::int64_t frames) {
+    std::vector<bool> guided(static_cast<std::size_t>(std::max<std::int64_t>(frames - 1, 0)));
+    for (const GuideTrack& track : tracks) {
+        for (std::size_t i = 1; i < track.positions.size(); ++i) {
+            const std::int64_t frame = track.positions[i - 1].frame;
+            const bool isInside = frame >= 0 && frame < frames - 1;
+            if (!isInside || track.positions[i].frame != frame + 1) continue;
+            guided[static_cast<std::size_t>(frame)] = true;
+        }
+    }
+    return guided;
+}
+
 GuidePairs PairGuides(const std::vector<GuideTrack>& tracks, double timeA, double timeB) {
     GuidePairs pairs;
     for (const GuideTrack& track : tracks) {

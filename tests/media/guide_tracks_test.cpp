@@ -58,5 +58,14 @@ TEST(PairGuides, PairsTracksThatArePresentAtBothTimes) {
     }
 }
 
+TEST(GuidedPairs, AreThoseWithAPointOnBothFrames) {
+    const std::vector<GuideTrack> tracks = {
+        {"a", {{-1, 1, 1}, {0, 1, 1}, {1, 1, 1}, {3, 1, 1}}},
+        {"b", {{2, 1, 1}, {4, 1, 1}, {5, 1, 1}, {6, 1, 1}, {7, 1, 1}}}};
+    EXPECT_EQ(GuidedPairs(tracks, 7), (std::vector<bool>{true, false, false, false, true, true}));
+    EXPECT_EQ(GuidedPairs(tracks, 2), std::vector<bool>{true});
+    EXPECT_TRUE(GuidedPairs(tracks, 1).empty());
+}
+
 }  // namespace
 }  // namespace velorin
