@@ -50,7 +50,7 @@ std::unique_ptr<ClipReader> OpenVectors(VectorDirection direction, const Options
     std::optional<VectorChannels> channels;
     if (vectors.channels) channels = {vectors.channels->first, vectors.channels->second};
     std::unique_ptr<ClipReader> clip = vectors.format.value_or(kCodedVectors) == kCodedVectors
-                                           ? OpenCodedVectors(name)
+                                           ? OpenCodedVectors(name, vectors.format.has_value())
                                            : OpenPixelVectors(name, direction, channels);
     RequireAlike(*clip, forward ? "--forward-vectors" : "--backward-vectors", source,
                  forward ? source.frames - 1 : source.frames);

@@ -51,8 +51,8 @@ struct GuideSpan {
 // The first and the last frame at which there is a position; at least one track has one.
 GuideSpan SpanOf(const std::vector<GuideTrack>& tracks);
 
-// For each frame of a clip of `frames` but the last: whether a track has a position on it and on the
-// one after it.
+// For each frame of a clip of `frames` but the last: whether a track has a position on it and on
+// the one after it.
 std::vector<bool> GuidedPairs(const std::vector<GuideTrack>& tracks, std::int64_t frames);
 
 // The places of the same points at two times, index by index.

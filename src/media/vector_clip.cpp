@@ -1,6 +1,8 @@
 #include "media/vector_clip.h"
 
 #include <cmath>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -61,40 +63,24 @@ std::vector<Names> PartsOf(OIIO::ImageInput& input) {
     return parts;
 }
 
-// Looks for the vectors of one sequence in its files.
-class VectorFinder {
-  public:
-    VectorFinder(VectorDirection direction, const std::optional<VectorChannels>& chosen) {
-        if (chosen) {
-            wanted = {*chosen};
-            return;
-        }
-        const VectorChannels forward{"forward.u", "forward.v"};
-        const VectorChannels backward{"backward.u", "backward.v"};
-        const bool isForward = direction == VectorDirection::kForward;
-        wanted = {isForward ? forward : backward, {"motion.x", "motion.y"}};
-        other = isForward ? backward : forward;
-        anyTwo = true;
-    }
+// The names by which a file tells where its vectors lead to.
+VectorChannels ChannelsOf(VectorDirection direction) {
+    if (direction == VectorDirection::kForward) return {"forward.u", "forward.v"};
+    return {"backward.u", "backward.v"};
+}
 
-    std::optional<StillShape> Describe(OIIO::ImageInput& input, std::string& problem);
+// Those of vectors that do not tell it.
+VectorChannels MotionChannels() {
+    return {"motion.x", "motion.y"};
+}
 
-  private:
-    struct Place {
-        int part;
-        ChannelPair pair;
-    };
-    static std::optional<Place> Find(const std::vector<Names>& parts, const VectorChannels& names);
-    std::optional<Place> Choose(const std::vector<Names>& parts);
-    std::string WhatIsMissing(const std::vector<Names>& parts) const;
-
-    std::vector<VectorChannels> wanted;  // the first that is there is read
-    VectorChannels other;                // never taken for the only two
-    bool anyTwo = false;
+struct Place {
+    int part;
+    ChannelPair pair;
 };
 
-std::optional<VectorFinder::Place> VectorFinder::Find(const std::vector<Names>& parts,
-                                                      const VectorChannels& names) {
+// The two channels in one part of a file.
+std::optional<Place> Find(const std::vector<Names>& parts, const VectorChannels& names) {
     for (std::size_t part = 0; part < parts.size(); ++part) {
         const int u = ChannelNamed(parts[part], names.u);
         const int v = ChannelNamed(parts[part], names.v);
@@ -103,8 +89,35 @@ std::optional<VectorFinder::Place> VectorFinder::Find(const std::vector<Names>& 
     return {};
 }
 
+// Looks for the vectors of one sequence in its files.
+class VectorFinder {
+  public:
+    VectorFinder(VectorDirection direction, const std::optional<VectorChannels>& chosen) {
+        if (chosen) {
+            wanted = {*chosen};
+            return;
+        }
+        const bool isForward = direction == VectorDirection::kForward;
+        wanted = {ChannelsOf(direction), MotionChannels()};
+        other = ChannelsOf(isForward ? VectorDirection::kBackward : VectorDirection::kForward);
+        otherOption = isForward ? "--backward-vectors" : "--forward-vectors";
+        anyTwo = true;
+    }
+
+    std::optional<StillShape> Describe(OIIO::ImageInput& input, std::string& problem);
+
+  private:
+    std::optional<Place> Choose(const std::vector<Names>& parts);
+    std::string WhatIsMissing(const std::vector<Names>& parts) const;
+
+    std::vector<VectorChannels> wanted;  // the first that is there is read
+    VectorChannels other;                // never taken for the only two
+    std::string otherOption;             // that they are for
+    bool anyTwo = false;
+};
+
 // What was read of one file is all that is wanted of the next.
-std::optional<VectorFinder::Place> VectorFinder::Choose(const std::vector<Names>& parts) {
+std::optional<Place> VectorFinder::Choose(const std::vector<Names>& parts) {
     std::vector<VectorChannels> candidates = wanted;
     if (anyTwo && parts.size() == 1 && parts[0].size() == 2 && !Find(parts, other)) {
         candidates.push_back({parts[0][0], parts[0][1]});
@@ -131,11 +144,26 @@ std::string VectorFinder::WhatIsMissing(const std::vector<Names>& parts) const {
         if (has(u) != has(v)) return list + ", but no " + (has(u) ? v : u) + advice;
     }
     if (all.size() < 2) return "has the channel " + ListOf(all) + " alone; vectors need two";
+    if (anyTwo && Find(parts, other)) {
+        return list + "; " + other.u + " and " + other.v + " belong to " + otherOption +
+               ", which is enough by itself; or give two others by --vector-channels U,V";
+    }
     if (anyTwo) return list + advice;
     return list + ", but no " + wanted[0].u + " and no " + wanted[0].v + advice;
 }
 
+bool IsOfIntegers(OIIO::TypeDesc type) {
+    return type == OIIO::TypeDesc::UINT8 || type == OIIO::TypeDesc::UINT16;
+}
+
 std::optional<StillShape> VectorFinder::Describe(OIIO::ImageInput& input, std::string& problem) {
+    const auto refuseIntegers = [&] {
+        problem = "has samples of " + std::to_string(8 * input.spec().format.size()) +
+                  " bits; vectors in pixels are half or float; where colours code them, give "
+                  "--vectors-format coded";
+        return std::nullopt;
+    };
+    if (IsOfIntegers(input.spec().format)) return refuseIntegers();
     const std::vector<Names> parts = PartsOf(input);
     const auto place = Choose(parts);
     if (!place) {
@@ -143,18 +171,56 @@ std::optional<StillShape> VectorFinder::Describe(OIIO::ImageInput& input, std::s
         return {};
     }
     input.seek_subimage(place->part, 0);
-    auto shape = DescribeStill(input, place->pair, problem);
-    if (shape && PixelTypeOf(shape->depth) != ZPPixFloat) {
-        problem = "has " + shape->Text() + "; vectors in pixels are half or float";
-        return {};
+    if (IsOfIntegers(input.spec().format)) return refuseIntegers();
+    return DescribeStill(input, place->pair, problem);
+}
+
+// The two channels of a file that hold vectors in pixels, by their names or as there are no others.
+std::string PixelChannelsIn(const std::vector<Names>& parts) {
+    for (const auto& [u, v] : {ChannelsOf(VectorDirection::kForward),
+                               ChannelsOf(VectorDirection::kBackward), MotionChannels()}) {
+        if (Find(parts, {u, v})) return u + " and " + v;
     }
-    return shape;
+    const bool areAll = parts.size() == 1 && parts[0].size() == 2;
+    return areAll ? parts[0][0] + " and " + parts[0][1] : "";
+}
+
+// Colours, unless they seem to be the picture that goes with vectors in other channels.
+std::optional<StillShape> DescribeCoded(OIIO::ImageInput& input, bool saidToBeCoded,
+                                        std::string& problem) {
+    auto shape = DescribeStill(input, {}, problem);
+    if (shape && (saidToBeCoded || shape->channels <= 2)) return shape;
+    if (IsOfIntegers(input.spec().format)) return shape;
+    const std::string vectors = PixelChannelsIn(PartsOf(input));
+    input.seek_subimage(0, 0);
+    if (vectors.empty()) return shape;
+    problem = "holds vectors in pixels, in " + vectors + "; give --vectors-format pixels" +
+              (shape ? ", or --vectors-format coded if its colours are vectors too" : "");
+    return {};
+}
+
+std::unique_ptr<ClipReader> OpenCodedClip(const std::string& name, bool saidToBeCoded) {
+    const auto sequence = FindSequenceMeant(name);
+    if (!sequence) return OpenClip(name);
+    return OpenSequence(name, *sequence,
+                        [saidToBeCoded](OIIO::ImageInput& input, std::string& problem) {
+                            return DescribeCoded(input, saidToBeCoded, problem);
+                        });
+}
+
+std::string AdviceOnPixels(const std::string& name) {
+    if (FindStillFormat(name)) return "as in " + SuggestedPattern(name);
+    std::error_code ignored;
+    const bool isMovie = std::filesystem::is_regular_file(name, ignored);
+    return std::string("as in flow.%04d.exr") +
+           (isMovie ? "; for a movie, whose colours code vectors, give --vectors-format coded"
+                    : "");
 }
 
 }  // namespace
 
-std::unique_ptr<ClipReader> OpenCodedVectors(const std::string& name) {
-    auto clip = OpenClip(name);
+std::unique_ptr<ClipReader> OpenCodedVectors(const std::string& name, bool saidToBeCoded) {
+    auto clip = OpenCodedClip(name, saidToBeCoded);
     if (clip->Info().channels <= 2) {
         throw MediaError(MediaError::Kind::kInput,
                          name + ": is gray; coded vectors need RGB or RGBA");
@@ -166,11 +232,9 @@ std::unique_ptr<ClipReader> OpenPixelVectors(const std::string& name, VectorDire
                                              const std::optional<VectorChannels>& chosen) {
     const auto sequence = FindSequenceMeant(name);
     if (!sequence) {
-        const std::string pattern =
-            FindStillFormat(name) ? SuggestedPattern(name) : "flow.%04d.exr";
         throw MediaError(
             MediaError::Kind::kInput,
-            name + ": vectors in pixels are a sequence of half or float, as in " + pattern);
+            name + ": vectors in pixels are a sequence of half or float, " + AdviceOnPixels(name));
     }
     VectorFinder finder(direction, chosen);
     auto clip = OpenSequence(name, *sequence,

@@ -14,8 +14,9 @@ namespace velorin {
 
 // Reads a clip whose pixels are coded already, RGBA or RGB, which has a vector everywhere. Where a
 // float component or alpha is infinite or NaN, alpha becomes 0. Throws MediaError of kind kInput
-// for what OpenClip refuses and for gray clips.
-std::unique_ptr<ClipReader> OpenCodedVectors(const std::string& name);
+// for what OpenClip refuses, for gray clips, and for channels that hold vectors in pixels: beside
+// colours, only where the user has not said that these are coded.
+std::unique_ptr<ClipReader> OpenCodedVectors(const std::string& name, bool saidToBeCoded);
 
 enum class VectorDirection { kForward, kBackward };
 

@@ -3,6 +3,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include <cmath>
+#include <fstream>
 #include <limits>
 
 #include "media/clips.h"
@@ -153,7 +154,7 @@ TEST(VectorClip, PicksChannelsByNameThroughAllParts) {
         {{rgb}, kForward, {{"G", "B"}}, 1, nullptr},
         {{ahead}, kBackward, {{"forward.u", "forward.v"}}, 0, nullptr},
         {{rgb}, kForward, {}, 0, "a.1.exr (frame 0) has the channels R, G, B; give two of them"},
-        {{ahead}, kBackward, {}, 0, "has the channels forward.u, forward.v; give"},
+        {{ahead}, kBackward, {}, 0, "forward.u and forward.v belong to --forward-vectors"},
         {{{"Z"}}, kForward, {}, 0, "has the channel Z alone"},
         {{{"R", "forward.u", "motion"}}, kForward, {}, 0, "forward.u, but no forward.v"},
         {{rgb}, kForward, {{"G", "V"}}, 0, "R, G, B, but no V; give"},
@@ -199,6 +200,12 @@ TEST(VectorClip, ReadsHalfAndFloatAndTellsFramesThatDiffer) {
     EXPECT_EQ(VectorsOf(*open("b.%d.tif"), 0)[0], 10.01f);
     WriteParts(folder / "c.1.tif", {Layout(1, 1, {"R", "G"}, OIIO::TypeDesc::UINT8)}, {0, 0});
     ExpectContains(ErrorOf(Kind::kInput, [&] { open("c.%d.tif"); }), "8 bits; vectors in pixels");
+    WriteParts(folder / "d.1.png", {Layout(1, 1, {"R", "G", "B"}, OIIO::TypeDesc::UINT16)},
+               {0, 0, 0});
+    ExpectContains(ErrorOf(Kind::kInput, [&] { open("d.%d.png"); }), "give --vectors-format coded");
+    std::ofstream(folder / "movie.mov") << "moov";
+    ExpectContains(ErrorOf(Kind::kInput, [&] { open("movie.mov"); }),
+                   "give --vectors-format coded");
     ExpectContains(ErrorOf(Kind::kInput, [&] { open("a.1.exr"); }), folder / "a.%d.exr");
 }
 
@@ -208,19 +215,47 @@ TEST(VectorClip, CodedFloatsThatAreNoNumbersAreHoles) {
                                     kInfinity, 0.5f,  0.0f, 1.0f, 0.5f, 0.5f, 0.0f, kNan};
     WriteParts(folder / "a.1.exr", {Layout(4, 1, {"R", "G", "B", "A"})}, pixels);
     EXPECT_EQ(
-        VectorsOf(*OpenCodedVectors(folder / "a.#.exr"), 0),
+        VectorsOf(*OpenCodedVectors(folder / "a.#.exr", false), 0),
         (std::vector{0.0f, 0.5f, 1.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f}));
 
     // Black would be a vector of -1: what is not stored has none.
     OIIO::ImageSpec cropped = Layout(1, 1, {"R", "G", "B"});
     cropped.full_width = 2;
     WriteParts(folder / "b.1.exr", {cropped}, {0.5f, 1.0f, 0.0f});
-    EXPECT_EQ(VectorsOf(*OpenCodedVectors(folder / "b.#.exr"), 0),
+    EXPECT_EQ(VectorsOf(*OpenCodedVectors(folder / "b.#.exr", false), 0),
               (std::vector{0.0f, 1.0f, 1.0f, 0.0f, 0.0f, 0.0f}));
 
     WriteParts(folder / "c.1.exr", {Layout(1, 1, {"Y", "A"})}, {0, 0});
-    ExpectContains(ErrorOf(Kind::kInput, [&] { OpenCodedVectors(folder / "c.#.exr"); }),
+    ExpectContains(ErrorOf(Kind::kInput, [&] { OpenCodedVectors(folder / "c.#.exr", false); }),
                    "coded vectors need RGB or RGBA");
+}
+
+TEST(VectorClip, CodedVectorsAreNotTakenForTheOnesInPixels) {
+    const Names rgb{"R", "G", "B"}, motion{"motion.x", "motion.y"};
+    struct Case {
+        std::vector<Names> parts;
+        bool saidToBeCoded;
+        const char* told;  // null where the colours are read
+    };
+    for (const Case& c :
+         {Case{{motion}, true, "in motion.x and motion.y; give --vectors-format pixels"},
+          {{{"R", "G"}}, false, "in R and G; give --vectors-format pixels"},
+          {{{"R", "G", "B", "forward.u", "forward.v"}}, false, "give --vectors-format pixels, or"},
+          {{rgb, motion}, false, "give --vectors-format pixels, or --vectors-format coded if"},
+          {{{"a", "b", "c"}}, false, "; R, G, B, or Y, are wanted"},
+          {{rgb, motion}, true, nullptr},
+          {{rgb, {"a", "b"}}, false, nullptr}}) {
+        const TemporaryFolder folder;
+        std::vector<OIIO::ImageSpec> parts;
+        for (const Names& names : c.parts) parts.push_back(Layout(1, 1, names));
+        WriteParts(folder / "a.1.exr", parts, {0.5f, 1.0f, 0, 0, 0});
+        const auto open = [&] { return OpenCodedVectors(folder / "a.%d.exr", c.saidToBeCoded); };
+        if (c.told) {
+            ExpectContains(ErrorOf(Kind::kInput, open), c.told);
+        } else {
+            EXPECT_EQ(VectorsOf(*open(), 0), (std::vector{0.0f, 1.0f, 1.0f}));
+        }
+    }
 }
 
 }  // namespace
