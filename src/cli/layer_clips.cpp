@@ -47,14 +47,28 @@ std::unique_ptr<ClipReader> OpenVectors(VectorDirection direction, const Options
     const bool forward = direction == VectorDirection::kForward;
     const std::string& name = forward ? options.forwardVectors : options.backwardVectors;
     const VectorOptions& vectors = options.vectors;
+    const auto& chosen = forward ? vectors.channels.front() : vectors.channels.back();
     std::optional<VectorChannels> channels;
-    if (vectors.channels) channels = {vectors.channels->first, vectors.channels->second};
+    if (chosen) channels = {chosen->first, chosen->second};
     std::unique_ptr<ClipReader> clip = vectors.format.value_or(kCodedVectors) == kCodedVectors
                                            ? OpenCodedVectors(name, vectors.format.has_value())
                                            : OpenPixelVectors(name, direction, channels);
     RequireAlike(*clip, forward ? "--forward-vectors" : "--backward-vectors", source,
                  forward ? source.frames - 1 : source.frames);
     return clip;
+}
+
+// The motion back is not the motion forward.
+void RefuseSameVectors(const RunClips& clips, const Options& options) {
+    if (!clips.forwardVectors || !clips.backwardVectors) return;
+    const ClipInfo& forward = clips.forwardVectors->Info();
+    const ClipInfo& backward = clips.backwardVectors->Info();
+    if (forward.name != backward.name || forward.content != backward.content) return;
+    const bool named = options.vectors.format == kPixelVectors;
+    throw UsageError("--forward-vectors and --backward-vectors: both would take " +
+                     (forward.content.empty() ? "" : forward.content + " of ") + forward.name +
+                     "; give one of them, as the other motion is its reverse" +
+                     (named ? ", or --vector-channels twice, the forward ones first" : ""));
 }
 
 void OpenVectorClips(RunClips& clips, const Options& options) {
@@ -71,6 +85,7 @@ void OpenVectorClips(RunClips& clips, const Options& options) {
     if (!options.backwardVectors.empty()) {
         clips.backwardVectors = OpenVectors(VectorDirection::kBackward, options, info);
     }
+    RefuseSameVectors(clips, options);
 }
 
 bool Reads(ClipRole role, const Options& options, const PassForecast& pass) {

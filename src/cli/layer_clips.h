@@ -19,7 +19,8 @@ std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string
                                       const ClipInfo& source);
 
 // Opens the clips that the options name. Throws MediaError of kind kInput for one that is missing,
-// of another size than the source or shorter, and UsageError for vectors with fields.
+// of another size than the source or shorter, and UsageError for vectors with fields and for the
+// same vectors in both directions.
 RunClips OpenRunClips(const Options& options);
 
 // What is known of the clips beside the source.

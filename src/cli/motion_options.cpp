@@ -28,12 +28,17 @@ bool SplitPair(std::string_view text, std::string_view& first, std::string_view&
     return !first.empty() && !second.empty() && second.find(',') == std::string_view::npos;
 }
 
+std::size_t CountOfVectorClips(const Options& options) {
+    return static_cast<std::size_t>(!options.forwardVectors.empty()) +
+           static_cast<std::size_t>(!options.backwardVectors.empty());
+}
+
 // How the vector clips are called in messages.
 std::string VectorsOption(const Options& options) {
     return options.forwardVectors.empty() ? "--backward-vectors" : "--forward-vectors";
 }
 
-void CheckVectors(const Options& options) {
+void CheckVectors(const Options& options, bool channelsChosen) {
     const VectorOptions& vectors = options.vectors;
     const auto needClip = [&](bool given, const char* option) {
         if (given && !TakesVectors(options)) {
@@ -44,10 +49,9 @@ void CheckVectors(const Options& options) {
     needClip(vectors.format.has_value(), "--vectors-format");
     needClip(vectors.scale.has_value(), "--vector-scale");
     needClip(vectors.scaleXY.has_value(), "--vector-scale-xy");
-    needClip(vectors.channels.has_value(), "--vector-channels");
     needClip(vectors.sign.has_value(), "--vector-sign");
     needClip(vectors.upwards.has_value(), "--vector-y");
-    if (vectors.channels && vectors.format.value_or(kCodedVectors) != kPixelVectors) {
+    if (channelsChosen && vectors.format.value_or(kCodedVectors) != kPixelVectors) {
         throw UsageError(
             "--vector-channels needs --vectors-format pixels; coded vectors are in red and green");
     }
@@ -129,12 +133,12 @@ void SetVectorScaleXY(Options& options, const Argument& argument) {
     options.vectors.scaleXY = {AsFloat(*first), AsFloat(*second)};
 }
 
-void SetVectorChannels(Options& options, const Argument& argument) {
+void AddVectorChannels(Options& options, const Argument& argument) {
     std::string_view u, v;
-    if (!SplitPair(argument.text, u, v)) {
+    if (!SplitPair(argument.text, u, v) || u == v) {
         argument.Refuse("give the names of two channels, such as motion.x,motion.y");
     }
-    options.vectors.channels = {std::string(u), std::string(v)};
+    options.vectors.channels.emplace_back(std::pair(std::string(u), std::string(v)));
 }
 
 bool TakesVectors(const Options& options) {
@@ -153,7 +157,11 @@ void CompleteMotionOptions(Options& options) {
     SpreadOver(options.guidesLayers, files, 0, "--guides-layer");
     SpreadOver(options.flowSources, files, static_cast<int>(kFlowEstimated), "--flow");
     CheckGuides(options);
-    CheckVectors(options);
+    const bool channelsChosen = !options.vectors.channels.empty();
+    const SpreadTarget clips{CountOfVectorClips(options), "--forward-vectors or --backward-vectors",
+                             "vector clip"};
+    SpreadOver(options.vectors.channels, clips, {}, "--vector-channels");
+    CheckVectors(options, channelsChosen);
 }
 
 // Pixels arrive coded for a scale of 1 and are scaled by the axes alone.

@@ -7,6 +7,8 @@ namespace velorin {
 
 // Options that may be given for each layer.
 inline constexpr int kMostGuideFiles = 10;
+// One for each direction.
+inline constexpr int kMostVectorClips = 2;
 
 // Setters of the table of options: motion that is not, or not only, measured on the pictures.
 void AddGuides(Options& options, const Argument& argument);
@@ -16,10 +18,10 @@ void SetForwardVectors(Options& options, const Argument& argument);
 void SetBackwardVectors(Options& options, const Argument& argument);
 void SetVectorScale(Options& options, const Argument& argument);
 void SetVectorScaleXY(Options& options, const Argument& argument);
-void SetVectorChannels(Options& options, const Argument& argument);
+void AddVectorChannels(Options& options, const Argument& argument);
 
 // Once all options are set: refuses what does not go together, with a UsageError, and fills the
-// lists of what each guide file has up to the number of these.
+// lists of what each guide file and vector clip has up to the number of these.
 void CompleteMotionOptions(Options& options);
 
 // Whether motion comes from vector clips.

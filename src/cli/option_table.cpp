@@ -223,7 +223,8 @@ constexpr OptionEntry kOptions[] = {
      "top of it; 1,1 when not given", {}, SetVectorScaleXY},
     {kVerbAll, kElsewhere, {}, "--vector-channels", "U,V", "the channels of the pixels format; "
      "when not given forward.u,forward.v or backward.u,backward.v, or else motion.x,motion.y, or "
-     "the two that are there", {}, SetVectorChannels},
+     "the two that are there; once for both clips or once for each, the forward one first", {},
+     AddVectorChannels, false, kMostVectorClips},
     {kVerbAll, kElsewhere, {}, "--vector-sign", "WAY", "to: a pixel's vector leads to its place "
      "in the other frame; from: back from there", kSigns,
      [](Options& options, const Argument& argument) {

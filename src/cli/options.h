@@ -49,7 +49,8 @@ struct VectorOptions {
     std::optional<int> format;                       // a VectorsFormat
     std::optional<float> scale;                      // times both components; 1 when not given
     std::optional<std::pair<float, float>> scaleXY;  // times x and y
-    std::optional<std::pair<std::string, std::string>> channels;  // names of u and v
+    // Names of u and v; an entry for each clip, forward first, as soon as the command line is read.
+    std::vector<std::optional<std::pair<std::string, std::string>>> channels;
     std::optional<int> sign;     // 1: to the other frame; -1: from there
     std::optional<int> upwards;  // 1: positive v is up; -1: down
 };

@@ -63,7 +63,8 @@ struct ClipInfo {
     bool isMovie = false;
     int width = 0;  // as shown: a movie's rotation is already applied
     int height = 0;
-    int channels = 0;  // as stored: 1 gray, 2 gray and alpha, 3 RGB, 4 RGB and alpha
+    int channels = 0;     // as stored: 1 gray, 2 gray and alpha, 3 RGB, 4 RGB and alpha
+    std::string content;  // of a sequence: "RGB", or the names of two channels; else empty
     SampleDepth depth = SampleDepth::kByte;
     std::int64_t frames = 0;
     int firstNumber = 0;   // that of a sequence's first file; 0 for a movie

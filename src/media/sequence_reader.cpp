@@ -67,6 +67,7 @@ SequenceReader::SequenceReader(const std::string& name, const FoundSequence& fou
     info.width = info.window.width;
     info.height = info.window.height;
     info.channels = firstShape.channels;
+    info.content = firstShape.content;
     info.depth = firstShape.depth;
     info.storedBits = firstShape.storedBits;
     info.straightAlpha = firstShape.straightAlpha;

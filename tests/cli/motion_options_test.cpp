@@ -43,6 +43,17 @@ TEST(MotionOptions, VectorsAreScaledByCodeAxisSignAndDirection) {
     }
 }
 
+TEST(MotionOptions, ChannelsAreThoseOfEachClip) {
+    using Channels = std::optional<std::pair<std::string, std::string>>;
+    const Channels ab = std::pair("a", "b"), cd = std::pair("c", "d");
+    Words words{"--vectors-format=pixels", "--forward-vectors=f", "--backward-vectors=g"};
+    EXPECT_EQ(Parse(words).vectors.channels, (std::vector<Channels>{{}, {}}));
+    words.push_back("--vector-channels=a,b");
+    EXPECT_EQ(Parse(words).vectors.channels, (std::vector{ab, ab}));
+    words.push_back("--vector-channels=c,d");
+    EXPECT_EQ(Parse(words).vectors.channels, (std::vector{ab, cd}));
+}
+
 TEST(MotionOptions, RefuseWhatDoesNotGoTogether) {
     const std::pair<Words, std::string> cases[] = {
         {{"--flow", "points"}, "--flow needs --guides"},
@@ -60,7 +71,11 @@ TEST(MotionOptions, RefuseWhatDoesNotGoTogether) {
         {{"--forward-vectors=f", "--vector-channels=a,b"},
          "--vector-channels needs --vectors-format"},
         {{"--forward-vectors=f", "--vector-scale-xy=2"}, "--vector-scale-xy 2: give a factor"},
-        {{"--forward-vectors=f", "--vector-channels=a,b,c"}, "--vector-channels a,b,c: give the"}};
+        {{"--forward-vectors=f", "--vector-channels=a,b,c"}, "--vector-channels a,b,c: give the"},
+        {{"--forward-vectors=f", "--vector-channels=a,a"}, "--vector-channels a,a: give the names"},
+        {{"--vector-channels=a,b"}, "--vector-channels needs --forward-vectors or"},
+        {{"--forward-vectors=f", "--vector-channels=a,b", "--vector-channels=c,d"},
+         "--vector-channels is given 2 times for 1 vector clip"}};
     for (const auto& [words, text] : cases) {
         try {
             Parse(words);

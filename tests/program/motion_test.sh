@@ -71,6 +71,10 @@ retime 0 '' "${both[@]:0:4}"
 expect 3 'in: --forward-vectors has frames of 48x32 .*wide of 49x32' \
     retime "$scratch/wide" -o "$frames" --forward-vectors "$in"
 retime 3 'flow.*forward.u.*--vector-channels' "${both[@]}" --vector-channels east,north
+retime 2 'both would take forward.u and forward.v of ' "${both[@]}" --vector-channels forward.u,forward.v
+retime 0 '' "${both[@]}" --vector-channels forward.u,forward.v --vector-channels backward.u,backward.v
+[ "$(differing "$out" "$scratch/direct" 1)" -eq 0 ] || fail 'channels chosen for each clip render otherwise'
+retime 2 'both would take RGB of ' --forward-vectors "$in" --backward-vectors "$in"
 retime 2 '--input-fields: vectors lead' "${both[@]}" --input-fields upper
 retime 0 '' --forward-vectors "$in"
 grep -q 'forward-vectors: coded vectors reach one pixel' "$scratch/stderr" ||
