@@ -119,6 +119,12 @@ void SetBackwardVectors(Options& options, const Argument& argument) {
 }
 
 void SetVectorScale(Options& options, const Argument& argument) {
+    const std::optional<Decimal> scale = ParseDecimal(argument.text);
+    if (scale && scale->numerator < 0) {
+        argument.Refuse(
+            "give a number from 0 on; --vector-sign from turns the vectors round, and a factor of "
+            "--vector-scale-xy one axis of them");
+    }
     options.vectors.scale = AsFloat(argument.AsDecimal(0, kGreatestScale));
 }
 

@@ -75,7 +75,9 @@ TEST(MotionOptions, RefuseWhatDoesNotGoTogether) {
         {{"--forward-vectors=f", "--vector-channels=a,a"}, "--vector-channels a,a: give the names"},
         {{"--vector-channels=a,b"}, "--vector-channels needs --forward-vectors or"},
         {{"--forward-vectors=f", "--vector-channels=a,b", "--vector-channels=c,d"},
-         "--vector-channels is given 2 times for 1 vector clip"}};
+         "--vector-channels is given 2 times for 1 vector clip"},
+        {{"--forward-vectors=f", "--vector-scale", "-2"},
+         "--vector-scale -2: give a number from 0 on; --vector-sign from"}};
     for (const auto& [words, text] : cases) {
         try {
             Parse(words);
