@@ -176,8 +176,10 @@ constexpr OptionEntry kOptions[] = {
      }},
     {kVerbAll, kMotion, {}, "--sensitivity", "N", "Motion Sensitivity, 0 to 100; 70 when not "
      "given", {}, SetSensitivity},
-    {kVerbAll, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the same "
-     "size and length, and apply it to INPUT", {}, SetMotionFrom},
+    {kVerbPictures, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the "
+     "same size and length, and apply it to INPUT", {}, SetMotionFrom},
+    {kVerbVectors, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the "
+     "same size and length, instead of INPUT", {}, SetMotionFrom},
 
     {kVerbRetime, kMotion, {}, "--compensate", "N", "motion blur to fit the new speed, 0 to 5: "
      "adds blur along the motion where the clip is sped up, sharpens along it where it is slowed "
