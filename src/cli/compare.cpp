@@ -14,6 +14,7 @@
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
+#include "cli/vector_notes.h"
 #include "media/contact_sheet.h"
 #include "media/safe_file.h"
 #include "media/sequence_writer.h"
@@ -128,6 +129,7 @@ int Compare(const Options& options) {
     NoteFields(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);
     NoteMotionSources(options, progress);
+    NoteEmptyVectors(options, plan, clips, progress);
     FrameRenderer renderer(options, plan, std::move(clips), std::move(guides));
     progress.Start(kCells);
     if (!FillSheet(sheet, renderer, progress)) {

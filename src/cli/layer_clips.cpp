@@ -1,5 +1,6 @@
 #include "cli/layer_clips.h"
 
+#include <algorithm>
 #include <deque>
 #include <string>
 #include <utility>
@@ -17,6 +18,7 @@ namespace velorin {
 namespace {
 
 constexpr int kReadAhead = 1;
+constexpr std::size_t kMostToLookAt = 8;
 
 std::string SizeText(const ClipInfo& clip) {
     return std::to_string(clip.width) + "x" + std::to_string(clip.height);
@@ -177,6 +179,21 @@ std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, co
             if (!held) return frame;
         }
     };
+}
+
+std::vector<std::int64_t> FramesToLookAt(ClipRole role, const Options& options,
+                                         const RunPlan& plan) {
+    const std::function<std::int64_t()> order = OrderFor(role, options, plan);
+    std::vector<std::int64_t> all;
+    for (std::int64_t frame = order(); frame >= 0; frame = order()) all.push_back(frame);
+    std::sort(all.begin(), all.end());
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    if (all.size() <= kMostToLookAt) return all;
+    std::vector<std::int64_t> few;
+    for (std::size_t i = 0; i < kMostToLookAt; ++i) {
+        few.push_back(all[i * (all.size() - 1) / (kMostToLookAt - 1)]);
+    }
+    return few;
 }
 
 HostChoices ChoicesFor(const Options& options, std::vector<LayerGuides> guides) {

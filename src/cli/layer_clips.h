@@ -32,6 +32,10 @@ enum class ClipRole { kSource, kMotion, kMatte, kForwardVectors, kBackwardVector
 // rendered, in their order; -1 at the end. `options` and `plan` outlive it.
 std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan);
 
+// A few of these frames, evenly from the first to the last, for a look at the clip.
+std::vector<std::int64_t> FramesToLookAt(ClipRole role, const Options& options,
+                                         const RunPlan& plan);
+
 // What the options say to a ClipHost.
 HostChoices ChoicesFor(const Options& options, std::vector<LayerGuides> guides);
 

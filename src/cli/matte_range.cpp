@@ -10,23 +10,7 @@ namespace velorin {
 
 namespace {
 
-constexpr std::size_t kMostFrames = 8;
-
 using Frames = std::vector<std::int64_t>;
-
-// A few of the source frames that the order names, evenly from the first to the last.
-Frames FramesToLookAt(std::function<std::int64_t()> order) {
-    Frames all;
-    for (std::int64_t frame = order(); frame >= 0; frame = order()) all.push_back(frame);
-    std::sort(all.begin(), all.end());
-    all.erase(std::unique(all.begin(), all.end()), all.end());
-    if (all.size() <= kMostFrames) return all;
-    Frames few;
-    for (std::size_t i = 0; i < kMostFrames; ++i) {
-        few.push_back(all[i * (all.size() - 1) / (kMostFrames - 1)]);
-    }
-    return few;
-}
 
 // A matte and what was seen of it.
 struct SeenMatte {
@@ -108,7 +92,7 @@ std::string NoteOn(const SeenMatte& matte, const std::string& where, const std::
 void NoteMatteRanges(const Options& options, const RunPlan& plan, const RunClips& clips,
                      ProgressLine& progress) {
     if (options.quiet || clips.mattes.empty() || plan.frames.empty()) return;
-    const Frames frames = FramesToLookAt(OrderFor(ClipRole::kMatte, options, plan));
+    const Frames frames = FramesToLookAt(ClipRole::kMatte, options, plan);
     if (frames.empty()) {
         progress.Note("--matte: changes nothing here, as no frame is moved along its motion");
         return;

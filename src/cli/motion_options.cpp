@@ -191,18 +191,13 @@ void NoteMotionSources(const Options& options, ProgressLine& progress) {
     }
 }
 
-std::string MotionSourcesText(const Options& options) {
+std::string GuidesText(const Options& options) {
     std::string text;
     for (std::size_t i = 0; i < options.guides.size(); ++i) {
         text += "\nguides: " + options.guides[i] + ", layer " +
                 std::to_string(options.guidesLayers[i]) + ", flow " +
                 std::string(ChoiceWord("--flow", options.flowSources[i]));
     }
-    const auto name = [&](const std::string& clip, const char* direction) {
-        if (!clip.empty()) text += std::string("\n") + direction + " vectors: " + clip;
-    };
-    name(options.forwardVectors, "forward");
-    name(options.backwardVectors, "backward");
     return text;
 }
 

@@ -40,8 +40,7 @@ VectorScale ScaleOfVectors(const Options& options);
 // Says what of these options will not do what the user expects.
 void NoteMotionSources(const Options& options, ProgressLine& progress);
 
-// Guide files and vector clips for the user who wants to know, each on a line that begins with a
-// line break.
-std::string MotionSourcesText(const Options& options);
+// Guide files for the user who wants to know, each on a line that begins with a line break.
+std::string GuidesText(const Options& options);
 
 }  // namespace velorin

@@ -17,6 +17,7 @@
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
+#include "cli/vector_notes.h"
 #include "media/still_format.h"
 
 namespace velorin {
@@ -135,7 +136,8 @@ int Retime(const Options& options) {
         progress.Note("--frames: what lies past " + std::to_string(plan.length - 1) +
                       ", the last output frame, is left out");
     }
-    if (options.verbose) progress.Note(Describe(plan, options, threads));
+    if (options.verbose)
+        progress.Note(Describe(plan, options, threads) + VectorsText(options, clips));
     if (plan.frames.empty()) {
         progress.Note("nothing to do");
         return kExitDone;
@@ -143,6 +145,7 @@ int Retime(const Options& options) {
     std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
     std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips);
     NoteMotionSources(options, progress);
+    NoteEmptyVectors(options, plan, clips, progress);
     NoteFields(options, plan, progress);
     NoteIdleCompensation(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);

@@ -274,7 +274,7 @@ std::string Describe(const RunPlan& plan, const Options& options, int threads) {
             std::string(ChoiceWord("--prep", options.enhance)) + ", sensitivity " +
             NumberText(options.sensitivity) + ", compensate " + NumberText(options.compensate) +
             ", threads " + std::to_string(threads);
-    return text + FieldsText(options, plan) + LayersText(options) + MotionSourcesText(options) +
+    return text + FieldsText(options, plan) + LayersText(options) + GuidesText(options) +
            "\nmotion: " + MotionText(plan, options);
 }
 

@@ -15,6 +15,7 @@
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
+#include "cli/vector_notes.h"
 #include "media/vector_writer.h"
 
 namespace velorin {
@@ -124,6 +125,7 @@ int Vectors(const Options& options) {
     }
     std::vector<LayerGuides> guides = OpenGuides(options, plan.run.source, progress);
     NoteMotionSources(options, progress);
+    NoteEmptyVectors(options, plan.run, clips, progress);
     return VectorsRun(options, plan, std::move(clips), std::move(guides), progress).Execute();
 }
 

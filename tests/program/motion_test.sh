@@ -74,6 +74,9 @@ retime 3 'flow.*forward.u.*--vector-channels' "${both[@]}" --vector-channels eas
 retime 2 'both would take forward.u and forward.v of ' "${both[@]}" --vector-channels forward.u,forward.v
 retime 0 '' "${both[@]}" --vector-channels forward.u,forward.v --vector-channels backward.u,backward.v
 [ "$(differing "$out" "$scratch/direct" 1)" -eq 0 ] || fail 'channels chosen for each clip render otherwise'
+retime 0 '' "${both[@]}" --vector-y down --vector-scale 2 -v
+grep -q 'backward vectors: .*format pixels, channels backward.u and backward.v, scale 2,.* y down' "$scratch/stderr" ||
+    fail "-v does not tell how vectors are read: $(cat "$scratch/stderr")"
 retime 2 'both would take RGB of ' --forward-vectors "$in" --backward-vectors "$in"
 retime 2 '--input-fields: vectors lead' "${both[@]}" --input-fields upper
 retime 0 '' --forward-vectors "$in"
