@@ -10,6 +10,7 @@
 #include "cli/motion_options.h"
 #include "media/sequence_name.h"
 #include "media/still_format.h"
+#include "media/vector_writer.h"
 
 namespace velorin {
 
@@ -97,6 +98,16 @@ void CheckOutputName(const std::string& name) {
     }
 }
 
+// What `check` has against the output's name is wrong with the command line.
+template <typename Check>
+auto OfOutputName(Check&& check) {
+    try {
+        return check();
+    } catch (const MediaError& failure) {
+        throw UsageError(std::string("-o ") + failure.what());
+    }
+}
+
 SampleDepth DepthOf(const Options& options, const ClipInfo& source) {
     const SampleDepth held = HeldDepth(options.output, options.depth.value_or(source.depth));
     if (options.depth && held != *options.depth) {
@@ -167,11 +178,7 @@ std::string MotionText(const RunPlan& plan, const Options& options) {
 
 SampleDepth HeldDepth(const std::string& output, SampleDepth wanted) {
     CheckOutputName(output);
-    try {
-        return DepthForOutput(output, wanted);
-    } catch (const MediaError& failure) {
-        throw UsageError(std::string("-o ") + failure.what());
-    }
+    return OfOutputName([&] { return DepthForOutput(output, wanted); });
 }
 
 void CheckSize(const ClipInfo& source) {
@@ -241,6 +248,7 @@ VectorsPlan MakeVectorsPlan(const Options& options, const ClipInfo& source) {
     if (options.quality == 0) {
         throw UsageError("vectors needs motion; give another --quality than none");
     }
+    OfOutputName([&] { CheckVectorsName(options.output); });
     run.length = source.frames;
     ChooseFrames(options, run);
     plan.files = std::exchange(run.frames, {});

@@ -34,20 +34,24 @@ void Interleave(const Picture* vectors, int first, Picture& joined) {
 
 }  // namespace
 
+void CheckVectorsName(const std::string& name) {
+    const StillFormat* format = FindStillFormat(name);
+    const bool isExr = format && std::string_view(format->extension) == "exr";
+    if (isExr && ParseSequenceName(name)) return;
+    throw MediaError(
+        MediaError::Kind::kFailure,
+        name + ": vectors are written as an EXR sequence, as in " + SuggestedName(name));
+}
+
 std::unique_ptr<ClipWriter> CreateVectors(const std::string& name, const OutputSettings& settings,
                                           const std::vector<std::int64_t>& frames) {
-    const StillFormat* format = FindStillFormat(name);
-    const auto sequence = ParseSequenceName(name);
-    if (!sequence || !format || std::string_view(format->extension) != "exr") {
-        throw MediaError(
-            MediaError::Kind::kFailure,
-            name + ": vectors are written as an EXR sequence, as in " + SuggestedName(name));
-    }
+    CheckVectorsName(name);
     OutputSettings inFloat = settings;
     inFloat.depth = SampleDepth::kFloat;
     const NamedContent content{{"forward.u", "forward.v", "backward.u", "backward.v"},
                                {{"Compression", "zip"}, {"velorin:vectors", kMeaning}}};
-    return CreateSequence(*sequence, *format, inFloat, frames, content);
+    return CreateSequence(*ParseSequenceName(name), *FindStillFormat(name), inFloat, frames,
+                          content);
 }
 
 void JoinVectors(const Picture* forward, const Picture* backward, int width, int height,

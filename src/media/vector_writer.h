@@ -9,13 +9,15 @@
 
 namespace velorin {
 
+// Throws MediaError of kind kFailure where `name` is not the pattern of an EXR sequence.
+void CheckVectorsName(const std::string& name);
+
 // Makes a writer for vectors in pixels of the frame: one EXR for each frame of settings.source,
 // with the channels forward.u, forward.v, backward.u and backward.v in float. Its pictures are
 // those of JoinVectors. Windows, rate and aspect are the source's; an attribute tells what the
 // numbers mean. settings.depth does not count.
 //
-// Checks as CreateClip does; throws MediaError of kind kFailure where `name` is not the pattern of
-// an EXR sequence.
+// Checks as CreateClip and CheckVectorsName do.
 std::unique_ptr<ClipWriter> CreateVectors(const std::string& name, const OutputSettings& settings,
                                           const std::vector<std::int64_t>& frames);
 

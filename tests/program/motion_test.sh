@@ -55,6 +55,8 @@ flow=$scratch/flow.%04d.exr
 expect 0 '' vectors "$in" -o "$flow" --quality full
 [ "$(ls "$scratch" | grep -c '^flow.*exr$')" -eq 4 ] || fail 'not one file a frame'
 expect 4 'flow.0101.exr' vectors "$in" -o "$flow"
+expect 2 '-o .*flow.%04d.png: .*as in .*flow.%04d.exr' vectors "$in" -o "$scratch/flow.%04d.png"
+expect 2 '-o .*flow.exr: .*as in .*flow.%04d.exr' vectors "$in" -o "$scratch/flow.exr"
 expect 2 'vectors needs motion' vectors "$in" -o "$flow" --quality none --overwrite
 retime 0 '' --quality full
 mv "$out" "$scratch/direct" && mkdir "$out"
