@@ -90,8 +90,8 @@ class BlockReader {
         bool good = words.size() >= 3;
         for (std::size_t i = 3; i < words.size(); ++i) good = good && NumberOf(words[i]);
         if (!good) {
-            ThrowGuideError(source, line,
-                            position + " is wanted: a frame, x and y, as in \"12 640 360.5\"");
+            ThrowColumnError(source, line,
+                             position + " is wanted: a frame, x and y, as in \"12 640 360.5\"");
         }
         return PositionOf(source, line, words[0], words[1], words[2]);
     }

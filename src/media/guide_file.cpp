@@ -62,6 +62,9 @@ GuideFile ReadGuideFile(const std::string& name) {
     const std::string content = ContentOfFile(name);
     GuideSource source{name, content};
     constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+    if (source.text.starts_with("\xff\xfe") || source.text.starts_with("\xfe\xff")) {
+        ThrowGuideError(source, "is text in UTF-16; save it as UTF-8 or as plain text");
+    }
     if (source.text.starts_with(kByteOrderMark)) source.text.remove_prefix(kByteOrderMark.size());
     GuideFile file = ReadInItsForm(source);
     std::erase_if(file.tracks, [](const GuideTrack& track) { return track.positions.empty(); });

@@ -141,7 +141,14 @@ class JsonReader {
             ReadList(*list, key);
             return std::move(tracks);
         }
-        for (const auto& [name, points] : root.items()) ReadTrack(name, points, name);
+        for (const auto& [name, points] : root.items()) {
+            if (!points.is_structured()) {
+                Throw(name, points,
+                      "a list of points, as each name here is a track's; what else a file tells "
+                      "may stand beside \"tracks\" alone");
+            }
+            ReadTrack(name, points, name);
+        }
         return std::move(tracks);
     }
 
@@ -246,7 +253,7 @@ class JsonReader {
     const json& MemberOf(const json& point, const char* key, const std::string& path) {
         const auto member = point.find(key);
         if (member != point.end()) return *member;
-        Throw(path, point, "a point such as " + std::string(kPointForms));
+        Throw(path, point, Quoted(key) + ", as of a point such as " + std::string(kPointForms));
     }
 
     const GuideSource& source;

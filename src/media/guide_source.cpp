@@ -57,8 +57,20 @@ LineShape ShapeOf(const GuideSource& source, const GuideLine& line) {
 double CoordinateOf(const GuideSource& source, const GuideLine& line, std::string_view word) {
     const std::optional<double> number = NumberOf(word);
     if (number) return *number;
-    ThrowGuideError(source, line,
-                    Quoted(word) + " is no coordinate; a number such as 812.25 is wanted");
+    ThrowColumnError(source, line,
+                     Quoted(word) + " is no coordinate; a number such as 812.25 is wanted");
+}
+
+bool IsDigit(char letter) {
+    return letter >= '0' && letter <= '9';
+}
+
+// As in "812,25".
+bool IsNumberWithComma(std::string_view word) {
+    const std::size_t comma = word.find(',');
+    if (comma == std::string_view::npos || comma == 0 || comma + 1 == word.size()) return false;
+    return NumberOf(word.substr(0, comma)) &&
+           std::all_of(word.begin() + static_cast<std::ptrdiff_t>(comma) + 1, word.end(), IsDigit);
 }
 
 }  // namespace
@@ -138,11 +150,28 @@ std::optional<std::int64_t> WholeNumberOf(std::string_view word) {
     return number ? WholeNumberOf(*number) : std::nullopt;
 }
 
+std::string CustomHint(std::string_view line) {
+    if (std::count(line.begin(), line.end(), ';') >= 2) {
+        return "columns are separated by commas, tabs or blanks, not by semicolons, and numbers "
+               "have a point, as in \"nose,12,640,360.5\"";
+    }
+    int words = 0;
+    bool hasComma = false;
+    for (line = Trimmed(line); !line.empty(); line = Trimmed(line)) {
+        const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
+        ++words;
+        hasComma = hasComma || IsNumberWithComma(line.substr(0, end));
+        line.remove_prefix(end);
+    }
+    if (words < 3 || !hasComma) return "";
+    return "a comma separates columns; numbers have a point, as in \"nose 12 640 360.5\"";
+}
+
 GuidePosition PositionOf(const GuideSource& source, const GuideLine& line, std::string_view frame,
                          std::string_view x, std::string_view y) {
     const std::optional<std::int64_t> number = WholeNumberOf(frame);
     if (!number) {
-        ThrowGuideError(source, line, Quoted(frame) + " is no frame; a whole number is wanted");
+        ThrowColumnError(source, line, Quoted(frame) + " is no frame; a whole number is wanted");
     }
     return {*number, CoordinateOf(source, line, x), CoordinateOf(source, line, y)};
 }
@@ -196,6 +225,11 @@ void ThrowGuideError(const GuideSource& source, const std::string& reason) {
 
 void ThrowGuideError(const GuideSource& source, const GuideLine& line, const std::string& reason) {
     ThrowGuideError(source, DescribeLine(line.number) + ", " + Quoted(line.text) + ": " + reason);
+}
+
+void ThrowColumnError(const GuideSource& source, const GuideLine& line, const std::string& reason) {
+    const std::string hint = CustomHint(line.text);
+    ThrowGuideError(source, line, hint.empty() ? reason : hint);
 }
 
 }  // namespace velorin

@@ -46,6 +46,10 @@ std::optional<double> NumberOf(std::string_view word);
 std::optional<std::int64_t> WholeNumberOf(std::string_view word);
 std::optional<std::int64_t> WholeNumberOf(double number);
 
+// Empty, or how columns and numbers are written, for a line that seems to follow the custom of
+// another language: semicolons between columns, or commas in numbers.
+std::string CustomHint(std::string_view line);
+
 GuidePosition PositionOf(const GuideSource& source, const GuideLine& line, std::string_view frame,
                          std::string_view x, std::string_view y);
 
@@ -68,9 +72,12 @@ std::string DescribeLine(std::size_t number);
 // In double quotes, short enough for a message and without what a terminal cannot show.
 std::string Quoted(std::string_view text);
 
-// MediaErrors of kind kInput: of the file as a whole, and of one line, with its text.
+// MediaErrors of kind kInput: of the file as a whole, and of one line, with its text. Of a line of
+// columns a CustomHint is told instead of the reason where there is one.
 [[noreturn]] void ThrowGuideError(const GuideSource& source, const std::string& reason);
 [[noreturn]] void ThrowGuideError(const GuideSource& source, const GuideLine& line,
                                   const std::string& reason);
+[[noreturn]] void ThrowColumnError(const GuideSource& source, const GuideLine& line,
+                                   const std::string& reason);
 
 }  // namespace velorin
