@@ -37,10 +37,10 @@ void CheckPairs(const std::string& name, const std::vector<bool>& guided, Progre
                "bridged, so give each point a position on every frame that it is seen on");
     }
     const auto first = std::find(guided.begin(), guided.end(), false) - guided.begin();
-    progress.Note(name + ": guides nothing between " + std::to_string(without) + " of " +
-                  std::to_string(guided.size()) +
-                  " pairs of frames, as no point is on both; the first are " +
-                  std::to_string(first) + " and " + std::to_string(first + 1));
+    progress.Note(name + ": no point is on both frames of " + std::to_string(without) + " of " +
+                  std::to_string(guided.size()) + " pairs that follow each other, first of " +
+                  std::to_string(first) + " and " + std::to_string(first + 1) +
+                  "; it guides nothing there");
 }
 
 std::vector<GuideTrack> OpenTracks(const std::string& name, const Options& options,

@@ -30,7 +30,7 @@ retime 3 'points.txt: has positions from frame 101 to 102 .*--guides-first' --gu
 retime 0 '' --guides "$points" --guides-first 101
 grep -q 'points.txt: 2 positions lie outside the frame and are dropped' "$scratch/stderr" ||
     fail "nothing said of points outside: $(cat "$scratch/stderr")"
-grep -q 'points.txt: guides nothing between 2 of 3 pairs .* the first are 1 and 2' "$scratch/stderr" ||
+grep -q 'points.txt: no point is on both frames of 2 of 3 pairs .* first of 1 and 2;' "$scratch/stderr" ||
     fail "nothing said of pairs without points: $(cat "$scratch/stderr")"
 printf 'a 0 10 10\na 2 12 10\nb 1 10 10\nb 3 12 10\n' >"$scratch/gaps.txt"
 retime 3 'gaps.txt: no point has a position on two frames that follow' --guides "$scratch/gaps.txt"
