@@ -157,7 +157,7 @@ TEST(Frames, MenusWithoutSuchAnEntryCountAsTheFirst) {
         return plugin.Render(3);
     };
     const std::vector<std::byte> first = render(0);
-    for (int value : {-1, 99, INT32_MIN, INT32_MAX}) EXPECT_EQ(render(value), first) << value;
+    for (int value : {-1, 5, 99, INT32_MIN, INT32_MAX}) EXPECT_EQ(render(value), first) << value;
     // Anything else may be black, and no more.
     PluginSession plugin(FramesOf(24));
     plugin.host.Begin();
@@ -178,17 +178,12 @@ TEST(Frames, FetchedOnesAreKept) {
     plugin.host.Begin();
     plugin.Set("SparkPup31", 0);
     const auto fetches = [&](const std::vector<float>& times) {
-        plugin.log.clear();
-        for (const float time : times) {
-            plugin.host.session.curves[25].SetKey(1.0f, time + 1.0f);
-            plugin.Render(0);
-        }
-        std::string list;
-        for (std::size_t at = 0; (at = plugin.log.find("GetFrame", at)) != std::string::npos;
-             ++at) {
-            list += plugin.log.substr(at + 8, plugin.log.find('\n', at) - at - 8);
-        }
-        return list;
+        return plugin.FetchesDuring([&] {
+            for (const float time : times) {
+                plugin.host.session.curves[25].SetKey(1.0f, time + 1.0f);
+                plugin.Render(0);
+            }
+        });
     };
     EXPECT_EQ(fetches({4.5f, 5.5f, 5.25f}), " 0 4 0 5 0 6");
     EXPECT_EQ(fetches({4.5f}), " 0 4 0 5") << "4 takes the place of 5, the elder one";
@@ -238,12 +233,34 @@ TEST(Frames, OtherModesLeaveThePanelAlone) {
     EXPECT_EQ(plugin.host.Start(2), 3);
     plugin.host.session.frames.mode = kSparkBatch;
     EXPECT_EQ(plugin.host.Start(2), 1);
-    plugin.log.clear();
-    EXPECT_TRUE(plugin.host.Process(0));
-    EXPECT_TRUE(plugin.host.Process(0));
-    EXPECT_NE(plugin.log.find("sparkGetFrame 0 2"), std::string::npos) << plugin.log;
-    EXPECT_NE(plugin.log.find("sparkGetFrame 0 3"), std::string::npos);
+    EXPECT_EQ(plugin.FetchesDuring([&] { EXPECT_TRUE(plugin.host.Process(0)); }),
+              " 1 2 1 3 0 2 0 3 2 2 2 3")
+        << plugin.log;
+    EXPECT_EQ(plugin.FetchesDuring([&] { EXPECT_TRUE(plugin.host.Process(0)); }),
+              " 1 3 1 4 0 4 2 3 2 4")
+        << plugin.log;
     EXPECT_EQ(plugin.log.find("sparkGetCurveValue"), std::string::npos);
+}
+
+// Lengths are taken through single precision.
+TEST(Frames, RunsWithoutAUserEndWithTheRest) {
+    struct Case {
+        int length, frame, calls;
+    };
+    constexpr Case kCases[] = {{5, 0, 1},
+                               {5, 4, 1},
+                               {16777216, 16777215, 1},
+                               {16777217, 0, 0},
+                               {16777217, 16777215, 0},
+                               {16777217, 16777216, 16777216},
+                               {16777219, 16777217, 1},
+                               {16777219, 16777218, 2}};
+    PluginSession plugin(FramesOf(24));
+    plugin.host.session.frames.mode = kSparkBatch;
+    for (const Case& c : kCases) {
+        plugin.host.session.frames.length = c.length;
+        EXPECT_EQ(plugin.host.Start(c.frame), c.calls) << c.length << " " << c.frame;
+    }
 }
 
 std::size_t ResidentBytes() {

@@ -85,6 +85,15 @@ class PluginSession {
         return CallsOf(call) - before;
     }
 
+    // The clip and frame of each fetch while work() runs, which begins a new log.
+    template <typename Work>
+    std::string FetchesDuring(Work&& work) {
+        log.clear();
+        fetches.clear();
+        work();
+        return fetches;
+    }
+
     // Begins a paragraph of the log.
     void Heading(const std::string& text) {
         log += "\n\n" + text + ":";
@@ -99,11 +108,13 @@ class PluginSession {
     void Record(const std::string& line) {
         const std::string name = line.substr(0, line.find(' '));
         ++counts[name];
+        if (name == "sparkGetFrame") fetches += line.substr(name.size());
         log += name == lastName ? "," + line.substr(name.size()) : "\n" + line;
         lastName = name;
     }
 
     std::map<std::string, int> counts;
+    std::string fetches;
     std::string lastName;
 
   public:

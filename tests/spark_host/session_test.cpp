@@ -164,6 +164,12 @@ TEST(Session, SetupsKeepValuesAndCurves) {
     EXPECT_EQ(panel.Find("SparkPup13")->Value(), 2.0);
     EXPECT_EQ(panel.Find("SparkFloat32")->Value(), 0.25);
     EXPECT_EQ(panel.Find("SparkInt8")->Value(), 210.0);  // the plug-in's mark
+    plugin.host.session.setupOut = testing::TempDir() + "shot_0120_comp_v003_slo.setup";  // 29 long
+    plugin.host.session.setupIn = plugin.host.session.setupOut;
+    plugin.host.End();
+    EXPECT_EQ(panel.Find("SparkInt8")->Value(), 'o' | 't' << 8 | '_' << 16 | '0' << 24);
+    plugin.host.session.setupIn = file;
+    plugin.host.Begin();
     for (const auto& [frame, value] :
          {std::pair{0.0f, 0.5f}, {1.0f, 0.5f}, {2.75f, 0.75f}, {4.5f, 1.0f}, {9.0f, 1.0f}}) {
         EXPECT_EQ(sparkGetCurveValuef(1, 32, frame), value);
@@ -227,6 +233,25 @@ TEST(Session, CutsRelabelARunAndResetClearsThem) {
     plugin.host.session.conditions.program = "burner";
     cut(4, 6);
     EXPECT_EQ(scenes(), "11111144");
+}
+
+TEST(Session, ResetSetsAllButTwoMenusAndTheMark) {
+    PluginSession plugin(FramesOf(24));
+    plugin.host.Begin();
+    const std::map<int, double> expected = {
+        {8, 5},  {13, 1}, {14, 5}, {16, 0}, {17, 0}, {18, 0}, {19, 1}, {25, 1}, {26, 70}, {27, 1},
+        {28, 4}, {29, 2}, {30, 1}, {31, 1}, {32, 1}, {36, 0}, {42, 0}, {43, 0}, {44, 70}, {45, 0}};
+    for (const SparkControl& control : plugin.host.Panel().Controls()) {
+        if (control.HasValue()) control.SetValue(control.Range().greatest);
+    }
+    plugin.Set("SparkBoolean19", 0);
+    plugin.Set("SparkPup13", 0);
+    plugin.Edit("SparkPush34", 2);
+    std::map<int, double> values;
+    for (const SparkControl& control : plugin.host.Panel().Controls()) {
+        if (control.HasValue() && control.number != 15) values[control.number] = control.Value();
+    }
+    EXPECT_EQ(values, expected);
 }
 
 TEST(Session, OtherCodesThanAChangeRenderNothing) {
