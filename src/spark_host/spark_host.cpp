@@ -41,9 +41,9 @@ struct SparkHost::Library {
 
 struct SparkHost::EntryPoints {
     EntryPoints(const Library& library, const std::string& fileName) {
-        const auto take = [&]<typename Entry>(Entry*& entry, const char* word) {
-            entry = reinterpret_cast<Entry*>(library.Find(word));
-            if (!entry) {
+        const auto take = [&]<typename Entry>(Entry*& found, const char* word) {
+            found = reinterpret_cast<Entry*>(library.Find(word));
+            if (!found) {
                 throw SparkHostError(fileName + ": is no plug-in of this kind: it has no " + word);
             }
         };
