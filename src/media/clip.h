@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -55,6 +56,16 @@ struct Window {
     bool operator==(const Window&) const = default;
 };
 
+// A time of day that counts frames, as film and video carry it.
+struct Timecode {
+    int hours = 0;
+    int minutes = 0;
+    int seconds = 0;
+    int frames = 0;
+    bool dropFrame = false;  // leaves numbers out, so that 30000/1001 keeps to the clock
+    bool operator==(const Timecode&) const = default;
+};
+
 // Which field of a frame comes first, as far as a file tells. The upper field holds the top line.
 enum class FieldOrder { kUnknown, kProgressive, kUpperFirst, kLowerFirst };
 
@@ -77,9 +88,20 @@ struct ClipInfo {
     bool straightAlpha = true;  // false: colours are stored multiplied by alpha
     int primaries = 2;          // of a movie, as ITU-T H.273 numbers them; 2 where nothing is known
     int transfer = 2;           // of a movie, likewise
+    int matrix = 2;             // of a movie in Y'CbCr, likewise; never 2 there
+    bool fullRange = false;     // of a movie in Y'CbCr: black is code 0
     Window window;              // the part of the plane that the picture covers
     Window display;             // the part that is shown; the same but in EXR
+    std::vector<std::string> channelNames;  // of an EXR: those that are read, as many as `channels`
+    std::optional<Timecode> timecode;       // of the first frame
+    int timecodeRate = 24;                  // frames a second that it counts
+
+    std::vector<std::string> channelsLeftOut;  // of an EXR: those that are not read
+    bool sceneLinear = false;                  // samples are proportional to light
 };
+
+// "R, G, B, A"
+std::string ListOf(const std::vector<std::string>& names);
 
 // A clip that can be read at any frame. Frames count from 0. One thread at a time.
 class ClipReader {
@@ -101,6 +123,12 @@ class ClipReader {
 // one sequence. Throws MediaError of kind kInput.
 std::unique_ptr<ClipReader> OpenClip(const std::string& name);
 
+// The source frames that an output frame lies between; the same one where it is a source frame.
+struct SourceFrames {
+    std::int64_t earlier = 0;
+    std::int64_t later = 0;
+};
+
 struct OutputSettings {
     ClipInfo source;                               // rate, aspect and channels follow it
     std::vector<ClipInfo> alsoRead;                // like the source never overwritten
@@ -108,6 +136,9 @@ struct OutputSettings {
     int firstNumber = 0;                           // of output frame 0 in a sequence's names
     FieldOrder fieldOrder = FieldOrder::kUnknown;  // a movie is marked with upper or lower first
     bool overwrite = false;
+    // Whose headers an output frame's follows; called on the thread that writes. Without it all
+    // follow that of the source's first frame.
+    std::function<SourceFrames(std::int64_t outputFrame)> madeOf;
 };
 
 // Writes output frames, in ascending order and possibly with gaps (sequences only). Nothing stands
@@ -130,6 +161,9 @@ SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted);
 // Whether that name's format can mark pictures of so many lines as interlaced. Sequences have no
 // marks.
 bool CanMarkFields(const std::string& name, int height);
+
+// Whether name's format can hold alpha.
+bool CanHoldAlpha(const std::string& name);
 
 // Makes a writer for a movie or a sequence pattern. `frames` are the output frames that will be
 // written: an existing one of them is refused with kOutputExists unless `overwrite`. Checks that
