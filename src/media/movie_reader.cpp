@@ -8,6 +8,8 @@
 #include "media/movie_index.h"
 #include "media/movie_pixels.h"
 #include "media/movie_stream.h"
+#include "media/timecode.h"
+#include "media/video_matrix.h"
 
 namespace velorin {
 namespace {
@@ -26,6 +28,8 @@ class MovieReader : public ClipReader {
 
   private:
     void Describe(const std::string& name);
+    void DescribeColours();
+    void FindTimecode();
     void FindFieldOrder();
     bool Decode(std::int64_t frame);
     [[noreturn]] void Throw(std::int64_t frame, const std::string& problem) const;
@@ -47,6 +51,8 @@ class MovieReader : public ClipReader {
 MovieReader::MovieReader(const std::string& name)
     : stream(name), index(IndexMovie(stream)), turn(TurnOf(stream.Stream())), decoded(MakeFrame()) {
     Describe(name);
+    DescribeColours();
+    FindTimecode();
     FindFieldOrder();
 }
 
@@ -65,8 +71,6 @@ void MovieReader::Describe(const std::string& name) {
     info.channels = ChannelsOf(decoder.pix_fmt);
     info.depth = DepthOf(decoder.pix_fmt);
     info.frames = index.frames;
-    info.primaries = decoder.color_primaries;
-    info.transfer = decoder.color_trc;
 
     AVStream* asked = const_cast<AVStream*>(&video);
     auto* format = const_cast<AVFormatContext*>(&stream.Format());
@@ -79,6 +83,29 @@ void MovieReader::Describe(const std::string& name) {
     if (aspect.num <= 0) aspect = {1, 1};
     info.pixelAspect = {aspect.num, aspect.den};
     if (turn.transposed) std::swap(info.pixelAspect.numerator, info.pixelAspect.denominator);
+}
+
+void MovieReader::DescribeColours() {
+    const AVCodecContext& decoder = stream.Decoder();
+    info.primaries = decoder.color_primaries;
+    info.transfer = decoder.color_trc;
+    info.sceneLinear = decoder.color_trc == AVCOL_TRC_LINEAR;
+    const std::uint64_t flags = av_pix_fmt_desc_get(decoder.pix_fmt)->flags;
+    if (info.channels <= 2 || (flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0) return;
+    info.fullRange = HasFullRange(decoder.pix_fmt, decoder.color_range);
+    try {
+        info.matrix = MatrixOf(decoder.colorspace, decoder.height);
+    } catch (const std::runtime_error&) {
+        // Told with the number of the frame that is read.
+    }
+}
+
+void MovieReader::FindTimecode() {
+    for (const AVDictionary* tags : {stream.Stream().metadata, stream.Format().metadata}) {
+        const AVDictionaryEntry* found = av_dict_get(tags, "timecode", nullptr, 0);
+        if (!info.timecode && found) info.timecode = ParseTimecode(found->value);
+    }
+    info.timecodeRate = TimecodeRate(info.rate);
 }
 
 // The first picture stays decoded: it is most likely the first to be read.

@@ -9,6 +9,7 @@
 #include "media/movie_fields.h"
 #include "media/movie_pixels.h"
 #include "media/safe_file.h"
+#include "media/timecode.h"
 
 namespace velorin {
 namespace {
@@ -106,6 +107,8 @@ class MovieWriter : public ClipWriter {
     }
     void Start(const Picture& picture);
     void OpenCodec(const Picture& picture, const Encoding& encoding);
+    void NameColours(bool rgb);
+    void NameTimecode();
     void OpenFile();
     void MakeVideoFrame(const Picture& picture, const Encoding& encoding);
     void Encode(const AVFrame* picture);
@@ -139,6 +142,34 @@ void MovieWriter::Throw(int error) const {
     throw MediaError(MediaError::Kind::kFailure, named + ": cannot be written: " + AvText(error));
 }
 
+// Those of a movie stay as they are told, and so do its codes: matrix and range. Stills are taken
+// for ITU-R BT.709. ProRes has no mark for a full range.
+void MovieWriter::NameColours(bool rgb) {
+    const ClipInfo& source = settings.source;
+    const bool coded = source.matrix != AVCOL_SPC_UNSPECIFIED;
+    const bool full = source.fullRange && codec->codec_id != AV_CODEC_ID_PRORES;
+    codec->colorspace = rgb     ? AVCOL_SPC_RGB
+                        : coded ? static_cast<AVColorSpace>(source.matrix)
+                                : AVCOL_SPC_BT709;
+    codec->color_range = rgb || full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    const bool named = source.isMovie || rgb || source.primaries != AVCOL_PRI_UNSPECIFIED;
+    codec->color_primaries =
+        named ? static_cast<AVColorPrimaries>(source.primaries) : AVCOL_PRI_BT709;
+    codec->color_trc =
+        named ? static_cast<AVColorTransferCharacteristic>(source.transfer) : AVCOL_TRC_BT709;
+}
+
+// Time code begins with that of the first output frame that is written.
+void MovieWriter::NameTimecode() {
+    const ClipInfo& source = settings.source;
+    if (!source.timecode) return;
+    const std::int64_t start = settings.madeOf ? settings.madeOf(0).earlier : 0;
+    const Timecode first = TimecodeAfter(*source.timecode, start, source.timecodeRate);
+    const int rate = source.rate.numerator > 0 ? TimecodeRate(source.rate) : source.timecodeRate;
+    const std::string text = TimecodeText(TimecodeAfter(first, current, rate));
+    av_dict_set(&stream->metadata, "timecode", text.c_str(), 0);
+}
+
 void MovieWriter::OpenCodec(const Picture& picture, const Encoding& encoding) {
     codec.reset(avcodec_alloc_context3(encoding.codec));
     if (!codec) throw std::bad_alloc();
@@ -154,13 +185,7 @@ void MovieWriter::OpenCodec(const Picture& picture, const Encoding& encoding) {
     codec->time_base = av_inv_q(rate);
     codec->sample_aspect_ratio = {static_cast<int>(source.pixelAspect.numerator),
                                   static_cast<int>(source.pixelAspect.denominator)};
-    codec->colorspace = rgb ? AVCOL_SPC_RGB : AVCOL_SPC_BT709;
-    codec->color_range = rgb ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-    const bool known = source.primaries != AVCOL_PRI_UNSPECIFIED;
-    codec->color_primaries =
-        known || rgb ? static_cast<AVColorPrimaries>(source.primaries) : AVCOL_PRI_BT709;
-    codec->color_trc = known || rgb ? static_cast<AVColorTransferCharacteristic>(source.transfer)
-                                    : AVCOL_TRC_BT709;
+    NameColours(rgb);
     if (!rgb) codec->chroma_sample_location = AVCHROMA_LOC_LEFT;
     MarkFields(*codec, order);
     codec->thread_count = 0;
@@ -199,6 +224,7 @@ void MovieWriter::OpenFile() {
     stream->avg_frame_rate = stream->r_frame_rate = codec->framerate;
     stream->sample_aspect_ratio = codec->sample_aspect_ratio;
     Check(avcodec_parameters_from_context(stream->codecpar, codec.get()));
+    NameTimecode();
     Check(avio_open(&output->pb, output->url, AVIO_FLAG_WRITE));
     AVDictionary* options = nullptr;
     // The head first, so that players and this program can begin before the end has come.
@@ -286,6 +312,10 @@ SampleDepth MovieDepth(const std::string& name, SampleDepth wanted) {
     const MovieFormat* format = FindFormat(name);
     const bool byteOnly = format != nullptr && std::string(format->extension) == "mp4";
     return byteOnly || wanted == SampleDepth::kByte ? SampleDepth::kByte : SampleDepth::kWord;
+}
+
+bool MovieCanHoldAlpha(const std::string& name) {
+    return std::string(FindFormat(name)->extension) != "mp4";
 }
 
 // H.264 codes fields by pairs of lines.

@@ -14,8 +14,12 @@ extern "C" {
 namespace velorin {
 namespace {
 
+const AVPixFmtDescriptor& Descriptor(int format) {
+    return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(format));
+}
+
 const AVPixFmtDescriptor& Descriptor(const AVFrame& frame) {
-    return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+    return Descriptor(frame.format);
 }
 
 // Red's and blue's share of luma.
@@ -102,7 +106,11 @@ void Unpack(const AVFrame& frame, Picture& picture) {
 }  // namespace
 
 int MatrixOf(const AVFrame& frame) {
-    switch (frame.colorspace) {
+    return MatrixOf(frame.colorspace, frame.height);
+}
+
+int MatrixOf(int named, int height) {
+    switch (named) {
         case AVCOL_SPC_BT709:
         case AVCOL_SPC_FCC:
         case AVCOL_SPC_BT470BG:
@@ -110,19 +118,24 @@ int MatrixOf(const AVFrame& frame) {
         case AVCOL_SPC_SMPTE240M:
         case AVCOL_SPC_BT2020_NCL:
         case AVCOL_SPC_BT2020_CL:
-            return frame.colorspace;
+            return named;
         case AVCOL_SPC_YCGCO:
         case AVCOL_SPC_ICTCP:
-            throw std::runtime_error("its colours are coded as " +
-                                     std::string(av_color_space_name(frame.colorspace)) +
-                                     "; export it as Y'CbCr or RGB");
+            throw std::runtime_error(
+                "its colours are coded as " +
+                std::string(av_color_space_name(static_cast<AVColorSpace>(named))) +
+                "; export it as Y'CbCr or RGB");
         default:
-            return frame.height >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
+            return height >= 720 ? AVCOL_SPC_BT709 : AVCOL_SPC_SMPTE170M;
     }
 }
 
 bool HasFullRange(const AVFrame& frame) {
-    switch (frame.format) {
+    return HasFullRange(frame.format, frame.color_range);
+}
+
+bool HasFullRange(int format, int namedRange) {
+    switch (format) {
         case AV_PIX_FMT_YUVJ420P:
         case AV_PIX_FMT_YUVJ422P:
         case AV_PIX_FMT_YUVJ444P:
@@ -130,8 +143,8 @@ bool HasFullRange(const AVFrame& frame) {
         case AV_PIX_FMT_YUVJ411P:
             return true;
         default:
-            return frame.color_range == AVCOL_RANGE_JPEG ||
-                   (Descriptor(frame).nb_components <= 2 && frame.color_range != AVCOL_RANGE_MPEG);
+            return namedRange == AVCOL_RANGE_JPEG ||
+                   (Descriptor(format).nb_components <= 2 && namedRange != AVCOL_RANGE_MPEG);
     }
 }
 

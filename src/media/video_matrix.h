@@ -11,8 +11,10 @@ namespace velorin {
 // The frame's matrix, numbered as in ITU-T H.273; where it names none, that of ITU-R BT.709 from
 // 720 lines on and that of BT.601 below. Throws std::runtime_error for one that is not known here.
 int MatrixOf(const AVFrame& frame);
+int MatrixOf(int named, int height);
 // Whether black is code 0 and white the last one; gray is taken so if nothing is said.
 bool HasFullRange(const AVFrame& frame);
+bool HasFullRange(int format, int namedRange);
 
 // Where one channel's samples stand in a frame.
 struct Channel {
