@@ -35,6 +35,12 @@ int PixelTypeOf(SampleDepth depth) {
     }
 }
 
+std::string ListOf(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
 void Picture::SetShape(int newWidth, int newHeight, int newPixelType, int newChannels) {
     width = newWidth;
     height = newHeight;
@@ -64,6 +70,11 @@ SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted) {
 
 bool CanMarkFields(const std::string& name, int height) {
     return IsMovieName(name) && MovieCanMarkFields(name, height);
+}
+
+bool CanHoldAlpha(const std::string& name) {
+    const StillFormat* format = FindStillFormat(name);
+    return format ? format->alpha : IsMovieName(name) && MovieCanHoldAlpha(name);
 }
 
 std::unique_ptr<ClipWriter> CreateClip(const std::string& name, const OutputSettings& settings,

@@ -1,5 +1,7 @@
 #include "media/pixel_transfer.h"
 
+#include <algorithm>
+
 namespace velorin {
 namespace {
 
@@ -74,6 +76,40 @@ void ClearPicture(Picture& picture, bool fullAlpha) {
         using Value = decltype(value);
         Clear<Value>(picture, fullAlpha ? FullAlpha<Value>() : Value{});
     });
+}
+
+Window FilledWindow(const Picture& picture, int layout, const Window& least) {
+    const int colours = layout <= 2 ? 1 : 3;
+    const bool alpha = layout % 2 == 0;
+    const auto* pixel = reinterpret_cast<const float*>(picture.pixels.data());
+    int left = least.x;
+    int right = least.x + least.width - 1;
+    int top = least.y;
+    int bottom = least.y + least.height - 1;
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x, pixel += 4) {
+            const bool zero =
+                std::all_of(pixel, pixel + colours, [](float v) { return v == 0.0f; });
+            if (zero && !(alpha && pixel[3] != 0.0f)) continue;
+            left = std::min(left, x);
+            right = std::max(right, x);
+            top = std::min(top, y);
+            bottom = std::max(bottom, y);
+        }
+    }
+    return {left, top, right - left + 1, bottom - top + 1};
+}
+
+void CutPicture(const Picture& picture, const Window& window, Picture& part) {
+    part.SetShape(window.width, window.height, picture.pixelType, picture.channels);
+    const std::size_t pixelBytes = static_cast<std::size_t>(picture.RowBytes()) / picture.width;
+    const std::byte* in = picture.pixels.data() +
+                          window.y * static_cast<std::size_t>(picture.RowBytes()) +
+                          window.x * pixelBytes;
+    std::byte* out = part.pixels.data();
+    for (int y = 0; y < window.height; ++y, in += picture.RowBytes(), out += part.RowBytes()) {
+        std::copy_n(in, part.RowBytes(), out);
+    }
 }
 
 void PackPixels(const Picture& picture, int layout, std::vector<std::byte>& packed) {

@@ -21,6 +21,13 @@ void SpreadPixels(const StoredPixels& stored, int x, int y, Picture& picture);
 // Sets every pixel to 0, with a full alpha if `fullAlpha`.
 void ClearPicture(Picture& picture, bool fullAlpha);
 
+// The smallest part of a float picture that holds `least` and every pixel that is not zero in one
+// of the layout's channels.
+Window FilledWindow(const Picture& picture, int layout, const Window& least);
+
+// Copies a part of a picture into `part`.
+void CutPicture(const Picture& picture, const Window& window, Picture& part);
+
 // Takes the layout's channels out of a picture: gray is its red. `packed` is without gaps.
 void PackPixels(const Picture& picture, int layout, std::vector<std::byte>& packed);
 

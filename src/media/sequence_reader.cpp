@@ -5,10 +5,13 @@
 #include <algorithm>
 #include <array>
 #include <fstream>
+#include <iterator>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "media/pixel_transfer.h"
+#include "media/timecode.h"
 
 namespace velorin {
 namespace {
@@ -42,6 +45,9 @@ class SequenceReader : public ClipReader {
     std::string FileOf(std::int64_t frame) const {
         return sequence.name.FileName(sequence.first + frame);
     }
+    void Describe(const std::string& name, const OIIO::ImageSpec& layout);
+    void CoverAllFrames();
+    void FindTimecodeRate();
     [[noreturn]] void Throw(std::int64_t frame, const std::string& problem) const;
     [[noreturn]] void ThrowUnreadable(std::int64_t frame, const std::string& reason) const;
     std::unique_ptr<OIIO::ImageInput> Open(std::int64_t frame, StillShape& shape) const;
@@ -60,7 +66,13 @@ class SequenceReader : public ClipReader {
 SequenceReader::SequenceReader(const std::string& name, const FoundSequence& found,
                                StillDescriber describer)
     : sequence(found), describe(std::move(describer)) {
-    Open(0, firstShape);
+    const auto input = Open(0, firstShape);
+    Describe(name, input->spec());
+    if (std::string_view(input->format_name()) == "openexr") CoverAllFrames();
+    if (info.timecode) FindTimecodeRate();
+}
+
+void SequenceReader::Describe(const std::string& name, const OIIO::ImageSpec& layout) {
     info.name = name;
     info.window = Union(firstShape.data, firstShape.display);
     info.display = firstShape.display;
@@ -71,10 +83,48 @@ SequenceReader::SequenceReader(const std::string& name, const FoundSequence& fou
     info.depth = firstShape.depth;
     info.storedBits = firstShape.storedBits;
     info.straightAlpha = firstShape.straightAlpha;
-    info.frames = found.count;
-    info.firstNumber = found.first;
+    info.frames = sequence.count;
+    info.firstNumber = sequence.first;
     info.rate = firstShape.rate;
     info.pixelAspect = firstShape.pixelAspect;
+    info.timecode = firstShape.timecode;
+    info.sceneLinear = firstShape.sceneLinear;
+    const auto usedEnd = firstShape.source.begin() + firstShape.channels;
+    std::transform(firstShape.source.begin(), usedEnd, std::back_inserter(info.channelNames),
+                   [&](int used) { return layout.channelnames[used]; });
+    for (int i = 0; i < layout.nchannels; ++i) {
+        if (std::find(firstShape.source.begin(), usedEnd, i) != usedEnd) continue;
+        info.channelsLeftOut.push_back(layout.channelnames[i]);
+    }
+}
+
+// Each frame may store another part of the plane; how much all of them need has to be known first.
+void SequenceReader::CoverAllFrames() {
+    for (std::int64_t frame = 1; frame < info.frames; ++frame) {
+        try {
+            StillShape shape;
+            Open(frame, shape);
+            if (shape.display == firstShape.display) info.window = Union(info.window, shape.data);
+        } catch (const MediaError&) {
+            // Told when the frame is read, if it is.
+        }
+    }
+    info.width = info.window.width;
+    info.height = info.window.height;
+}
+
+void SequenceReader::FindTimecodeRate() {
+    info.timecodeRate = TimecodeRate(info.rate);
+    if (info.rate.numerator > 0 || info.frames < 2) return;
+    try {
+        StillShape last;
+        Open(info.frames - 1, last);
+        const auto& code = last.timecode;
+        const int rate = code ? RateBetween(*info.timecode, *code, info.frames - 1) : 0;
+        if (rate > 0) info.timecodeRate = rate;
+    } catch (const MediaError&) {
+        // Told when the frame is read, if it is.
+    }
 }
 
 void SequenceReader::Throw(std::int64_t frame, const std::string& problem) const {

@@ -7,11 +7,18 @@
 #include "image/half_float.h"
 #include "media/pixel_transfer.h"
 #include "media/safe_file.h"
+#include "media/source_headers.h"
 #include "media/still_file.h"
 #include "media/still_shape.h"
 
 namespace velorin {
 namespace {
+
+// As OpenImageIO calls the format.
+std::string FormatName(const std::string& extension) {
+    const auto output = OIIO::ImageOutput::create("a." + extension);
+    return output ? output->format_name() : "";
+}
 
 class SequenceWriter : public ClipWriter {
   public:
@@ -22,19 +29,24 @@ class SequenceWriter : public ClipWriter {
           settings(outputSettings),
           content(namedContent),
           channels(content ? 4 : StillChannels(stillFormat, outputSettings.source.channels)),
-          extension(stillFormat.extension) {}
+          extension(stillFormat.extension),
+          headers(settings, FormatName(extension)) {}
     void Write(std::int64_t frame, const Picture& picture) override;
     void Finish() override {}
 
   private:
-    OIIO::ImageSpec LayoutFor(const Picture& picture) const;
+    OIIO::ImageSpec LayoutFor(std::int64_t frame, const Picture& picture);
     void NameChannels(OIIO::ImageSpec& layout) const;
+    void PlaceInPlane(OIIO::ImageSpec& layout) const;
+    const Picture& Stored(std::int64_t frame, const Picture& picture, OIIO::ImageSpec& layout);
 
     SequenceName name;
     OutputSettings settings;
     std::optional<NamedContent> content;
     int channels;
     std::string extension;
+    SourceHeaders headers;
+    Picture cut;  // to what a file stores
     std::vector<std::byte> packed;
     std::vector<std::uint16_t> halves;
 };
@@ -60,31 +72,42 @@ void SequenceWriter::NameChannels(OIIO::ImageSpec& layout) const {
         for (const auto& [note, text] : content->notes) layout.attribute(note, text);
         return;
     }
-    layout.channelnames = ChannelNames(channels);
+    const std::vector<std::string>& names = settings.source.channelNames;
+    const bool named = extension == "exr" && names.size() == static_cast<std::size_t>(channels);
+    layout.channelnames = named ? names : ChannelNames(channels);
     layout.alpha_channel = channels % 2 == 0 ? channels - 1 : -1;
     // Tells PNG and TIFF that nothing is to be divided by alpha, and TIFF what its alpha is.
     const bool straight = settings.source.straightAlpha || extension == "png";
     if (straight) layout.attribute("oiio:UnassociatedAlpha", 1);
 }
 
-OIIO::ImageSpec SequenceWriter::LayoutFor(const Picture& picture) const {
+void SequenceWriter::PlaceInPlane(OIIO::ImageSpec& layout) const {
+    const ClipInfo& source = settings.source;
+    if (extension != "exr" || source.window.width != layout.width ||
+        source.window.height != layout.height) {
+        return;
+    }
+    layout.x = source.window.x;
+    layout.y = source.window.y;
+    layout.full_x = source.display.x;
+    layout.full_y = source.display.y;
+    layout.full_width = source.display.width;
+    layout.full_height = source.display.height;
+}
+
+OIIO::ImageSpec SequenceWriter::LayoutFor(std::int64_t frame, const Picture& picture) {
     const ClipInfo& source = settings.source;
     OIIO::ImageSpec layout(picture.width, picture.height, channels, StoredType(settings.depth));
+    if (!content) headers.Complete(frame, layout);
     NameChannels(layout);
-    if (source.storedBits > 0 && settings.depth == source.depth && extension == "dpx") {
+    const bool packsBits = extension == "dpx" || extension == "tif" || extension == "tiff";
+    if (source.storedBits > 0 && settings.depth == source.depth && packsBits) {
         layout.attribute("oiio:BitsPerSample", source.storedBits);
     }
-    if (extension == "exr" && source.window.width == picture.width &&
-        source.window.height == picture.height) {
-        layout.x = source.window.x;
-        layout.y = source.window.y;
-        layout.full_x = source.display.x;
-        layout.full_y = source.display.y;
-        layout.full_width = source.display.width;
-        layout.full_height = source.display.height;
-    }
+    PlaceInPlane(layout);
     const Rational aspect = source.pixelAspect;
-    if (aspect.numerator > 0 && aspect.numerator != aspect.denominator) {
+    const bool told = layout.find_attribute("PixelAspectRatio") != nullptr;
+    if (!told && aspect.numerator > 0 && aspect.numerator != aspect.denominator) {
         layout.attribute("PixelAspectRatio", static_cast<float>(aspect.numerator) /
                                                  static_cast<float>(aspect.denominator));
     }
@@ -103,25 +126,38 @@ OIIO::ImageSpec SequenceWriter::LayoutFor(const Picture& picture) const {
 void SequenceWriter::Write(std::int64_t frame, const Picture& picture) {
     const std::string target = name.FileName(settings.firstNumber + frame);
     const std::string named = target + " (frame " + std::to_string(frame) + ")";
-    if (channels < 4) PackPixels(picture, channels, packed);
-    const std::byte* pixels = channels < 4 ? packed.data() : picture.pixels.data();
+    OIIO::ImageSpec layout = LayoutFor(frame, picture);
+    const Picture& stored = Stored(frame, picture, layout);
+    if (channels < 4) PackPixels(stored, channels, packed);
+    const std::byte* pixels = channels < 4 ? packed.data() : stored.pixels.data();
     const void* samples = pixels;
     if (settings.depth == SampleDepth::kHalf) {
-        const std::size_t count = static_cast<std::size_t>(picture.width) * picture.height;
+        const std::size_t count = static_cast<std::size_t>(stored.width) * stored.height;
         ToHalves(pixels, count * channels, halves);
         samples = halves.data();
     }
-    WriteStill(target, settings.overwrite, LayoutFor(picture), StoredType(settings.depth), samples,
-               named);
+    WriteStill(target, settings.overwrite, layout, StoredType(settings.depth), samples, named);
 }
 
-// The names of the source's own files; empty if it is no sequence.
-std::optional<SequenceName> NameOfSource(const ClipInfo& source) {
-    std::error_code ignored;
-    if (source.isMovie) return {};
-    return std::filesystem::is_directory(source.name, ignored)
-               ? FindSequenceInFolder(source.name).name
-               : ParseSequenceName(source.name);
+// The part of a picture that its file stores: what its source frames store, and whatever else is
+// not zero.
+const Picture& SequenceWriter::Stored(std::int64_t frame, const Picture& picture,
+                                      OIIO::ImageSpec& layout) {
+    const Window whole{layout.x, layout.y, layout.width, layout.height};
+    if (content || extension != "exr" || picture.pixelType != ZPPixFloat) return picture;
+    const std::optional<Window> least = headers.StoredWindow(frame);
+    if (!least || *least == whole || !Contains(whole, *least)) return picture;
+    Window inside = *least;
+    inside.x -= whole.x;
+    inside.y -= whole.y;
+    inside = FilledWindow(picture, channels, inside);
+    if (inside == Window{0, 0, whole.width, whole.height}) return picture;
+    CutPicture(picture, inside, cut);
+    layout.x = whole.x + inside.x;
+    layout.y = whole.y + inside.y;
+    layout.width = inside.width;
+    layout.height = inside.height;
+    return cut;
 }
 
 // An existing frame may be overwritten, but not one that is still to be read.

@@ -5,20 +5,51 @@
 #include <numeric>
 #include <string_view>
 
+#include "media/timecode.h"
+
 namespace velorin {
 namespace {
 
+// "diffuse." of "diffuse.R", empty for a channel of no layer.
+std::string LayerOf(const std::string& name) {
+    return name.substr(0, name.rfind('.') + 1);
+}
+
+// The numbers of a layer's red, green and blue; nothing unless all are there.
+std::optional<std::array<int, 3>> ColoursOf(const std::vector<std::string>& names,
+                                            const std::string& layer) {
+    const std::array<int, 3> colours{ChannelNamed(names, layer + "R"),
+                                     ChannelNamed(names, layer + "G"),
+                                     ChannelNamed(names, layer + "B")};
+    if (*std::min_element(colours.begin(), colours.end()) < 0) return {};
+    return colours;
+}
+
+// The one layer that has colours. Empty where channels of no layer are colours, and where several
+// layers have some.
+std::string LayerWithColours(const std::vector<std::string>& names) {
+    std::string found;
+    if (ColoursOf(names, found)) return found;
+    for (const std::string& name : names) {
+        const std::string layer = LayerOf(name);
+        if (layer == found || !ColoursOf(names, layer)) continue;
+        if (!found.empty()) return {};
+        found = layer;
+    }
+    return found;
+}
+
 // By the channels' names, which may stand in any order and among others; a single channel is gray
-// whatever its name.
+// whatever its name. Colours of a layer are taken where no others are there.
 bool ChooseColours(const OIIO::ImageSpec& layout, StillShape& shape) {
     constexpr const char* kLayouts[] = {"", "gray", "gray and alpha", "RGB", "RGB and alpha"};
     const std::vector<std::string>& names = layout.channelnames;
-    const int alpha = ChannelNamed(names, "A");
-    const std::array<int, 3> colour{ChannelNamed(names, "R"), ChannelNamed(names, "G"),
-                                    ChannelNamed(names, "B")};
     const int gray = layout.nchannels == 1 ? 0 : ChannelNamed(names, "Y");
-    if (colour[0] >= 0 && colour[1] >= 0 && colour[2] >= 0) {
-        shape.source = {colour[0], colour[1], colour[2], alpha};
+    const std::string layer = gray < 0 ? LayerWithColours(names) : "";
+    const int alpha = ChannelNamed(names, layer + "A");
+    if (const auto colours = ColoursOf(names, layer)) {
+        const auto [red, green, blue] = *colours;
+        shape.source = {red, green, blue, alpha};
         shape.channels = alpha >= 0 ? 4 : 3;
     } else if (gray >= 0 && ChannelNamed(names, "RY") < 0) {
         shape.source = {gray, alpha, 0, 0};
@@ -86,6 +117,20 @@ Rational RateOf(const OIIO::ImageSpec& layout) {
     return Reduced(std::llround(rate * 1000.0f), 1000);
 }
 
+std::optional<Timecode> TimecodeOf(const OIIO::ImageSpec& layout) {
+    const auto* code = layout.find_attribute("smpte:TimeCode", OIIO::TypeTimeCode);
+    if (!code) return {};
+    const std::uint32_t word = *static_cast<const std::uint32_t*>(code->data());
+    return TimecodeOfWord(word, TimecodeRate(RateOf(layout)));
+}
+
+// An EXR holds light unless it says otherwise, and so OpenImageIO reads it.
+bool IsSceneLinear(const OIIO::ImageSpec& layout) {
+    const std::string space = layout.get_string_attribute("oiio:ColorSpace");
+    return space == "Linear" || space == "linear" || space == "scene_linear" ||
+           space.compare(0, 4, "lin_") == 0;
+}
+
 Rational AspectOf(const OIIO::ImageSpec& layout) {
     const float aspect = layout.get_float_attribute("PixelAspectRatio", 1.0f);
     if (!IsPositive(aspect) || aspect < 0.01f || aspect > 100.0f) return {1, 1};
@@ -105,12 +150,6 @@ std::string StillShape::Text() const {
 int ChannelNamed(const std::vector<std::string>& names, const std::string& name) {
     const auto found = std::find(names.begin(), names.end(), name);
     return found == names.end() ? -1 : static_cast<int>(found - names.begin());
-}
-
-std::string ListOf(const std::vector<std::string>& names) {
-    std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
 }
 
 std::optional<StillShape> DescribeStill(const OIIO::ImageInput& input,
@@ -143,6 +182,8 @@ std::optional<StillShape> DescribeStill(const OIIO::ImageInput& input,
         shape.straightAlpha = layout.get_int_attribute("oiio:UnassociatedAlpha") != 0;
         shape.rate = RateOf(layout);
         shape.pixelAspect = AspectOf(layout);
+        shape.timecode = TimecodeOf(layout);
+        shape.sceneLinear = IsSceneLinear(layout);
         return shape;
     }
     return {};

@@ -11,7 +11,7 @@
 
 namespace velorin {
 
-// What is read of one still. But for the last three members a sequence must be alike in it.
+// What is read of one still. A sequence must be alike in it up to `straightAlpha`.
 struct StillShape {
     Window data;     // where the stored pixels lie
     Window display;  // the part of the plane that is shown
@@ -24,6 +24,8 @@ struct StillShape {
     Rational pixelAspect;  // 1/1 if it does not
     // The file's channels that are gray (and alpha), or red, green, blue (and alpha).
     std::array<int, 4> source{};
+    std::optional<Timecode> timecode;
+    bool sceneLinear = false;  // samples are proportional to light
 
     // "1920 x 1080, RGB, 8 bits"
     std::string Text() const;
@@ -41,9 +43,6 @@ std::optional<StillShape> DescribeStill(const OIIO::ImageInput& input,
 
 // The number of the channel of that name, -1 if there is none.
 int ChannelNamed(const std::vector<std::string>& names, const std::string& name);
-
-// "R, G, B, A"
-std::string ListOf(const std::vector<std::string>& names);
 
 // The rectangle that holds both.
 Window Union(const Window& a, const Window& b);
