@@ -3,7 +3,9 @@
 #include <OpenImageIO/filesystem.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <filesystem>
 #include <string_view>
 
 #include "media/safe_file.h"
@@ -75,7 +77,18 @@ void AddFormatSettings(const std::string& target, OIIO::ImageSpec& layout) {
         layout.attribute("jpeg:subsampling", "4:4:4");
     }
     // The library would write the time of day, and equal renders would give unequal files.
-    if (extension == "exr") layout.attribute("DateTime", "");
+    if (extension == "exr" && !layout.find_attribute("DateTime")) layout.attribute("DateTime", "");
+}
+
+// A DPX tells its own name, and the library knows the temporary one.
+void NameInHeader(const std::string& target, int file) {
+    constexpr off_t kNamePlace = 36;
+    std::array<char, 100> name{};
+    const std::string given = std::filesystem::path(target).filename().string();
+    given.copy(name.data(), name.size() - 1);
+    if (pwrite(file, name.data(), name.size(), kNamePlace) != static_cast<ssize_t>(name.size())) {
+        throw WriteFailure(target, errno);
+    }
 }
 
 }  // namespace
@@ -97,6 +110,7 @@ void WriteStill(const std::string& target, bool overwrite, OIIO::ImageSpec layou
         throw MediaError(MediaError::Kind::kFailure,
                          named + ": cannot be written: " + output->geterror());
     }
+    if (std::string_view(output->format_name()) == "dpx") NameInHeader(target, file.Descriptor());
     file.Commit();
 }
 
