@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "cli/motion_transfer.h"
 #include "engine/kq_velorin_internal.h"
 #include "engine/supplied_vectors.h"
 #include "image/copy.h"
@@ -16,6 +17,7 @@ namespace {
 class PrivateCopy final : public KQImage {
   public:
     explicit PrivateCopy(const Picture& source) : picture(source) { WrapPicture(*this, picture); }
+    Picture& Pixels() { return picture; }
 
   private:
     Picture picture;
@@ -84,10 +86,13 @@ void ClipHost::ReadVectors(std::int64_t frame, ZPImage& forward, ZPImage& back,
     }
 }
 
-int ClipHost::HandOut(KQImage** out, HeldClip& clip, int frame) {
+int ClipHost::HandOut(KQImage** out, HeldClip& clip, int frame, bool compresses) {
     *out = nullptr;
     try {
-        *out = new PrivateCopy(clip.Fetch(FrameInside(base + frame, sourceFrames)));
+        auto copy =
+            std::make_unique<PrivateCopy>(clip.Fetch(FrameInside(base + frame, sourceFrames)));
+        if (compresses) CompressTones(copy->Pixels());
+        *out = copy.release();
     } catch (...) {
         failure = std::current_exception();
         return ZPErrBadArgument;
@@ -100,7 +105,7 @@ int ClipHost::GetToBeWarpedSequenceImage(KQImage** out, int frame) {
 }
 
 int ClipHost::GetTrackingSequenceImage(KQImage** out, int frame) {
-    return HandOut(out, motion ? *motion : source, frame);
+    return HandOut(out, motion ? *motion : source, frame, compressesTones);
 }
 
 int ClipHost::CleanUpCheckedOutImage(KQImage* image) {

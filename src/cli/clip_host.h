@@ -59,6 +59,8 @@ class ClipHost final : public KQVelorin4 {
     void SetOutputFrame(std::int64_t frame);
     // How the next request warps: see KQVelorin4::UsesWhichWarping. Inverse until it is set.
     void SetWarping(int method) { warping = method; }
+    // Whether the next request measures motion on compressed tones.
+    void SetCompressesTones(bool compresses) { compressesTones = compresses; }
     // Throws what went wrong when a slot answered with a failure; nothing when none did.
     void RethrowFailure();
 
@@ -99,7 +101,7 @@ class ClipHost final : public KQVelorin4 {
     int GetVectorScaleXY(float* x, float* y, int frame) override;
 
   private:
-    int HandOut(KQImage** out, HeldClip& clip, int frame);
+    int HandOut(KQImage** out, HeldClip& clip, int frame, bool compresses = false);
     int HandOutVectors(KQImage** out, float* scale, std::optional<HeldClip>& clip, int frame,
                        int neighbour);
 
@@ -113,6 +115,7 @@ class ClipHost final : public KQVelorin4 {
     std::optional<HeldClip> backwardVectors;
     GuidePairs pairs;  // the points that the engine looks at
     int warping = 0;
+    bool compressesTones = false;
     std::int64_t outputFrame = 0;
     std::int64_t base = 0;
     std::exception_ptr failure;

@@ -11,6 +11,7 @@
 #include "cli/layer_clips.h"
 #include "cli/matte_range.h"
 #include "cli/motion_options.h"
+#include "cli/motion_transfer.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
@@ -130,6 +131,7 @@ int Compare(const Options& options) {
     NoteMatteRanges(options, plan, clips, progress);
     NoteMotionSources(options, progress);
     NoteEmptyVectors(options, plan, clips, progress);
+    NoteMotionTransfer(options, plan, clips, progress);
     FrameRenderer renderer(options, plan, std::move(clips), std::move(guides));
     progress.Start(kCells);
     if (!FillSheet(sheet, renderer, progress)) {

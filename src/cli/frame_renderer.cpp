@@ -6,7 +6,9 @@
 #include <string>
 #include <utility>
 
+#include "cli/layers.h"
 #include "cli/motion_options.h"
+#include "cli/motion_transfer.h"
 #include "cli/view_pictures.h"
 #include "engine/fields.h"
 #include "image/copy.h"
@@ -45,6 +47,7 @@ FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& newPlan, 
                              std::vector<LayerGuides> guides)
     : options(newOptions),
       plan(newPlan),
+      compressesTones(CompressesTones(newOptions, clips)),
       sensitivities(newOptions.fgSensitivities),
       host(ReadForRun(std::move(clips), newOptions, plan), *plan.law,
            ChoicesFor(newOptions, std::move(guides))) {
@@ -70,14 +73,21 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
     WrapPicture(result, rendered);
     const RequestSettings& request = plan.request;
     if (request.outputFields != 0) WrapPicture(second, secondField);
+    // Tracked frames show through soft mattes where nothing moves.
+    const std::vector<PassForecast> passes = ForecastOf(*plan.law, frame, request);
+    const bool compresses =
+        compressesTones && std::any_of(passes.begin(), passes.end(), [&](const PassForecast& pass) {
+            return EstimatesMotion(options, pass);
+        });
+    host.SetCompressesTones(compresses);
+    const bool tracksSource = options.motionFrom.empty() && !compresses;
     const bool keepsFlows = options.keepFlows || options.view == View::kFlow;
-    const int failure =
-        host.RenderFrame(&result, request.outputFields != 0 ? &second : nullptr,
-                         request.inputFields, request.outputFields, options.quality, 0.0f, 1.0f,
-                         kFrameRate, kFrameRate, request.compensate, options.sensitivity / 100.0f,
-                         method.interp, 1, options.motionFrom.empty() ? 1 : 0, keepsFlows ? 1 : 0,
-                         static_cast<std::int32_t>(sensitivities.size()),
-                         options.matteShrinks.data(), sensitivities.data(), &progress, false);
+    const int failure = host.RenderFrame(
+        &result, request.outputFields != 0 ? &second : nullptr, request.inputFields,
+        request.outputFields, options.quality, 0.0f, 1.0f, kFrameRate, kFrameRate,
+        request.compensate, options.sensitivity / 100.0f, method.interp, 1, tracksSource ? 1 : 0,
+        keepsFlows ? 1 : 0, static_cast<std::int32_t>(sensitivities.size()),
+        options.matteShrinks.data(), sensitivities.data(), &progress, false);
     if (failure == ZPErrInterrupted) return false;
     host.RethrowFailure();
     if (failure == ZPErrNoMemory) throw std::bad_alloc();

@@ -54,6 +54,7 @@ class FrameRenderer {
 
     const Options& options;
     const RunPlan& plan;
+    const bool compressesTones;        // where motion is measured
     std::vector<float> sensitivities;  // of the foreground layers, 0.0 to 1.0
     ClipHost host;
     Picture rendered;

@@ -38,6 +38,8 @@ constexpr Choice kViews[] = {{"output", static_cast<int>(View::kOutput)},
                              {"foreground", static_cast<int>(View::kForeground)},
                              {"matte", static_cast<int>(View::kMatte)},
                              {"flow", static_cast<int>(View::kFlow)}};
+constexpr Choice kTransfers[] = {
+    {"none", kTransferNone}, {"log", kTransferLog}, {"auto", kTransferAuto}};
 constexpr Choice kOrigins[] = {{"bottom", 0}, {"top", 1}};
 constexpr Choice kFlows[] = {{"estimate", kFlowEstimated}, {"points", kFlowOfPoints}};
 constexpr Choice kFormats[] = {{"coded", kCodedVectors}, {"pixels", kPixelVectors}};
@@ -176,6 +178,13 @@ constexpr OptionEntry kOptions[] = {
      }},
     {kVerbAll, kMotion, {}, "--sensitivity", "N", "Motion Sensitivity, 0 to 100; 70 when not "
      "given", {}, SetSensitivity},
+    {kVerbAll, kMotion, {}, "--motion-transfer", "CURVE", "measure motion on a copy whose tones are "
+     "compressed, for pictures of scene-linear light: their shadows then count as the eye sees "
+     "them; what is rendered stays the picture itself; auto does so for EXR and what else says "
+     "that it is linear", kTransfers,
+     [](Options& options, const Argument& argument) {
+         options.motionTransfer = argument.AsChoice();
+     }},
     {kVerbPictures, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the "
      "same size and length, and apply it to INPUT", {}, SetMotionFrom},
     {kVerbVectors, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the "

@@ -55,6 +55,10 @@ struct VectorOptions {
     std::optional<int> upwards;  // 1: positive v is up; -1: down
 };
 
+// On what tones motion is measured: those of the pictures, or compressed ones; auto compresses
+// those that are proportional to light.
+enum MotionTransfer { kTransferNone, kTransferLog, kTransferAuto };
+
 // How a compositing host holds frames.
 enum HostFormat { kHostByte, kHostTwelveBits, kHostHalf };
 
@@ -85,8 +89,9 @@ struct Options {
     bool quiet = false;
     std::optional<int> inputFields;  // 0 none, 1 upper first, 2 lower first, or kFieldsOfClip
 
-    std::string motionFrom;           // clip that motion is measured on; empty: the input
-    std::vector<std::string> guides;  // files of tracked points
+    std::string motionFrom;             // clip that motion is measured on; empty: the input
+    std::optional<int> motionTransfer;  // a MotionTransfer
+    std::vector<std::string> guides;    // files of tracked points
     // Each of these two has an entry for every file, as soon as the command line is read.
     std::vector<int> guidesLayers;    // counted from the front
     std::vector<int> flowSources;     // a FlowSource

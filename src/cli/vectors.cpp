@@ -12,6 +12,7 @@
 #include "cli/guides.h"
 #include "cli/layer_clips.h"
 #include "cli/motion_options.h"
+#include "cli/motion_transfer.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
@@ -126,6 +127,7 @@ int Vectors(const Options& options) {
     std::vector<LayerGuides> guides = OpenGuides(options, plan.run.source, progress);
     NoteMotionSources(options, progress);
     NoteEmptyVectors(options, plan.run, clips, progress);
+    NoteMotionTransfer(options, plan.run, clips, progress);
     return VectorsRun(options, plan, std::move(clips), std::move(guides), progress).Execute();
 }
 
