@@ -14,6 +14,7 @@
 #include "cli/layer_clips.h"
 #include "cli/matte_range.h"
 #include "cli/motion_options.h"
+#include "cli/motion_transfer.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
@@ -35,9 +36,13 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
     settings.firstNumber = plan.firstNumber;
     settings.fieldOrder = OrderOfFields(plan.request.outputFields);
     settings.overwrite = options.overwrite;
+    settings.madeOf = [&plan](std::int64_t frame) { return SourceFramesOf(plan, frame); };
     // Painted pictures are in colour, whatever the source is.
     const bool painted = options.view == View::kMatte || options.view == View::kFlow;
-    if (painted) settings.source.channels = std::max(settings.source.channels, 3);
+    if (painted && settings.source.channels < 3) {
+        settings.source.channels = 3;
+        settings.source.channelNames.clear();
+    }
     return WriteBehind(CreateClip(options.output, settings, plan.frames), kWriteBehind);
 }
 
@@ -55,6 +60,21 @@ void NoteIdleCompensation(const Options& options, const RunPlan& plan, ProgressL
         progress.Note("--compensate: up to 0.005 changes nothing");
     } else if (speed.numerator == 0 || (speed.numerator == speed.denominator && plain)) {
         progress.Note("--compensate: changes nothing at speed " + DecimalText(speed));
+    }
+}
+
+// What of the input's pixels the output will lack.
+void NoteWhatIsLeftOut(const Options& options, const RunPlan& plan, ProgressLine& progress) {
+    const ClipInfo& source = plan.source;
+    if (!source.channelsLeftOut.empty()) {
+        progress.Note(source.name + ": the channels " + ListOf(source.channelsLeftOut) +
+                      " are left out; " + ListOf(source.channelNames) + " are retimed");
+    }
+    const bool painted = options.view == View::kMatte || options.view == View::kFlow;
+    if (source.channels % 2 == 0 && !painted && !CanHoldAlpha(options.output)) {
+        progress.Note("-o " + options.output +
+                      ": cannot hold the input's alpha, which is left out; exr, dpx, tif, png, mov "
+                      "and mkv can");
     }
 }
 
@@ -144,8 +164,10 @@ int Retime(const Options& options) {
     }
     std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
     std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips);
+    NoteWhatIsLeftOut(options, plan, progress);
     NoteMotionSources(options, progress);
     NoteEmptyVectors(options, plan, clips, progress);
+    NoteMotionTransfer(options, plan, clips, progress);
     NoteFields(options, plan, progress);
     NoteIdleCompensation(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);

@@ -181,6 +181,23 @@ SampleDepth HeldDepth(const std::string& output, SampleDepth wanted) {
     return OfOutputName([&] { return DepthForOutput(output, wanted); });
 }
 
+SourceFrames SourceFramesOf(const RunPlan& plan, std::int64_t outputFrame) {
+    const auto inside = [&](std::int64_t frame) {
+        return std::clamp<std::int64_t>(frame, 0, plan.source.frames - 1);
+    };
+    const std::vector<PassForecast> passes = ForecastOf(*plan.law, outputFrame, plan.request);
+    const PassForecast& first = passes.front();
+    const bool still = std::all_of(passes.begin(), passes.end(), [&](const PassForecast& pass) {
+        return pass.onFrame && pass.pair == first.pair;
+    });
+    if (!still) return {inside(first.floorFrame), inside(passes.back().ceilFrame)};
+    // A time that lies just before a frame shows that frame; one half-way is that of a field.
+    const SourceTime time = plan.law->At(outputFrame, 0);
+    const bool showsNext = 2 * time.numerator > time.denominator && plan.request.inputFields == 0;
+    const std::int64_t shown = inside(first.floorFrame + (showsNext ? 1 : 0));
+    return {shown, shown};
+}
+
 void CheckSize(const ClipInfo& source) {
     const int smaller = std::min(source.width, source.height);
     const int larger = std::max(source.width, source.height);
@@ -282,6 +299,10 @@ std::string Describe(const RunPlan& plan, const Options& options, int threads) {
             std::string(ChoiceWord("--prep", options.enhance)) + ", sensitivity " +
             NumberText(options.sensitivity) + ", compensate " + NumberText(options.compensate) +
             ", threads " + std::to_string(threads);
+    if (options.motionTransfer) {
+        text += ", motion transfer " +
+                std::string(ChoiceWord("--motion-transfer", *options.motionTransfer));
+    }
     return text + FieldsText(options, plan) + LayersText(options) + GuidesText(options) +
            "\nmotion: " + MotionText(plan, options);
 }

@@ -28,6 +28,9 @@ struct RunPlan {
     int flowHeight = 0;
 };
 
+// The source frames inside the clip that an output frame is made of.
+SourceFrames SourceFramesOf(const RunPlan& plan, std::int64_t outputFrame);
+
 // Throws MediaError of kind kInput for a clip whose frames are too small or too large.
 void CheckSize(const ClipInfo& source);
 
