@@ -1,9 +1,6 @@
 #include "cli/forecast.h"
 
-#include <cmath>
-
-#include "engine/on_frame.h"
-#include "image/rounding.h"
+#include "engine/frame_choice.h"
 
 namespace velorin {
 
@@ -20,10 +17,9 @@ std::vector<PassForecast> ForecastOf(const TimeLaw& law, std::int64_t outputFram
     bool onFrame = !request.shrinks;
     for (int pass = 0; pass < passes; ++pass) {
         const float time = timeOfPass(pass);
-        const bool advances = std::fabs(time - timeOfPass(pass + 1)) > 1e-06f;
-        // Blur is made along vectors; and a pass that needed some is followed by one that has them.
-        if (!LiesOnFrame(time) || (advances && request.compensate > 0.005f)) onFrame = false;
-        const std::int64_t number = Truncate(time);
+        // A pass that needed vectors is followed by one that has them.
+        onFrame = onFrame && ShowsSourceFrame(time, timeOfPass(pass + 1), request.compensate);
+        const std::int64_t number = PairAround(time).floorFrame;
         forecast.push_back({base * fieldsOfFrame + number, base + number / fieldsOfFrame,
                             base + (number + 1) / fieldsOfFrame, onFrame});
     }

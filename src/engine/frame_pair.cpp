@@ -1,14 +1,9 @@
-#include <cmath>
-
-#include "engine/on_frame.h"
+#include "engine/frame_choice.h"
 #include "engine/render_pass.h"
-#include "image/rounding.h"
 
 namespace velorin {
 
 namespace {
-
-enum Scene { kSceneNearest = 3, kSceneBlend = 4 };
 
 float SourceTime(KQVelorin4& host, float outputTime) {
     float time = 0.0f;
@@ -18,8 +13,6 @@ float SourceTime(KQVelorin4& host, float outputTime) {
 
 }  // namespace
 
-// A frame never mixes or warps across a change of scene number: it shows the nearer frame. The
-// number of the earlier frame may also rule out vectors.
 void KQVelorin4Internal::ChooseMethod(RenderPass& pass) {
     const FrameRequest& request = pass.request;
     pass.vectorQuality = request.vectorQuality;
@@ -27,19 +20,14 @@ void KQVelorin4Internal::ChooseMethod(RenderPass& pass) {
     pass.keepFlows = pass.hostVectors != 1 && request.keepFlows == 1 ? 1 : 0;
     pass.requestTime = SourceTime(pass.host, request.outputTime);
     pass.nextRequestTime = SourceTime(pass.host, request.nextOutputTime);
-    const double s = static_cast<double>(pass.requestTime);
-    const int a = Truncate(pass.requestTime);
-    const int b = Truncate(s + (request.inputFields != 0 ? 0.5 : 1.0));
-    const int sceneA = pass.host.WhichScene(static_cast<float>(a));
-    const int sceneB = pass.host.WhichScene(static_cast<float>(b));
-    const auto withoutVectors = [&](std::int64_t method) {
-        pass.vectorQuality = 0;
-        pass.keepFlows = 0;
-        pass.interpMethod = method;
-    };
-    if (sceneA != sceneB) withoutVectors(0);
-    if (sceneA == kSceneNearest) withoutVectors(0);
-    if (sceneA == kSceneBlend) withoutVectors(1);
+    const SceneFrames frames = FramesOfScenes(pass.requestTime, request.inputFields != 0);
+    const int earlier = pass.host.WhichScene(static_cast<float>(frames.earlier));
+    const int later = pass.host.WhichScene(static_cast<float>(frames.later));
+    const SceneRule rule = RuleOfScenes(earlier, later);
+    if (rule == SceneRule::kAnyMethod) return;
+    pass.vectorQuality = 0;
+    pass.keepFlows = 0;
+    pass.interpMethod = rule == SceneRule::kNearest ? 0 : 1;
 }
 
 void KQVelorin4Internal::AskOverrides(RenderPass& pass) {
@@ -75,38 +63,23 @@ void KQVelorin4Internal::SelectFramePair(RenderPass& pass) {
         s *= 2.0f;
         s1 *= 2.0f;
     }
-    if (!LiesOnFrame(s)) pass.onFrame = false;
+    if (!ShowsSourceFrame(s, s1, request.compensate)) pass.onFrame = false;
     for (int layer = 0; layer < request.matteLayers; ++layer) {
         // A shrunken matte has to be rebuilt by warping even on a frame.
         if (pass.layerShrink[layer] != 0.0f) pass.onFrame = false;
     }
-    const bool advances = std::fabs(s - s1) > 1e-06f;
-    if (advances && request.compensate > 0.005f) pass.onFrame = false;  // blur comes from flow
+    const SourcePair pair = PairAround(s);
     pass.sourceTime = s;
     pass.nextSourceTime = s1;
-    // On purpose cut and not rounded down: the two differ for negative times.
-    pass.floorFrame = Truncate(s);
-    pass.ceilFrame = pass.floorFrame + 1;
-    pass.floorWeight = 1.0f - (s - static_cast<float>(pass.floorFrame));
-
+    pass.floorFrame = pair.floorFrame;
+    pass.ceilFrame = pair.ceilFrame;
+    pass.floorWeight = pair.floorWeight;
     if (pass.onFrame) {
         pass.needFlows = false;
-    } else if (PairNeedsFlows(pass)) {
+    } else if (!flowPair.Serves(pair, pass.interpMethod)) {
         pass.needFlows = true;
     }
-    // A tie goes to the earlier frame.
-    const bool showsFloor = pass.floorWeight >= 0.5f;
-    lastFloorFrame = pass.floorFrame;
-    nearestFromFrame = showsFloor ? pass.floorFrame : pass.ceilFrame;
-    nearestToFrame = showsFloor ? pass.ceilFrame : pass.floorFrame;
-}
-
-bool KQVelorin4Internal::PairNeedsFlows(const RenderPass& pass) const {
-    if (pass.interpMethod != 0) return lastFloorFrame != pass.floorFrame;
-    const bool showsFloor = pass.floorWeight >= 0.5f;
-    const int shown = showsFloor ? pass.floorFrame : pass.ceilFrame;
-    const int other = showsFloor ? pass.ceilFrame : pass.floorFrame;
-    return nearestFromFrame != shown || nearestToFrame != other;
+    flowPair.Take(pair);
 }
 
 }  // namespace velorin

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "engine/frame_choice.h"
 #include "engine/kq_velorin.h"
 #include "flow/morph_flow.h"
 #include "flow/optical_flow.h"
@@ -112,9 +113,7 @@ class KQVelorin4Internal : public KQMem {
     // earlier one. The first of A stays null, since the estimator or the morph flow holds it.
     std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowA;
     std::array<std::unique_ptr<ZPImage>, kMaxLayers> layerFlowB;
-    std::int32_t lastFloorFrame = -1;
-    std::int32_t nearestFromFrame = -1;  // the frame that Nearest showed last
-    std::int32_t nearestToFrame = -1;    // the other one of its pair
+    FlowPair flowPair;  // of the last pass, whether it needed flows or not
     FlowSettings previous;
     std::array<bool, kMaxLayers> layerUsesOpticalFlow{};
     bool anyGeometry = false;  // whether the last request had guide points on any layer
@@ -128,7 +127,6 @@ class KQVelorin4Internal : public KQMem {
     void ChooseMethod(RenderPass& pass);
     void AskOverrides(RenderPass& pass);
     void SelectFramePair(RenderPass& pass);
-    bool PairNeedsFlows(const RenderPass& pass) const;
     // kept_flows.cpp
     void UpdateFormat(RenderPass& pass);
     FlowSettings CurrentSettings(const RenderPass& pass) const;
