@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "media/label_text.h"
 #include "media/still_file.h"
 
 namespace velorin {
@@ -15,19 +16,6 @@ constexpr int kColours = 3;
 constexpr int kBackground = 40;  // of 255
 constexpr float kBright = 0.95f;
 constexpr float kDim = 0.68f;
-
-// Found by name in the folders where systems keep their fonts, the first that is there.
-constexpr const char* kFonts[] = {"DejaVuSans", "LiberationSans-Regular", "NotoSans-Regular",
-                                  "FreeSans"};
-
-std::string FindFont() {
-    for (const char* font : kFonts) {
-        if (OIIO::ImageBufAlgo::text_size("x", 16, font).defined()) return font;
-    }
-    throw MediaError(MediaError::Kind::kFailure,
-                     "there is no font to label the sheet with; install the package "
-                     "fonts-dejavu-core");
-}
 
 int Over(int value, int alpha, SheetSettings::Alpha kind) {
     const int colour = kind == SheetSettings::Alpha::kStraight ? value * alpha : value * 255;
@@ -102,26 +90,10 @@ int LineHeight(int textSize) {
     return textSize + textSize * 2 / 5;
 }
 
-// OpenImageIO 2.4 draws letters beyond ASCII as wrong ones, so one ? stands for each.
-std::string Drawable(const std::string& text) {
-    std::string drawable;
-    for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        const bool continues = byte >= 0x80 && byte < 0xc0;
-        if (!continues) drawable += byte >= 0x20 && byte < 0x7f ? letter : '?';
-    }
-    return drawable;
-}
-
-int TextWidth(const std::string& text, int size, const std::string& font) {
-    const OIIO::ROI inked = OIIO::ImageBufAlgo::text_size(text, size, font);
-    return inked.xbegin < inked.xend ? inked.xend + 1 : 0;  // nothing inked: both are extremes
-}
-
 }  // namespace
 
 ContactSheet::ContactSheet(const SheetSettings& newSettings)
-    : settings(newSettings), font(FindFont()) {
+    : settings(newSettings), font(FindLabelFont()) {
     settings.title = Drawable(settings.title);
 }
 
@@ -153,14 +125,14 @@ ContactSheet::Layout ContactSheet::Arrange() const {
     for (std::size_t i = 0; i < cells.size(); ++i) {
         int& width = widths[i % columns];
         for (const std::string& text : {cells[i].label.name, cells[i].label.detail}) {
-            width = std::max(width, TextWidth(text, layout.textSize, font));
+            width = std::max(width, LabelWidth(text, layout.textSize, font));
         }
     }
     layout.columns.push_back(layout.margin);
     for (const int width : widths) {
         layout.columns.push_back(layout.columns.back() + width + layout.margin);
     }
-    const int titleWidth = TextWidth(settings.title, layout.titleSize, font);
+    const int titleWidth = LabelWidth(settings.title, layout.titleSize, font);
     layout.width = std::max(layout.columns.back(), titleWidth + 2 * layout.margin);
     const int rows = (static_cast<int>(cells.size()) + columns - 1) / columns;
     layout.height = layout.top + rows * layout.rowStep;
