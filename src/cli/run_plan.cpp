@@ -223,7 +223,7 @@ RunPlan MakePlan(const Options& options, const ClipInfo& source) {
     RunPlan plan;
     plan.source = source;
     CheckSize(source);
-    plan.law = ConstantSpeed(options.speed);
+    plan.law = ConstantSpeed(AsRational(options.speed));
     plan.request = RequestFor(options, source);
     plan.length = LengthOf(options, plan);
     if (options.view == View::kMatte) plan.law = NearestFrames(std::move(plan.law));

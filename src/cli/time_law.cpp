@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <utility>
 
@@ -11,38 +12,36 @@ namespace {
 
 constexpr std::int64_t kFramesOfBase = 4096;
 constexpr std::size_t kMostDecimals = 9;
+constexpr std::int64_t kEnoughForFloat = std::int64_t{1} << 26;  // whole numbers from here on
+constexpr std::int64_t kGreatestDenominator = std::int64_t{1} << 62;
+constexpr int kRoundedBits = 50;
 
 bool IsDigit(char letter) {
     return letter >= '0' && letter <= '9';
 }
 
-std::int64_t DivideDown(std::int64_t a, std::int64_t b) {
+Int128 DivideDown(Int128 a, Int128 b) {
     return a / b - (a % b < 0 ? 1 : 0);
 }
 
 // On purpose not a running sum of the speed: each frame is placed by one multiplication.
 class ConstantSpeedLaw final : public TimeLaw {
   public:
-    explicit ConstantSpeedLaw(Decimal newSpeed) : speed(newSpeed) {}
+    explicit ConstantSpeedLaw(Rational newSpeed) : speed(newSpeed) {}
 
-    // Whole and fractional speed apart, so that no product leaves 64 bits.
     SourceTime At(std::int64_t outputFrame, int halves) const override {
-        const std::int64_t steps = 2 * outputFrame + halves;
-        const std::int64_t denominator = 2 * speed.denominator;
-        const std::int64_t parts =
-            steps * (speed.numerator % speed.denominator) +
-            (steps % 2) * (speed.numerator / speed.denominator) * speed.denominator;
-        return {steps / 2 * (speed.numerator / speed.denominator) + parts / denominator,
-                parts % denominator, denominator};
+        const Int128 steps = 2 * Int128{outputFrame} + halves;
+        return PlaceAt(steps * speed.numerator, 2 * Int128{speed.denominator});
     }
 
     std::optional<std::int64_t> Length(std::int64_t sourceFrames) const override {
         if (speed.numerator == 0) return std::nullopt;
-        return (sourceFrames - 1) * speed.denominator / speed.numerator + 1;
+        return static_cast<std::int64_t>(
+            Int128{sourceFrames - 1} * speed.denominator / speed.numerator + 1);
     }
 
   private:
-    Decimal speed;
+    Rational speed;
 };
 
 class FixedTimeLaw final : public TimeLaw {
@@ -127,18 +126,62 @@ std::string DecimalText(Decimal number) {
     return text;
 }
 
+Rational AsRational(Decimal number) {
+    return {number.numerator, number.denominator};
+}
+
 std::int64_t SourceTime::Base() const {
-    return DivideDown(frame, kFramesOfBase) * kFramesOfBase;
+    return static_cast<std::int64_t>(DivideDown(frame, kFramesOfBase)) * kFramesOfBase;
 }
 
 float SourceTime::After(std::int64_t base) const {
-    const std::int64_t parts = (frame - base) * denominator + numerator;
-    // The quotient is rounded to a double on its way, and still the result is the nearest float: a
-    // quotient off the middle of two floats lies at least 2^-25 / 2^27 of its size off it.
-    return static_cast<float>(static_cast<double>(parts) / static_cast<double>(denominator));
+    const Int128 parts = Int128{frame - base} * denominator + numerator;
+    Int128 rest = parts < 0 ? -parts : parts;
+    if (rest == 0) return 0.0f;
+    int doublings = 0;
+    for (; rest / denominator < kEnoughForFloat; rest *= 2) ++doublings;
+    auto quotient = static_cast<std::int64_t>(rest / denominator);
+    // What was cut off lies below the bits of a float: that there was something is enough to know,
+    // and this one conversion rounds.
+    if (rest % denominator != 0) quotient |= 1;
+    const float amount = std::ldexp(static_cast<float>(quotient), -doublings);
+    return parts < 0 ? -amount : amount;
 }
 
-std::unique_ptr<TimeLaw> ConstantSpeed(Decimal speed) {
+bool SourceTime::IsBefore(const SourceTime& other) const {
+    if (frame != other.frame) return frame < other.frame;
+    return Int128{numerator} * other.denominator < Int128{other.numerator} * denominator;
+}
+
+SourceTime PlaceAt(Int128 numerator, Int128 denominator) {
+    const Int128 frame = DivideDown(numerator, denominator);
+    Int128 rest = numerator - frame * denominator;
+    if (denominator > kGreatestDenominator) {
+        rest = (rest << kRoundedBits) / denominator;
+        denominator = Int128{1} << kRoundedBits;
+    }
+    return {static_cast<std::int64_t>(frame), static_cast<std::int64_t>(rest),
+            static_cast<std::int64_t>(denominator)};
+}
+
+std::string TimeText(const SourceTime& time, int digits) {
+    Int128 unit = 1;
+    for (int i = 0; i < digits; ++i) unit *= 10;
+    const Int128 rounded = time.frame * unit + (2 * unit * time.numerator + time.denominator) /
+                                                   (2 * Int128{time.denominator});
+    const Int128 amount = rounded < 0 ? -rounded : rounded;
+    const std::string text =
+        (rounded < 0 ? "-" : "") + std::to_string(static_cast<std::int64_t>(amount / unit));
+    const std::string fraction = std::to_string(static_cast<std::int64_t>(unit + amount % unit));
+    return digits == 0 ? text : text + "." + fraction.substr(1);
+}
+
+std::int64_t BaseOf(const TimeLaw& law, std::int64_t outputFrame, bool hasFields) {
+    const std::int64_t base = law.At(outputFrame, 0).Base();
+    return hasFields ? std::min(base, law.At(outputFrame, 1).Base()) : base;
+}
+
+std::unique_ptr<TimeLaw> ConstantSpeed(Rational speed) {
     return std::make_unique<ConstantSpeedLaw>(speed);
 }
 
@@ -148,14 +191,16 @@ std::unique_ptr<TimeLaw> FixedTime(Decimal time) {
 
 std::unique_ptr<TimeLaw> NearestFrames(std::unique_ptr<TimeLaw> law) {
     return std::make_unique<SnappedLaw>(std::move(law), [](const SourceTime& time) {
-        return SourceTime{time.frame + (2 * time.numerator > time.denominator ? 1 : 0), 0, 1};
+        const bool nearsNext = time.numerator > time.denominator - time.numerator;
+        return SourceTime{time.frame + (nearsNext ? 1 : 0), 0, 1};
     });
 }
 
 std::unique_ptr<TimeLaw> MiddlesOfPairs(std::unique_ptr<TimeLaw> law, int fieldsOfFrame) {
     if (fieldsOfFrame == 2) {
         return std::make_unique<SnappedLaw>(std::move(law), [](const SourceTime& time) {
-            return SourceTime{time.frame, 2 * time.numerator < time.denominator ? 1 : 3, 4};
+            const bool first = time.numerator < time.denominator - time.numerator;
+            return SourceTime{time.frame, first ? 1 : 3, 4};
         });
     }
     return std::make_unique<SnappedLaw>(std::move(law), [](const SourceTime& time) {

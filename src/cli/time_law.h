@@ -6,13 +6,20 @@
 #include <string>
 #include <string_view>
 
+#include "media/clip.h"
+
 namespace velorin {
+
+// Room for products of numerators and denominators.
+__extension__ typedef __int128 Int128;
 
 // A number as it was written, without rounding: numerator over a power of ten, at most 10^9.
 struct Decimal {
     std::int64_t numerator = 0;
     std::int64_t denominator = 1;
 };
+
+Rational AsRational(Decimal number);
 
 // Reads `12`, `0.5` or `.5`, with a sign if need be and at most 9 digits after the point. Nothing
 // for any other text (an exponent, a number in words) and for 10^9 or more in amount.
@@ -28,19 +35,28 @@ std::string DecimalText(Decimal number);
 // as many after the point as ParseDecimal takes.
 std::string NumberText(float number);
 
-// An exact place in a clip, in frames: `frame` whole ones, counted from 0, and a fraction.
+// An exact place in a clip, in frames: `frame` whole ones, counted from 0, and a fraction. Places
+// before the clip have a negative frame.
 struct SourceTime {
     std::int64_t frame = 0;
     std::int64_t numerator = 0;    // 0 to denominator - 1
-    std::int64_t denominator = 1;  // at most 2^36; less its factors 2, below 2^27
+    std::int64_t denominator = 1;  // at most 2^62
 
     // The largest multiple of 4096 frames that is not above this time. The engine's times are
     // single-precision floats, which grow coarse with their size: it is handed what lies above.
     std::int64_t Base() const;
-    // This time less `base` frames, rounded once. `base` is not above this time and at most some
-    // 8000 frames below it.
+    // This time less `base` frames, rounded once. Both are less than 2^36 frames from 0.
     float After(std::int64_t base) const;
+
+    bool IsBefore(const SourceTime& other) const;
 };
+
+// The place at `numerator` / `denominator` frames; the latter is above 0 and below 2^76.
+// Cut to 2^-50 of a frame where the denominator exceeds 2^62.
+SourceTime PlaceAt(Int128 numerator, Int128 denominator);
+
+// With as many digits after the point, at most 9: the last one is rounded.
+std::string TimeText(const SourceTime& time, int digits);
 
 // Which moment of the source an output frame shows. Safe to ask from several threads.
 class TimeLaw {
@@ -48,15 +64,20 @@ class TimeLaw {
     virtual ~TimeLaw() = default;
 
     // The source time of output time outputFrame + halves / 2; none of them negative, outputFrame
-    // at most 2^31.
+    // at most 2^31 and halves at most 2.
     virtual SourceTime At(std::int64_t outputFrame, int halves) const = 0;
-    // The number of output frames whose source time lies inside a clip of so many frames, up to
-    // and including its last one. Nothing when the law never leaves the clip.
+    // The number of output frames that the law makes of a clip of so many frames: those whose
+    // source time lies inside it, up to and including its last one, unless the law says itself
+    // where it ends. Nothing when it never leaves the clip.
     virtual std::optional<std::int64_t> Length(std::int64_t sourceFrames) const = 0;
 };
 
-// Output frame n shows source time n * speed. `speed` is 0 to 10.
-std::unique_ptr<TimeLaw> ConstantSpeed(Decimal speed);
+// The base that the times of a request for an output frame count from: that of its own time, or of
+// its second field's where that comes first, as it may in reverse.
+std::int64_t BaseOf(const TimeLaw& law, std::int64_t outputFrame, bool hasFields);
+
+// Output frame n shows source time n * speed. `speed` is not negative.
+std::unique_ptr<TimeLaw> ConstantSpeed(Rational speed);
 
 // Every output frame shows source time `time`, which is not negative.
 std::unique_ptr<TimeLaw> FixedTime(Decimal time);

@@ -49,7 +49,7 @@ struct NoiseHost {
     static RunPlan PlanOf(const char* speed, std::int64_t frames, const Options& options) {
         RunPlan plan;
         plan.request = RequestFor(options, plan.source);
-        plan.law = ConstantSpeed(ParseDecimal(speed).value());
+        plan.law = ConstantSpeed(AsRational(ParseDecimal(speed).value()));
         plan.source.frames = frames;
         return plan;
     }

@@ -6,7 +6,7 @@ namespace velorin {
 namespace {
 
 std::unique_ptr<TimeLaw> Speed(const char* text) {
-    return ConstantSpeed(ParseDecimal(text).value());
+    return ConstantSpeed(AsRational(ParseDecimal(text).value()));
 }
 
 void ExpectPlace(const SourceTime& time, std::int64_t frame, std::int64_t millionths) {
@@ -39,6 +39,27 @@ TEST(DecimalText, IsWhatWasWritten) {
         EXPECT_EQ(NumberText(AsFloat(ParseDecimal(text).value())), text);
     }
     EXPECT_EQ(NumberText(0x1.fffffep-8f), "0.007812499");  // cut where options take no more
+}
+
+TEST(SourceTime, RoundsOnce) {
+    const auto after = [](std::int64_t frame, Int128 numerator, Int128 denominator) {
+        return SourceTime{frame, static_cast<std::int64_t>(numerator),
+                          static_cast<std::int64_t>(denominator)}
+            .After(0);
+    };
+    const Int128 one = 1;
+    // Just off the middle between two floats, by less than a double can tell.
+    EXPECT_EQ(after(1, (one << 36) + 1, one << 60), 0x1.000002p0f);
+    EXPECT_EQ(after(1, (one << 36) - 1, one << 60), 1.0f);
+    EXPECT_EQ(after(1, one << 36, one << 60), 1.0f);  // a tie goes to the even one
+    EXPECT_EQ(after(-2, (one << 60) - (one << 36) - 1, one << 60), -0x1.000002p0f);
+    EXPECT_EQ(after(0, 1, 1000000000), 1e-9f);
+    EXPECT_EQ(after(0, 0, 7), 0.0f);
+    EXPECT_EQ((SourceTime{-1, 3, 4}.Base()), -4096);
+    EXPECT_EQ((SourceTime{-1, 3, 4}.After(-4096)), 4095.75f);
+    EXPECT_EQ(TimeText({-1, 3, 4}, 6), "-0.250000");
+    EXPECT_EQ(TimeText({99, 9999999, 10000000}, 6), "100.000000");
+    EXPECT_EQ(TimeText({-1, 9999999, 10000000}, 6), "0.000000");
 }
 
 TEST(FixedTime, HoldsForEveryFrame) {
