@@ -8,6 +8,7 @@
 #include "engine/kq_velorin_internal.h"
 #include "engine/supplied_vectors.h"
 #include "image/copy.h"
+#include "image/rounding.h"
 
 namespace velorin {
 
@@ -49,9 +50,9 @@ ClipHost::ClipHost(RunClips clips, const TimeLaw& newLaw, HostChoices newChoices
     internal = new KQVelorin4Internal;
 }
 
-void ClipHost::SetOutputFrame(std::int64_t frame) {
+void ClipHost::SetOutputFrame(std::int64_t frame, bool hasFields) {
     outputFrame = frame;
-    const std::int64_t newBase = law.At(frame, 0).Base();
+    const std::int64_t newBase = BaseOf(law, frame, hasFields);
     // Kept flows are told by frame numbers, and these now stand for other frames.
     if (newBase != base) internal->ReleaseFlows();
     base = newBase;
@@ -129,8 +130,8 @@ int ClipHost::GetKeyframedTime(float* out, float outputTime) {
     return ZPErrNone;
 }
 
-int ClipHost::WhichScene(float /*frame*/) {
-    return 0;
+int ClipHost::WhichScene(float frame) {
+    return choices.scenes.At(base + Truncate(frame));
 }
 
 int ClipHost::GetDrawStartLayer() {

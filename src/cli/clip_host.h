@@ -8,6 +8,7 @@
 
 #include "cli/held_clip.h"
 #include "cli/layers.h"
+#include "cli/scene_marks.h"
 #include "cli/time_law.h"
 #include "engine/kq_velorin.h"
 #include "media/clip.h"
@@ -43,7 +44,8 @@ struct HostChoices {
     DrawnLayers layers;
     std::vector<LayerGuides> guides;
     std::vector<bool> followsPointsAlone;  // each layer, the background last
-    float vectorScale = 1.0f;              // of the code, and of each axis
+    SceneMarks scenes;
+    float vectorScale = 1.0f;  // of the code, and of each axis
     float vectorScaleX = 1.0f;
     float vectorScaleY = 1.0f;
 };
@@ -55,8 +57,8 @@ class ClipHost final : public KQVelorin4 {
     // `law` outlives the host.
     ClipHost(RunClips clips, const TimeLaw& newLaw, HostChoices newChoices);
 
-    // The output frame that the next request is for.
-    void SetOutputFrame(std::int64_t frame);
+    // The output frame that the next request is for, and whether it asks for two fields.
+    void SetOutputFrame(std::int64_t frame, bool hasFields = false);
     // How the next request warps: see KQVelorin4::UsesWhichWarping. Inverse until it is set.
     void SetWarping(int method) { warping = method; }
     // Whether the next request measures motion on compressed tones.

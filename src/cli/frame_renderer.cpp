@@ -59,7 +59,7 @@ FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& newPlan, 
 }
 
 const Picture* FrameRenderer::Render(std::int64_t frame, Method method, ProgressLine& progress) {
-    host.SetOutputFrame(frame);
+    host.SetOutputFrame(frame, plan.request.outputFields != 0);
     const bool whole = options.view == View::kMatte  ? PaintMatteView(frame)
                        : options.view == View::kFlow ? PaintFlowView(frame, progress)
                                                      : AskEngine(frame, method, progress);
@@ -143,7 +143,7 @@ FrameRenderer::Flows FrameRenderer::ReadSuppliedFlows(std::int64_t frame, Progre
 
 std::optional<FrameRenderer::Flows> FrameRenderer::MeasureFlows(std::int64_t frame,
                                                                 ProgressLine& progress) {
-    host.SetOutputFrame(frame);
+    host.SetOutputFrame(frame, plan.request.outputFields != 0);
     if (TakesVectors(options)) return ReadSuppliedFlows(frame, progress);
     if (!AskEngine(frame, Method(), progress)) return std::nullopt;
     return Flows{host.FlowOf(0), host.BackFlow()};
@@ -156,7 +156,7 @@ Handles FrameRenderer::MattesAt(const PassForecast& pass) {
     for (int layer = 0; layer < static_cast<int>(options.mattes.size()); ++layer) {
         handles.push_back(host.CopyOfMatte(layer, sourceFrame));
         if (fields == 0) continue;
-        ExtractField(*handles.back()->internal, ExtractModeOf(pass.pair % 2, fields));
+        ExtractField(*handles.back()->internal, ExtractModeOf(pass.numbers.floorFrame % 2, fields));
     }
     return handles;
 }

@@ -62,7 +62,7 @@ class FrameRenderer {
     Picture written;
     std::unique_ptr<ZPImage> suppliedForward;  // of the vector clips, once they are looked at
     std::unique_ptr<ZPImage> suppliedBack;
-    std::int64_t painted = -1;  // pair whose mattes or flows `rendered` shows
+    std::optional<std::int64_t> painted;  // pair whose mattes or flows `rendered` shows
 };
 
 }  // namespace velorin

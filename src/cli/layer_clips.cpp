@@ -201,6 +201,7 @@ HostChoices ChoicesFor(const Options& options, std::vector<LayerGuides> guides) 
     choices.enhances = options.enhance != 0;
     choices.layers = LayersDrawn(options);
     choices.guides = std::move(guides);
+    choices.scenes = options.scenes;
     for (int layer = 0; layer <= static_cast<int>(options.mattes.size()); ++layer) {
         choices.followsPointsAlone.push_back(FollowsPointsAlone(options, layer));
     }

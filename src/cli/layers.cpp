@@ -24,7 +24,7 @@ DrawnLayers LayersDrawn(const Options& options) {
 }
 
 bool EstimatesMotion(const Options& options, const PassForecast& pass) {
-    return options.quality != 0 && options.view != View::kMatte && !pass.onFrame;
+    return pass.moves && options.view != View::kMatte;
 }
 
 bool ReadsSource(const Options& options) {

@@ -6,6 +6,7 @@
 
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
+#include "cli/time_options.h"
 
 namespace velorin {
 
@@ -91,6 +92,11 @@ void SetFrames(Options& options, const Argument& argument) {
     options.frames = *std::move(frames);
 }
 
+void SetPlot(Options& options, const Argument& argument) {
+    if (argument.text.empty()) argument.Refuse("name a picture such as curve.png");
+    options.plot = argument.text;
+}
+
 void SetSensitivity(Options& options, const Argument& argument) {
     options.sensitivity = AsFloat(argument.AsDecimal(0, 100));
 }
@@ -113,6 +119,10 @@ constexpr OptionEntry kOptions[] = {
      "write", {}, SetOutput, true},
     {kVerbPanelDump, {}, {}, "--json", {}, "write JSON instead of a table", {},
      [](Options& options, const Argument&) { options.plugin.json = true; }},
+    {kVerbPlan, {}, {}, "--json", {}, "write JSON instead of a table", {},
+     [](Options& options, const Argument&) { options.planAsJson = true; }},
+    {kVerbPlan, {}, {}, "--plot", "PICTURE", "draw the law into this picture: png, tif, jpg", {},
+     SetPlot},
     {kVerbVectors, {}, "-o", "--output", "OUTPUT", "the sequence of EXR files to write", {},
      SetFlows, true},
     {kVerbCompare, {}, {}, "--at", "TIME", "the time to render, in frames of the clip from 0 on; "
@@ -145,19 +155,32 @@ constexpr OptionEntry kOptions[] = {
          options.plugin.settings.emplace_back(argument.text);
      }, false, kMostSettings},
 
-    {kVerbRetime, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10; 1 when not given", {},
-     [](Options& options, const Argument& argument) {
-         options.speed = argument.AsDecimal(0, 10);
-     }},
-    {kVerbRetime, kTime, {}, "--length", "N", "number of output frames; by default all whose "
-     "source time lies inside the clip", {},
+    {kVerbTimes, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10; 1 when not given", {},
+     SetSpeed},
+    {kVerbTimes, kTime, {}, "--speed-curve", "KEYS", "Speed Factor at each output frame, such as "
+     "0:1,24:0.25~,48:1: the way to the next key is straight, with ~ smooth, with | it holds", {},
+     SetSpeedCurve},
+    {kVerbTimes, kTime, {}, "--frame-curve", "KEYS", "source frame at each output frame, such as "
+     "0:0~,48:12,72:0: downwards is backwards, level is a freeze; beyond its ends the clip holds",
+     {}, SetFrameCurve},
+    {kVerbTimes, kTime, {}, "--curve-file", "FILE", "the same from a file with two columns, output "
+     "frame and source frame", {}, SetCurveFile},
+    {kVerbTimes, kTime, {}, "--fit-length", "N", "the constant speed at which the clip lasts N "
+     "frames, from its first frame to its last", {}, SetFitLength},
+    {kVerbTimes, kTime, {}, "--fit-rate", "FPS", "the constant speed at which the clip lasts as "
+     "long as before at so many frames a second, such as 25 or 24000/1001", {}, SetFitRate},
+    {kVerbTimes, kTime, {}, "--length", "N", "number of output frames; by default all whose "
+     "source time lies inside the clip, and with a frame curve up to its last key", {},
      [](Options& options, const Argument& argument) {
          options.length = argument.AsInteger(1, kMostFrames);
      }},
-    {kVerbRetime | kVerbVectors | kVerbSparkRender, kTime, {}, "--frames", "LIST", "write only these frames, counted from "
+    {kVerbTimes | kVerbVectors | kVerbSparkRender, kTime, {}, "--frames", "LIST", "write only these frames, counted from "
      "0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
+    {kVerbTimes, kTime, {}, "--scenes", "KEYS", "the scene that begins at a source frame, such as "
+     "0:A,48:B: frames of scenes A, B and C are never mixed with each other; in nearest and blend "
+     "nothing moves", {}, SetScenes},
 
-    {kVerbRetime, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
+    {kVerbTimes, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
      "Weighted Energy Blend", kInterps,
      [](Options& options, const Argument& argument) {
          options.interp = argument.AsChoice();
@@ -167,7 +190,7 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.quality = argument.AsChoice();
      }},
-    {kVerbRetime, kMotion, {}, "--warp", "METHOD", "how frames are moved along the motion; smart "
+    {kVerbTimes, kMotion, {}, "--warp", "METHOD", "how frames are moved along the motion; smart "
      "is Inverse + Smart Blend", kWarps,
      [](Options& options, const Argument& argument) {
          options.warp = argument.AsChoice();
@@ -190,7 +213,7 @@ constexpr OptionEntry kOptions[] = {
     {kVerbVectors, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the "
      "same size and length, instead of INPUT", {}, SetMotionFrom},
 
-    {kVerbRetime, kMotion, {}, "--compensate", "N", "motion blur to fit the new speed, 0 to 5: "
+    {kVerbTimes, kMotion, {}, "--compensate", "N", "motion blur to fit the new speed, 0 to 5: "
      "adds blur along the motion where the clip is sped up, sharpens along it where it is slowed "
      "down; 0 when not given", {},
      [](Options& options, const Argument& argument) {
@@ -253,7 +276,7 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.inputFields = argument.AsChoice();
      }},
-    {kVerbRetime, kFields, {}, "--output-fields", "FIELD", "render two fields a frame, this one "
+    {kVerbTimes, kFields, {}, "--output-fields", "FIELD", "render two fields a frame, this one "
      "first, half a frame apart", kOutputFields,
      [](Options& options, const Argument& argument) {
          options.outputFields = argument.AsChoice();
@@ -277,12 +300,12 @@ constexpr OptionEntry kOptions[] = {
     {kVerbPictures, kLayers, {}, "--fg-sensitivity", "N", "FG Motion Sensitivity, 0 to 100; 70 when "
      "not given; once for all mattes or once for each", {}, AddForegroundSensitivity, false,
      kMostMattes},
-    {kVerbRetime, kLayers, {}, "--view", "VIEW", "what to write: all layers, the background with "
+    {kVerbTimes, kLayers, {}, "--view", "VIEW", "what to write: all layers, the background with "
      "its hole filled, the foreground over black, the mattes, or the motion in colours", kViews,
      [](Options& options, const Argument& argument) {
          options.view = static_cast<View>(argument.AsChoice());
      }},
-    {kVerbRetime, kLayers, {}, "--flow-scale", "PIXELS", "motion from one source frame or "
+    {kVerbTimes, kLayers, {}, "--flow-scale", "PIXELS", "motion from one source frame or "
      "field to the next that --view flow shows in full colour; by default a fortieth of the "
      "frame's longer side", {}, SetFlowScale},
 
@@ -312,7 +335,7 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.startNumber = static_cast<int>(argument.AsInteger(0, 999999999));
      }},
-    {kVerbRetime, kRun, {}, "--no-cache", {}, "estimate anew for every frame", {},
+    {kVerbTimes, kRun, {}, "--no-cache", {}, "estimate anew for every frame", {},
      [](Options& options, const Argument&) { options.keepFlows = false; }},
     {kVerbAll | kVerbSparkRender, kRun, {}, "--overwrite", {}, "replace output that is there already", {},
      [](Options& options, const Argument&) { options.overwrite = true; }},
@@ -338,6 +361,16 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin retime plates/shot.%04d.exr -o slow/shot.%04d.exr --speed 0.25 --quality full\n"
      "  velorin retime shot.####.png -o test.####.png --speed 0.5 --frames 40-59 --interp "
      "nearest\n"},
+    {kVerbPlan, "plan", "INPUT",
+     "Tells what retime would do, without doing it: for each output frame its source time, the\n"
+     "source frames that it is made of with their shares, the scene, the method, and how many "
+     "flows\n"
+     "are estimated for it. Takes the options of retime but for those of its output; of all clips "
+     "it\n"
+     "looks at INPUT alone. Frames count from 0.\n",
+     "  velorin plan shot.mov --speed-curve 0:1,24:0.25~,48:1\n"
+     "  velorin plan shot.mov --frame-curve 0:0~,48:12,72:0 --plot curve.png\n"
+     "  velorin plan plates/shot.%04d.exr --fit-rate 24000/1001 --json > plan.json\n"},
     {kVerbCompare, "compare", "INPUT --at TIME -o SHEET",
      "Renders one moment of a clip with every pair of --interp and --warp into one labelled\n"
      "picture, three by three: the rows are Nearest, Blend and Weighted Energy Blend, the columns\n"

@@ -6,6 +6,7 @@
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
 #include "cli/option_table.h"
+#include "cli/time_options.h"
 
 namespace velorin {
 
@@ -231,6 +232,7 @@ std::optional<Options> ParseOptions(Verb verb, int count, const char* const* wor
     }
     CompleteLayerOptions(options);
     CompleteMotionOptions(options);
+    CompleteTimeOptions(options);
     return options;
 }
 

@@ -9,7 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "cli/curve.h"
 #include "cli/frame_list.h"
+#include "cli/scene_marks.h"
 #include "cli/time_law.h"
 #include "media/clip.h"
 #include "media/converted_clip.h"
@@ -27,10 +29,12 @@ enum Verb {
     kVerbRetime = 1,
     kVerbCompare = 2,
     kVerbVectors = 4,
-    kVerbPictures = 3,
-    kVerbAll = 7,  // that ask the engine
     kVerbPanelDump = 8,
-    kVerbSparkRender = 16
+    kVerbSparkRender = 16,
+    kVerbPlan = 32,  // takes what retime does, so that a command line serves both
+    kVerbTimes = 33,
+    kVerbPictures = 35,
+    kVerbAll = 39  // that ask the engine
 };
 
 enum class ProgressStyle { kAuto, kPlain, kJson, kNone };
@@ -108,8 +112,15 @@ struct Options {
     std::vector<std::optional<MatteLevels>> matteLevels;
 
     // Of `velorin retime`.
-    Decimal speed{1, 1};
+    // Laws of time: one of them at most; without one the speed is 1.
+    std::optional<Decimal> speed;
+    std::optional<Curve> speedCurve;
+    std::optional<Curve> frameCurve;
+    std::string curveFile;
+    std::optional<std::int64_t> fitLength;
+    std::optional<Rational> fitRate;
     std::optional<std::int64_t> length;
+    SceneMarks scenes;
     std::vector<FrameRange> frames;  // empty: all of them
     int interp = 1;                  // 0 nearest, 1 blend, 2 weighted energy blend
     int warp = 0;                    // 0 inverse, 1 inverse and smart blend, 2 forward
@@ -121,6 +132,10 @@ struct Options {
     bool verbose = false;
     View view = View::kOutput;
     std::optional<float> flowScale;  // see --view flow
+
+    // Of `velorin plan`.
+    bool planAsJson = false;
+    std::string plot;  // picture to draw the law into; empty: none
 
     // Of `velorin compare`.
     Decimal at;

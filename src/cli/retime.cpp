@@ -18,6 +18,7 @@
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
+#include "cli/time_notes.h"
 #include "cli/vector_notes.h"
 #include "media/still_format.h"
 
@@ -31,6 +32,7 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
                                          const RunClips& clips) {
     OutputSettings settings;
     settings.source = plan.source;
+    settings.source.rate = plan.lawFacts.rate;
     settings.alsoRead = OtherClips(clips);
     settings.depth = plan.depth;
     settings.firstNumber = plan.firstNumber;
@@ -48,7 +50,6 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
 
 void NoteIdleCompensation(const Options& options, const RunPlan& plan, ProgressLine& progress) {
     if (!(options.compensate > 0.0f)) return;
-    const Decimal& speed = options.speed;
     // Fields count by steps of their own, and mattes cut layers out of frames that are not still.
     const bool plain =
         plan.request.inputFields == 0 && plan.request.outputFields == 0 && options.mattes.empty();
@@ -58,8 +59,10 @@ void NoteIdleCompensation(const Options& options, const RunPlan& plan, ProgressL
         progress.Note("--compensate: changes nothing with --quality none");
     } else if (!(options.compensate > 0.005f)) {
         progress.Note("--compensate: up to 0.005 changes nothing");
-    } else if (speed.numerator == 0 || (speed.numerator == speed.denominator && plain)) {
-        progress.Note("--compensate: changes nothing at speed " + DecimalText(speed));
+    } else if (const std::optional<Rational>& speed = plan.lawFacts.speed;
+               speed &&
+               (speed->numerator == 0 || (speed->numerator == speed->denominator && plain))) {
+        progress.Note("--compensate: changes nothing at " + plan.lawFacts.text);
     }
 }
 
@@ -152,10 +155,7 @@ int Retime(const Options& options) {
     RunClips clips = OpenRunClips(options);
     const RunPlan plan = MakePlan(options, clips.source->Info());
     ProgressLine progress(options.progress, options.quiet);
-    if (plan.framesLeftOut) {
-        progress.Note("--frames: what lies past " + std::to_string(plan.length - 1) +
-                      ", the last output frame, is left out");
-    }
+    NoteTimes(options, plan, progress);
     if (options.verbose)
         progress.Note(Describe(plan, options, threads) + VectorsText(options, clips));
     if (plan.frames.empty()) {

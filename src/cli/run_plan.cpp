@@ -8,6 +8,7 @@
 #include "cli/fields.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
+#include "cli/time_options.h"
 #include "media/sequence_name.h"
 #include "media/still_format.h"
 #include "media/vector_writer.h"
@@ -58,9 +59,14 @@ void CheckWorkingSize(const RunPlan& plan, int quality) {
 std::int64_t LengthOf(const Options& options, const RunPlan& plan) {
     if (options.length) return *options.length;
     const std::optional<std::int64_t> length = plan.law->Length(plan.source.frames);
-    if (!length) throw UsageError("--speed 0 never leaves the clip; say how long with --length N");
+    if (!length) {
+        throw UsageError(LawOption(options) +
+                         (options.speedCurve ? " ends with speed 0 inside the clip"
+                                             : " 0 never leaves the clip") +
+                         "; say how long with --length N");
+    }
     if (*length > std::numeric_limits<std::int32_t>::max()) {
-        throw UsageError("--speed makes " + std::to_string(*length) +
+        throw UsageError(LawOption(options) + " makes " + std::to_string(*length) +
                          " frames of the clip; say how many are wanted with --length N");
     }
     return *length;
@@ -76,8 +82,19 @@ void ChooseFrames(const Options& options, RunPlan& plan) {
     }
 }
 
+// The second field of the last frame still lies inside.
+void CountOutside(RunPlan& plan) {
+    const SourceTime first{0, 0, 1};
+    const SourceTime last{plan.source.frames - 1, plan.request.inputFields != 0 ? 1 : 0, 2};
+    for (const std::int64_t frame : plan.frames) {
+        const SourceTime time = plan.law->At(frame, 0);
+        if (!time.IsBefore(first) && !last.IsBefore(time)) continue;
+        if (plan.outside++ == 0) plan.firstOutside = frame;
+    }
+}
+
 void CountPairs(const Options& options, RunPlan& plan) {
-    std::int64_t lastPair = -1;
+    std::optional<std::int64_t> lastPair;
     for (const std::int64_t frame : plan.frames) {
         bool onFrame = true;
         for (const PassForecast& pass : ForecastOf(*plan.law, frame, plan.request)) {
@@ -142,16 +159,6 @@ void CheckCrop(const Options& options, const ClipInfo& source) {
                      SizeText(source.width, source.height) + " pixels");
 }
 
-void CheckSheetName(const std::string& name) {
-    const StillFormat* format = FindStillFormat(name);
-    if (!format || StillDepth(*format, SampleDepth::kByte) != SampleDepth::kByte) {
-        throw UsageError("-o " + name + ": name a picture of 8 bits, such as sheet.png");
-    }
-    if (ParseSequenceName(name)) {
-        throw UsageError("-o " + name + ": names a sequence; a sheet is one picture");
-    }
-}
-
 std::string DepthText(SampleDepth depth) {
     return "depth " + std::string(ChoiceWord("--depth", static_cast<int>(depth)));
 }
@@ -198,6 +205,16 @@ SourceFrames SourceFramesOf(const RunPlan& plan, std::int64_t outputFrame) {
     return {shown, shown};
 }
 
+void CheckPictureName(const std::string& option, const std::string& name) {
+    const StillFormat* format = FindStillFormat(name);
+    if (!format || StillDepth(*format, SampleDepth::kByte) != SampleDepth::kByte) {
+        throw UsageError(option + " " + name + ": name a picture of 8 bits, such as sheet.png");
+    }
+    if (ParseSequenceName(name)) {
+        throw UsageError(option + " " + name + ": names a sequence; this is one picture");
+    }
+}
+
 void CheckSize(const ClipInfo& source) {
     const int smaller = std::min(source.width, source.height);
     const int larger = std::max(source.width, source.height);
@@ -212,29 +229,41 @@ RequestSettings RequestFor(const Options& options, const ClipInfo& source) {
     if (options.view == View::kMatte) return request;
     request.inputFields = InputFieldsOf(options, source);
     if (options.view != View::kFlow) request.outputFields = options.outputFields;
+    request.interp = options.interp;
+    request.scenes = options.scenes;
     if (options.quality == 0) return request;
+    request.usesVectors = true;
     if (options.view != View::kFlow) request.compensate = options.compensate;
     request.shrinks = std::any_of(options.matteShrinks.begin(), options.matteShrinks.end(),
                                   [](float shrink) { return shrink != 0.0f; });
     return request;
 }
 
-RunPlan MakePlan(const Options& options, const ClipInfo& source) {
+RunPlan MakeTimePlan(const Options& options, const ClipInfo& source) {
     RunPlan plan;
     plan.source = source;
     CheckSize(source);
-    plan.law = ConstantSpeed(AsRational(options.speed));
+    CheckScenes(options, source);
+    ChosenLaw chosen = ChooseLaw(options, source);
+    plan.law = std::move(chosen.law);
+    plan.lawFacts = std::move(chosen.facts);
     plan.request = RequestFor(options, source);
-    plan.length = LengthOf(options, plan);
+    plan.length = plan.lawFacts.length ? *plan.lawFacts.length : LengthOf(options, plan);
+    ChooseFrames(options, plan);
+    CountOutside(plan);
     if (options.view == View::kMatte) plan.law = NearestFrames(std::move(plan.law));
     if (options.view == View::kFlow) {
         plan.law = MiddlesOfPairs(std::move(plan.law), plan.request.inputFields != 0 ? 2 : 1);
     }
-    ChooseFrames(options, plan);
     CountPairs(options, plan);
     plan.flowWidth = Halved(source.width, HalvingsOf(options.quality));
     plan.flowHeight = Halved(source.height, HalvingsOf(options.quality));
     if (!TakesVectors(options)) CheckWorkingSize(plan, options.quality);
+    return plan;
+}
+
+RunPlan MakePlan(const Options& options, const ClipInfo& source) {
+    RunPlan plan = MakeTimePlan(options, source);
     plan.depth = DepthOf(options, source);
     plan.firstNumber = options.startNumber.value_or(source.firstNumber);
     return plan;
@@ -246,7 +275,7 @@ RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source) {
     CheckSize(source);
     CheckTime(options, source);
     CheckCrop(options, source);
-    CheckSheetName(options.output);
+    CheckPictureName("-o", options.output);
     plan.law = FixedTime(options.at);
     plan.request = RequestFor(options, source);
     plan.length = 1;
@@ -292,7 +321,7 @@ std::string Describe(const RunPlan& plan, const Options& options, int threads) {
     text += "\noutput: " + options.output + ", " + std::to_string(plan.frames.size()) + " of " +
             std::to_string(plan.length) + " frames, " + DepthText(plan.depth) +
             ", frame 0 has number " + std::to_string(plan.firstNumber);
-    text += "\nsettings: speed " + DecimalText(options.speed) + ", interp " +
+    text += "\nsettings: " + plan.lawFacts.text + ", interp " +
             std::string(ChoiceWord("--interp", options.interp)) + ", quality " +
             std::string(ChoiceWord("--quality", options.quality)) + ", warp " +
             std::string(ChoiceWord("--warp", options.warp)) + ", prep " +
@@ -303,8 +332,8 @@ std::string Describe(const RunPlan& plan, const Options& options, int threads) {
         text += ", motion transfer " +
                 std::string(ChoiceWord("--motion-transfer", *options.motionTransfer));
     }
-    return text + FieldsText(options, plan) + LayersText(options) + GuidesText(options) +
-           "\nmotion: " + MotionText(plan, options);
+    return text + ScenesText(options) + FieldsText(options, plan) + LayersText(options) +
+           GuidesText(options) + "\nmotion: " + MotionText(plan, options);
 }
 
 }  // namespace velorin

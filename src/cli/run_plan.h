@@ -8,6 +8,7 @@
 #include "cli/forecast.h"
 #include "cli/options.h"
 #include "cli/time_law.h"
+#include "cli/time_options.h"
 #include "media/clip.h"
 
 namespace velorin {
@@ -16,6 +17,10 @@ namespace velorin {
 struct RunPlan {
     ClipInfo source;
     std::unique_ptr<TimeLaw> law;
+    LawFacts lawFacts;
+    // Output frames whose source time lies outside the clip, where its ends hold, and the first.
+    std::int64_t outside = 0;
+    std::int64_t firstOutside = 0;
     RequestSettings request;
     std::int64_t length = 0;           // output frames of the whole clip
     std::vector<std::int64_t> frames;  // those to render, ascending
@@ -37,8 +42,15 @@ void CheckSize(const ClipInfo& source);
 // DepthForOutput. Throws UsageError for the name of a single picture or of another kind of file.
 SampleDepth HeldDepth(const std::string& output, SampleDepth wanted);
 
+// Throws UsageError unless `name`, given with `option`, is that of one picture of 8 bits.
+void CheckPictureName(const std::string& option, const std::string& name);
+
 // What the engine is asked for beside the time.
 RequestSettings RequestFor(const Options& options, const ClipInfo& source);
+
+// What there is to know of a run before its output: the clip, the law, frames and motion. Throws as
+// MakePlan does, but for options of the output.
+RunPlan MakeTimePlan(const Options& options, const ClipInfo& source);
 
 // Throws UsageError for options that do not fit the clip, and MediaError of kind kInput for a clip
 // whose frames are too small or too large.

@@ -35,7 +35,7 @@ TEST(Options, ReachTheirMembersInAnyOrder) {
             .value();
     EXPECT_EQ(options.input, "clip");
     EXPECT_EQ(options.output, "out");
-    EXPECT_EQ(options.speed.numerator, 4);
+    EXPECT_EQ(options.speed->numerator, 4);
     EXPECT_EQ(options.interp, 0);
     EXPECT_EQ(options.quality, 5);
     EXPECT_EQ(options.enhance, 1);
