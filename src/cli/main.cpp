@@ -9,6 +9,7 @@
 #include "cli/exit_codes.h"
 #include "cli/options.h"
 #include "cli/panel_dump.h"
+#include "cli/plan.h"
 #include "cli/retime.h"
 #include "cli/spark_render.h"
 #include "cli/vectors.h"
@@ -27,6 +28,7 @@ constexpr char kHelp[] =
     "\n"
     "Verbs:\n"
     "  retime INPUT -o OUTPUT [options]   render a clip at another speed\n"
+    "  plan INPUT [options]               tell what that would do, and draw the law of time\n"
     "  compare INPUT --at TIME -o SHEET   render one moment with every method into one picture\n"
     "  vectors INPUT -o OUTPUT [options]  write how the pixels of a clip move\n"
     "  panel-dump PLUGIN.so [--json]      tell the controls of a plug-in\n"
@@ -66,6 +68,7 @@ int Run(Verb verb, int (*run)(const Options&), int count, char** words) {
 int RunVerb(int count, char** words) {
     const std::string_view verb = count > 1 ? words[1] : "";
     if (verb == "retime") return Run(kVerbRetime, Retime, count - 2, words + 2);
+    if (verb == "plan") return Run(kVerbPlan, Plan, count - 2, words + 2);
     if (verb == "compare") return Run(kVerbCompare, Compare, count - 2, words + 2);
     if (verb == "vectors") return Run(kVerbVectors, Vectors, count - 2, words + 2);
     if (verb == "panel-dump") return Run(kVerbPanelDump, PanelDump, count - 2, words + 2);
