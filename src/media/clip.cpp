@@ -49,8 +49,9 @@ void Picture::SetShape(int newWidth, int newHeight, int newPixelType, int newCha
     pixels.resize(static_cast<std::size_t>(RowBytes()) * height);
 }
 
-std::unique_ptr<ClipReader> OpenClip(const std::string& name) {
-    if (const auto sequence = FindSequenceMeant(name)) return OpenSequence(name, *sequence);
+std::unique_ptr<ClipReader> OpenClip(const std::string& name, bool mayHaveHoles) {
+    const Holes holes = mayHaveHoles ? Holes::kKeep : Holes::kRefuse;
+    if (const auto sequence = FindSequenceMeant(name, holes)) return OpenSequence(name, *sequence);
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(name, ignored)) {
         throw MediaError(MediaError::Kind::kInput,

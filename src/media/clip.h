@@ -78,9 +78,10 @@ struct ClipInfo {
     std::string content;  // of a sequence: "RGB", or the names of two channels; else empty
     SampleDepth depth = SampleDepth::kByte;
     std::int64_t frames = 0;
-    int firstNumber = 0;   // that of a sequence's first file; 0 for a movie
-    Rational rate;         // frames a second
-    Rational pixelAspect;  // width over height of one pixel
+    std::vector<std::int64_t> missing;  // of these: holes of a sequence, ascending
+    int firstNumber = 0;                // that of a sequence's first file; 0 for a movie
+    Rational rate;                      // frames a second
+    Rational pixelAspect;               // width over height of one pixel
     FieldOrder fieldOrder = FieldOrder::kUnknown;
 
     // What an output of the same format keeps.
@@ -120,8 +121,18 @@ class ClipReader {
 };
 
 // Opens a movie, an image sequence (shot.%04d.png or shot.####.png) or a folder that holds exactly
-// one sequence. Throws MediaError of kind kInput.
-std::unique_ptr<ClipReader> OpenClip(const std::string& name);
+// one sequence. `mayHaveHoles`: numbers that a sequence lacks are told by its ClipInfo, and reading
+// one of them fails; without it they are refused. Throws MediaError of kind kInput.
+std::unique_ptr<ClipReader> OpenClip(const std::string& name, bool mayHaveHoles = false);
+
+// What a finished file says of how it was made.
+struct Stamp {
+    std::string program;      // with its version
+    std::int64_t frame = 0;   // output frame
+    std::int64_t frames = 0;  // of the whole output
+    std::string job;          // 16 hexadecimal digits, the same for all frames of one output
+    std::string picture;      // 32 of them, for all that this frame's pixels depend on
+};
 
 // The source frames that an output frame lies between; the same one where it is a source frame.
 struct SourceFrames {
@@ -139,6 +150,9 @@ struct OutputSettings {
     // Whose headers an output frame's follows; called on the thread that writes. Without it all
     // follow that of the source's first frame.
     std::function<SourceFrames(std::int64_t outputFrame)> madeOf;
+    // That of each output frame, or of a movie as a whole for any; null: none. Called on whichever
+    // thread writes.
+    std::function<Stamp(std::int64_t frame)> stamp;
 };
 
 // Writes output frames, in ascending order and possibly with gaps (sequences only). Nothing stands

@@ -9,6 +9,7 @@
 #include "media/movie_fields.h"
 #include "media/movie_pixels.h"
 #include "media/safe_file.h"
+#include "media/stamp.h"
 #include "media/timecode.h"
 
 namespace velorin {
@@ -249,6 +250,9 @@ void MovieWriter::Start(const Picture& picture) {
     output.reset(made);
     // Without dates and random numbers: equal runs give equal files.
     output->flags |= AVFMT_FLAG_BITEXACT;
+    if (settings.stamp) {
+        av_dict_set(&output->metadata, "comment", StampText(settings.stamp(current)).c_str(), 0);
+    }
     OpenCodec(picture, encoding);
     OpenFile();
     MakeVideoFrame(picture, encoding);

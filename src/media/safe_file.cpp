@@ -2,8 +2,11 @@
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -28,16 +31,50 @@ MediaError ExistsAlready(const std::string& target) {
 // does.
 constexpr std::size_t kStemBytes = 100;
 
+constexpr char kTemporaryMark[] = ".velorin-";
+
 std::string TemporaryNameFor(const std::string& target, int attempt) {
     const fs::path path(target);
     std::string name = ".";
     name += path.stem().string().substr(0, kStemBytes);
-    name += ".velorin-" + std::to_string(getpid()) + "-" + std::to_string(attempt);
+    name += kTemporaryMark + std::to_string(getpid()) + "-" + std::to_string(attempt);
     name += path.extension().string();
     return (path.parent_path() / name).string();
 }
 
+// The target's name, without its folder, of a name made as above; empty for any other.
+std::string TargetOfTemporary(const std::string& name) {
+    const std::size_t mark = name.rfind(kTemporaryMark);
+    if (mark == std::string::npos || mark == 0 || name[0] != '.') return "";
+    const std::size_t numbers = mark + sizeof kTemporaryMark - 1;
+    const std::size_t end = std::min(name.find_first_not_of("0123456789-", numbers), name.size());
+    if (end == numbers || (end < name.size() && name[end] != '.')) return "";
+    return name.substr(1, mark - 1) + name.substr(end);
+}
+
+// A lock that others hold for writing means that the file is in use; so does a lock that cannot be
+// had, where the file system knows none.
+bool LockIfUnused(int descriptor) {
+    return flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+}
+
 }  // namespace
+
+int RemoveAbandoned(const std::string& folder,
+                    const std::function<bool(const std::string& targetName)>& isOurs) {
+    int removed = 0;
+    std::error_code error;
+    for (auto entry = fs::directory_iterator(folder.empty() ? "." : folder, error);
+         !error && entry != fs::end(entry); entry.increment(error)) {
+        const std::string target = TargetOfTemporary(entry->path().filename().string());
+        if (target.empty() || !isOurs(target)) continue;
+        const int file = open(entry->path().c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+        if (file < 0) continue;
+        if (LockIfUnused(file) && unlink(entry->path().c_str()) == 0) ++removed;
+        close(file);
+    }
+    return removed;
+}
 
 MediaError WriteFailure(const std::string& target, int reason) {
     std::string text = target + ": cannot be written";
@@ -70,13 +107,23 @@ void CheckTarget(const std::string& target, bool overwrite) {
 SafeFile::SafeFile(const std::string& targetName, bool mayOverwrite)
     : target(targetName), overwrite(mayOverwrite) {
     CheckTarget(target, overwrite);
-    // The numbers are for writers of one process, and for processes with the same id on machines
-    // that share the folder.
-    for (int attempt = 0; descriptor < 0; ++attempt) {
-        temporary = TemporaryNameFor(target, attempt);
-        descriptor = open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor < 0 && errno != EEXIST) throw WriteFailure(target, errno);
-    }
+    // The numbers are for writers of one process, for what killed ones left, and for processes with
+    // the same id on machines that share the folder.
+    for (int attempt = 0; !Open(attempt); ++attempt) continue;
+}
+
+// False where another file of that name stands in the way.
+bool SafeFile::Open(int attempt) {
+    temporary = TemporaryNameFor(target, attempt);
+    descriptor = open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor < 0 && errno != EEXIST) throw WriteFailure(target, errno);
+    if (descriptor < 0) return false;
+    // Who looks for abandoned files may have come first, and removes this one.
+    const bool taken = flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    struct stat status = {};
+    if (!taken && fstat(descriptor, &status) == 0 && status.st_nlink > 0) return true;
+    close(std::exchange(descriptor, -1));
+    return false;
 }
 
 SafeFile::~SafeFile() {
@@ -86,10 +133,12 @@ SafeFile::~SafeFile() {
 
 void SafeFile::Commit() {
     if (fsync(descriptor) != 0) throw WriteFailure(target, errno);
-    const int closing = std::exchange(descriptor, -1);
+    // Closing may fail and has to be asked; its twin holds the lock until the name is given.
+    const int closing = std::exchange(descriptor, dup(descriptor));
     if (close(closing) != 0) throw WriteFailure(target, errno);
     GiveName();
     temporary.clear();
+    if (descriptor >= 0) close(std::exchange(descriptor, -1));
 }
 
 void SafeFile::GiveName() {

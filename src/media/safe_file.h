@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 #include "media/clip.h"
@@ -12,7 +13,8 @@ namespace velorin {
 void CheckTarget(const std::string& target, bool overwrite);
 
 // A file that gets its name when it is whole. Until Commit it stands under a temporary name of this
-// process beside the target, with the target's extension; it is removed if there is no Commit.
+// process beside the target, with the target's extension; it is removed if there is no Commit. It
+// is locked as long: what a killed process left can be told from what is being written.
 class SafeFile {
   public:
     // Throws what CheckTarget does, and MediaError if the file cannot be made.
@@ -29,6 +31,7 @@ class SafeFile {
     void Commit();
 
   private:
+    bool Open(int attempt);
     void GiveName();
 
     std::string target;
@@ -36,6 +39,12 @@ class SafeFile {
     bool overwrite;
     int descriptor = -1;
 };
+
+// Removes the temporary files of killed processes in a folder, of those targets for which `isOurs`
+// answers yes; it is given the target's name without the folder. What is being written stays, on
+// other machines too where the folder's file system tells them of locks. Answers how many went.
+int RemoveAbandoned(const std::string& folder,
+                    const std::function<bool(const std::string& targetName)>& isOurs);
 
 // A MediaError of kind kFailure for a failed write to `target`, with what helps against `reason`,
 // an errno value.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "media/clip.h"
+#include "media/number_ranges.h"
 #include "media/still_format.h"
 
 namespace velorin {
@@ -37,17 +38,6 @@ std::optional<int> NumberOf(std::string_view digits, std::size_t width) {
     return number;
 }
 
-std::optional<int> NumberIn(std::string_view fileName, const SequenceName& sequence) {
-    const std::size_t around = sequence.prefix.size() + sequence.suffix.size();
-    if (fileName.size() <= around || !fileName.starts_with(sequence.prefix) ||
-        !fileName.ends_with(sequence.suffix)) {
-        return {};
-    }
-    const auto digits = fileName.substr(sequence.prefix.size(), fileName.size() - around);
-    if (!std::all_of(digits.begin(), digits.end(), IsDigit)) return {};
-    return NumberOf(digits, static_cast<std::size_t>(sequence.digits));
-}
-
 // The names of the plain files in a folder.
 std::vector<std::string> FilesIn(const std::string& folder) {
     std::error_code error;
@@ -61,38 +51,19 @@ std::vector<std::string> FilesIn(const std::string& folder) {
     return names;
 }
 
-// "7, 9-12 and 40 more" for the numbers that are not in the sorted list.
-std::string MissingNumbers(const std::vector<int>& numbers) {
-    constexpr int kMostNamed = 8;
-    std::string text;
-    int named = 0;
-    int rest = 0;
-    for (std::size_t i = 1; i < numbers.size(); ++i) {
-        const int first = numbers[i - 1] + 1;
-        const int last = numbers[i] - 1;
-        if (first > last) continue;
-        if (++named > kMostNamed) {
-            rest += last - first + 1;
-            continue;
-        }
-        if (!text.empty()) text += ", ";
-        text += std::to_string(first);
-        if (last > first) text.append("-").append(std::to_string(last));
-    }
-    if (rest > 0) text += " and " + std::to_string(rest) + " more";
-    return text;
-}
-
-FoundSequence CheckNumbers(const SequenceName& name, std::vector<int> numbers) {
+FoundSequence CheckNumbers(const SequenceName& name, std::vector<int> numbers, Holes holes) {
     std::sort(numbers.begin(), numbers.end());
-    const int first = numbers.front();
-    const int count = static_cast<int>(numbers.size());
-    if (numbers.back() - first + 1 != count) {
-        ThrowInput(name.Pattern() + ": frames are missing between " + std::to_string(first) +
-                   " and " + std::to_string(numbers.back()) + ": " + MissingNumbers(numbers) +
-                   "; every number of a sequence is needed");
+    FoundSequence found{name, numbers.front(), numbers.back() - numbers.front() + 1, {}};
+    for (std::size_t i = 1; i < numbers.size(); ++i) {
+        for (int number = numbers[i - 1] + 1; number < numbers[i]; ++number) {
+            found.missing.push_back(number - found.first);
+        }
     }
-    return {name, first, count};
+    if (holes == Holes::kKeep || found.missing.empty()) return found;
+    for (std::int64_t& number : found.missing) number += found.first;
+    ThrowInput(name.Pattern() + ": frames are missing between " + std::to_string(found.first) +
+               " and " + std::to_string(numbers.back()) + ": " + NumberRanges(found.missing) +
+               "; every number of a sequence is needed");
 }
 
 // A file's name with its last run of digits taken out.
@@ -200,6 +171,17 @@ std::string SequenceName::Pattern() const {
     return (fs::path(folder) / (prefix + number + suffix)).string();
 }
 
+std::optional<int> NumberIn(std::string_view fileName, const SequenceName& sequence) {
+    const std::size_t around = sequence.prefix.size() + sequence.suffix.size();
+    if (fileName.size() <= around || !fileName.starts_with(sequence.prefix) ||
+        !fileName.ends_with(sequence.suffix)) {
+        return {};
+    }
+    const auto digits = fileName.substr(sequence.prefix.size(), fileName.size() - around);
+    if (!std::all_of(digits.begin(), digits.end(), IsDigit)) return {};
+    return NumberOf(digits, static_cast<std::size_t>(sequence.digits));
+}
+
 std::optional<SequenceName> ParseSequenceName(const std::string& name) {
     const fs::path path(name);
     const std::string fileName = path.filename().string();
@@ -223,7 +205,7 @@ std::string SuggestedPattern(const std::string& fileName) {
     return name.Pattern();
 }
 
-FoundSequence FindSequence(const std::string& name) {
+FoundSequence FindSequence(const std::string& name, Holes holes) {
     const auto sequence = ParseSequenceName(name);
     if (!sequence) ThrowInput(name + ": a sequence is written as in shot.%04d.png");
     if (!sequence->folder.empty() && !fs::is_directory(sequence->folder)) {
@@ -240,17 +222,17 @@ FoundSequence FindSequence(const std::string& name) {
         ThrowInput(name + ": no frame of this sequence is there; its first would be named like " +
                    sequence->FileName(1));
     }
-    return CheckNumbers(*sequence, std::move(numbers));
+    return CheckNumbers(*sequence, std::move(numbers), holes);
 }
 
-std::optional<FoundSequence> FindSequenceMeant(const std::string& name) {
+std::optional<FoundSequence> FindSequenceMeant(const std::string& name, Holes holes) {
     std::error_code ignored;
-    if (fs::is_directory(name, ignored)) return FindSequenceInFolder(name);
+    if (fs::is_directory(name, ignored)) return FindSequenceInFolder(name, holes);
     if (fs::is_regular_file(name, ignored) || !ParseSequenceName(name)) return {};
-    return FindSequence(name);
+    return FindSequence(name, holes);
 }
 
-FoundSequence FindSequenceInFolder(const std::string& folder) {
+FoundSequence FindSequenceInFolder(const std::string& folder, Holes holes) {
     std::vector<Candidate> candidates = CandidatesIn(folder);
     if (candidates.empty()) {
         ThrowInput(folder + ": no sequence in this folder; numbered pictures are wanted (" +
@@ -261,7 +243,7 @@ FoundSequence FindSequenceInFolder(const std::string& folder) {
         for (const Candidate& c : candidates) names += "\n  " + c.name.Pattern();
         ThrowInput(folder + ": several sequences in this folder; name one of them:" + names);
     }
-    return CheckNumbers(candidates.front().name, std::move(candidates.front().numbers));
+    return CheckNumbers(candidates.front().name, std::move(candidates.front().numbers), holes);
 }
 
 }  // namespace velorin

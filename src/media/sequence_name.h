@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace velorin {
 
@@ -17,12 +19,16 @@ struct SequenceName {
     std::string Pattern() const;                      // with the folder, as in shot.%04d.png
 };
 
-// The frames of a sequence on disk: each number from `first` on, `count` of them, without a hole.
+// The frames of a sequence on disk: the numbers from `first` on, `count` of them.
 struct FoundSequence {
     SequenceName name;
     int first = 0;
     int count = 0;
+    std::vector<std::int64_t> missing;  // holes, ascending, counted from 0 for `first`
 };
+
+// Whether a number may be missing between two others of a sequence.
+enum class Holes { kRefuse, kKeep };
 
 // Reads %04d, %d or a run of # (the last one) in the file's name, not in its folder's. Empty if
 // there is none of them.
@@ -33,16 +39,20 @@ std::optional<SequenceName> ParseSequenceName(const std::string& name);
 std::string SuggestedPattern(const std::string& fileName);
 
 // Looks up which frames of a named sequence are there. Throws MediaError of kind kInput if there is
-// no folder, no frame, or a hole in the numbers, which it names.
-FoundSequence FindSequence(const std::string& name);
+// no folder, no frame, or a hole in the numbers that is refused, which it names.
+FoundSequence FindSequence(const std::string& name, Holes holes = Holes::kRefuse);
+
+// The number that stands in a file's name, without its folder, if that is one of the sequence.
+std::optional<int> NumberIn(std::string_view fileName, const SequenceName& sequence);
 
 // Looks up the sequence that a pattern or a folder stands for, as the two operations around do.
 // Empty where `name` is that of a file, or of nothing.
-std::optional<FoundSequence> FindSequenceMeant(const std::string& name);
+std::optional<FoundSequence> FindSequenceMeant(const std::string& name,
+                                               Holes holes = Holes::kRefuse);
 
 // Finds the one sequence of pictures in a folder. Hidden files and files of other kinds do not
 // count, nor does a single numbered picture beside a longer sequence. Throws MediaError of kind
 // kInput, naming the sequences if there are several.
-FoundSequence FindSequenceInFolder(const std::string& folder);
+FoundSequence FindSequenceInFolder(const std::string& folder, Holes holes = Holes::kRefuse);
 
 }  // namespace velorin

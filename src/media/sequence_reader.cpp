@@ -4,35 +4,17 @@
 
 #include <algorithm>
 #include <array>
-#include <fstream>
 #include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "media/pixel_transfer.h"
+#include "media/still_end.h"
 #include "media/timecode.h"
 
 namespace velorin {
 namespace {
-
-// What stands at the end of a whole file: the JPEG library fills what a cut one lacks with gray and
-// says nothing, and the PNG library prints a line of its own. Null for a format that needs no look.
-const char* EndMark(const std::string& format) {
-    if (format == "jpeg") return "\xff\xd9";
-    return format == "png" ? "IEND" : nullptr;
-}
-
-// Whether the mark is there; some cameras append data of their own after it.
-bool HasEnd(const std::string& fileName, const char* mark) {
-    constexpr std::streamoff kMostAppended = 65536;
-    std::ifstream file(fileName, std::ios::binary | std::ios::ate);
-    const std::streamoff size = file.tellg();
-    std::string tail(static_cast<std::size_t>(std::min(size, kMostAppended)), '\0');
-    file.seekg(size - static_cast<std::streamoff>(tail.size()));
-    file.read(tail.data(), static_cast<std::streamsize>(tail.size()));
-    return tail.find(mark) != std::string::npos;
-}
 
 class SequenceReader : public ClipReader {
   public:
@@ -84,6 +66,7 @@ void SequenceReader::Describe(const std::string& name, const OIIO::ImageSpec& la
     info.storedBits = firstShape.storedBits;
     info.straightAlpha = firstShape.straightAlpha;
     info.frames = sequence.count;
+    info.missing = sequence.missing;
     info.firstNumber = sequence.first;
     info.rate = firstShape.rate;
     info.pixelAspect = firstShape.pixelAspect;
@@ -145,8 +128,7 @@ std::unique_ptr<OIIO::ImageInput> SequenceReader::Open(std::int64_t frame,
     auto input = OIIO::ImageInput::create(FileOf(frame));
     if (!input) ThrowUnreadable(frame, OIIO::geterror());
     if (!input->open(FileOf(frame), layout, asStored)) ThrowUnreadable(frame, input->geterror());
-    const char* mark = EndMark(input->format_name());
-    if (mark != nullptr && !HasEnd(FileOf(frame), mark)) {
+    if (IsCutShort(FileOf(frame), input->format_name())) {
         Throw(frame, "is cut short; render or copy it again");
     }
     std::string problem;

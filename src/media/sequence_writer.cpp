@@ -5,9 +5,12 @@
 #include <filesystem>
 
 #include "image/half_float.h"
+#include "media/clip_files.h"
+#include "media/finished_frames.h"
 #include "media/pixel_transfer.h"
 #include "media/safe_file.h"
 #include "media/source_headers.h"
+#include "media/stamp.h"
 #include "media/still_file.h"
 #include "media/still_shape.h"
 
@@ -136,7 +139,15 @@ void SequenceWriter::Write(std::int64_t frame, const Picture& picture) {
         ToHalves(pixels, count * channels, halves);
         samples = halves.data();
     }
+    if (settings.stamp && KeepsStamp(extension)) {
+        layout.attribute("Software", StampText(settings.stamp(frame)));
+    }
     WriteStill(target, settings.overwrite, layout, StoredType(settings.depth), samples, named);
+    if (settings.stamp && !KeepsStamp(extension)) {
+        StampFile(name).Append(settings.firstNumber + frame,
+                               DigestOfSamples(samples, layout.image_bytes(true)),
+                               settings.stamp(frame));
+    }
 }
 
 // The part of a picture that its file stores: what its source frames store, and whatever else is
@@ -179,7 +190,7 @@ struct ReadSequence {
 std::vector<ReadSequence> SequencesRead(const OutputSettings& settings) {
     std::vector<ReadSequence> sequences;
     const auto add = [&](const ClipInfo& clip) {
-        if (const auto name = NameOfSource(clip)) sequences.push_back({clip, *name});
+        if (const auto name = SequenceNameOf(clip)) sequences.push_back({clip, *name});
     };
     add(settings.source);
     for (const ClipInfo& clip : settings.alsoRead) add(clip);
@@ -206,7 +217,7 @@ std::unique_ptr<ClipWriter> CreateSequence(const SequenceName& name, const Still
 }
 
 void CheckNoFrameOf(const std::string& target, const ClipInfo& source) {
-    const auto sourceName = NameOfSource(source);
+    const auto sourceName = SequenceNameOf(source);
     std::error_code ignored;
     if (!sourceName || !std::filesystem::exists(target, ignored)) return;
     for (std::int64_t frame = 0; frame < source.frames; ++frame) {

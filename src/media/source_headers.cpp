@@ -1,10 +1,11 @@
 #include "media/source_headers.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <string_view>
 #include <utility>
 
+#include "media/clip_files.h"
+#include "media/stamp.h"
 #include "media/still_shape.h"
 #include "media/timecode.h"
 
@@ -57,16 +58,10 @@ bool GoesToOtherFormat(const std::string& name) {
 
 }  // namespace
 
-std::optional<SequenceName> NameOfSource(const ClipInfo& source) {
-    std::error_code ignored;
-    if (source.isMovie || source.name.empty()) return {};
-    return std::filesystem::is_directory(source.name, ignored)
-               ? FindSequenceInFolder(source.name).name
-               : ParseSequenceName(source.name);
-}
-
 SourceHeaders::SourceHeaders(const OutputSettings& outputSettings, const std::string& targetFormat)
-    : settings(outputSettings), format(targetFormat), name(NameOfSource(outputSettings.source)) {}
+    : settings(outputSettings),
+      format(targetFormat),
+      name(SequenceNameOf(outputSettings.source)) {}
 
 SourceFrames SourceHeaders::MadeOf(std::int64_t frame) const {
     return settings.madeOf ? settings.madeOf(frame) : SourceFrames();
@@ -119,6 +114,10 @@ void SourceHeaders::Complete(std::int64_t frame, OIIO::ImageSpec& layout) {
             const std::string key = InSmallLetters(attribute.name().string());
             if (!(same ? StaysInFormat(key) : GoesToOtherFormat(key))) continue;
             layout.attribute(attribute.name(), attribute.type(), attribute.data());
+        }
+        // Of a source that this program made it tells nothing of the new picture.
+        if (ParseStamp(layout.get_string_attribute("Software"))) {
+            layout.erase_attribute("Software");
         }
         // Those that lose something, or take other samples, are not worth it in a TIFF.
         const std::string compression = layout.get_string_attribute("compression");

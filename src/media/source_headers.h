@@ -48,7 +48,4 @@ class SourceHeaders {
     std::optional<int> firstPosition;  // of output frame 0 in a DPX sequence
 };
 
-// The names of the source's own files; empty if it is no sequence.
-std::optional<SequenceName> NameOfSource(const ClipInfo& source);
-
 }  // namespace velorin

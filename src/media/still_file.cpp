@@ -77,7 +77,8 @@ void AddFormatSettings(const std::string& target, OIIO::ImageSpec& layout) {
         layout.attribute("jpeg:subsampling", "4:4:4");
     }
     // The library would write the time of day, and equal renders would give unequal files.
-    if (extension == "exr" && !layout.find_attribute("DateTime")) layout.attribute("DateTime", "");
+    const bool dated = extension == "exr" || extension == "tif" || extension == "tiff";
+    if (dated && !layout.find_attribute("DateTime")) layout.attribute("DateTime", "");
 }
 
 // A DPX tells its own name, and the library knows the temporary one.
