@@ -9,6 +9,7 @@
 #include "cli/layers.h"
 #include "cli/motion_options.h"
 #include "cli/motion_transfer.h"
+#include "cli/stop_request.h"
 #include "cli/view_pictures.h"
 #include "engine/fields.h"
 #include "image/copy.h"
@@ -88,7 +89,7 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
         request.compensate, options.sensitivity / 100.0f, method.interp, 1, tracksSource ? 1 : 0,
         keepsFlows ? 1 : 0, static_cast<std::int32_t>(sensitivities.size()),
         options.matteShrinks.data(), sensitivities.data(), &progress, false);
-    if (failure == ZPErrInterrupted) return false;
+    if (failure == ZPErrInterrupted || StopAtOnce()) return false;
     host.RethrowFailure();
     if (failure == ZPErrNoMemory) throw std::bad_alloc();
     if (failure != ZPErrNone) {

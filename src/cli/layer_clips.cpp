@@ -7,6 +7,8 @@
 
 #include "cli/fields.h"
 #include "cli/forecast.h"
+#include "cli/hole_filler.h"
+#include "cli/job_options.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
 #include "cli/recent_frames.h"
@@ -110,21 +112,28 @@ void AddVectorFrame(std::deque<std::int64_t>& frames, ClipRole role, const PassF
     frames.push_back(role == ClipRole::kForwardVectors ? pass.floorFrame : pass.ceilFrame);
 }
 
-// What one output frame reads, some of it perhaps twice.
-std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const RunPlan& plan,
-                                    std::int64_t outputFrame) {
-    std::deque<std::int64_t> frames;
-    for (const PassForecast& pass : ForecastOf(*plan.law, outputFrame, plan.request)) {
-        if (!Reads(role, options, pass)) continue;
-        if (role == ClipRole::kForwardVectors || role == ClipRole::kBackwardVectors) {
-            AddVectorFrame(frames, role, pass, plan.source.frames);
-            continue;
+// What has to be read of a source with holes, in place of a frame that may be one: nothing for a
+// hole that is computed by a reader of its own.
+std::function<std::int64_t()> WithoutHoles(std::function<std::int64_t()> order,
+                                           const Options& options, const RunPlan& plan) {
+    return [order = std::move(order), &options, &plan]() -> std::int64_t {
+        while (true) {
+            const std::int64_t frame = order();
+            if (frame < 0) return frame;
+            const FramesAround around = FramesAroundHole(plan.source, frame);
+            if (options.missing == MissingFrames::kHold || around.before == frame) {
+                return around.before;
+            }
         }
-        frames.push_back(FrameInside(pass.floorFrame, plan.source.frames));
-        if (options.view == View::kMatte) continue;
-        frames.push_back(FrameInside(pass.ceilFrame, plan.source.frames));
-    }
-    return frames;
+    };
+}
+
+std::unique_ptr<ClipReader> ReadSource(std::unique_ptr<ClipReader> clip, const Options& options,
+                                       const RunPlan& plan) {
+    const auto order = OrderFor(ClipRole::kSource, options, plan);
+    if (plan.source.missing.empty()) return ReadAhead(std::move(clip), order, kReadAhead);
+    auto ahead = ReadAhead(std::move(clip), WithoutHoles(order, options, plan), kReadAhead);
+    return FillHoles(std::move(ahead), options, plan, order);
 }
 
 }  // namespace
@@ -138,8 +147,9 @@ std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string
 
 RunClips OpenRunClips(const Options& options) {
     RunClips clips;
-    clips.source = OpenClip(options.input);
+    clips.source = OpenClip(options.input, true);
     const ClipInfo& info = clips.source->Info();
+    CheckHoles(options, info);
     if (!options.motionFrom.empty()) {
         clips.motion = OpenAlike(options.motionFrom, "--motion-from", info);
     }
@@ -162,6 +172,22 @@ std::vector<ClipInfo> OtherClips(const RunClips& clips) {
     if (clips.forwardVectors) infos.push_back(clips.forwardVectors->Info());
     if (clips.backwardVectors) infos.push_back(clips.backwardVectors->Info());
     return infos;
+}
+
+std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const RunPlan& plan,
+                                    std::int64_t outputFrame) {
+    std::deque<std::int64_t> frames;
+    for (const PassForecast& pass : ForecastOf(*plan.law, outputFrame, plan.request)) {
+        if (!Reads(role, options, pass)) continue;
+        if (role == ClipRole::kForwardVectors || role == ClipRole::kBackwardVectors) {
+            AddVectorFrame(frames, role, pass, plan.source.frames);
+            continue;
+        }
+        frames.push_back(FrameInside(pass.floorFrame, plan.source.frames));
+        if (options.view == View::kMatte) continue;
+        frames.push_back(FrameInside(pass.ceilFrame, plan.source.frames));
+    }
+    return frames;
 }
 
 std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan) {
@@ -218,7 +244,7 @@ RunClips ReadForRun(RunClips clips, const Options& options, const RunPlan& plan)
         return ReadAhead(std::move(clip), OrderFor(role, options, plan), kReadAhead);
     };
     RunClips ready;
-    ready.source = ahead(ClipRole::kSource, std::move(clips.source));
+    ready.source = ReadSource(std::move(clips.source), options, plan);
     if (clips.motion) {
         ready.motion = ahead(ClipRole::kMotion, ReadAsType(std::move(clips.motion), pixelType));
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,6 +28,10 @@ RunClips OpenRunClips(const Options& options);
 std::vector<ClipInfo> OtherClips(const RunClips& clips);
 
 enum class ClipRole { kSource, kMotion, kMatte, kForwardVectors, kBackwardVectors };
+
+// The frames of a clip in that role that one output frame reads, some of them perhaps twice.
+std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const RunPlan& plan,
+                                    std::int64_t outputFrame);
 
 // The frames that a ClipHost will read of a clip in that role while the plan's output frames are
 // rendered, in their order; -1 at the end. `options` and `plan` outlive it.

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <limits>
 
+#include "cli/job_options.h"
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
 #include "cli/time_options.h"
@@ -55,6 +56,9 @@ constexpr Choice kDepths[] = {{"8", static_cast<int>(SampleDepth::kByte)},
                               {"float", static_cast<int>(SampleDepth::kFloat)}};
 constexpr Choice kHostFormats[] = {
     {"auto", kFormatOfClip}, {"8", kHostByte}, {"12", kHostTwelveBits}, {"half", kHostHalf}};
+constexpr Choice kMissing[] = {{"error", static_cast<int>(MissingFrames::kError)},
+                               {"hold", static_cast<int>(MissingFrames::kHold)},
+                               {"interpolate", static_cast<int>(MissingFrames::kInterpolate)}};
 constexpr Choice kStyles[] = {{"auto", static_cast<int>(ProgressStyle::kAuto)},
                               {"plain", static_cast<int>(ProgressStyle::kPlain)},
                               {"json", static_cast<int>(ProgressStyle::kJson)},
@@ -121,6 +125,8 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument&) { options.plugin.json = true; }},
     {kVerbPlan, {}, {}, "--json", {}, "write JSON instead of a table", {},
      [](Options& options, const Argument&) { options.planAsJson = true; }},
+    {kVerbVerify, {}, {}, "--json", {}, "write JSON instead of text", {},
+     [](Options& options, const Argument&) { options.job.json = true; }},
     {kVerbPlan, {}, {}, "--plot", "PICTURE", "draw the law into this picture: png, tif, jpg", {},
      SetPlot},
     {kVerbVectors, {}, "-o", "--output", "OUTPUT", "the sequence of EXR files to write", {},
@@ -174,7 +180,7 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.length = argument.AsInteger(1, kMostFrames);
      }},
-    {kVerbTimes | kVerbVectors | kVerbSparkRender, kTime, {}, "--frames", "LIST", "write only these frames, counted from "
+    {kVerbTimes | kVerbVectors | kVerbSparkRender | kVerbVerify, kTime, {}, "--frames", "LIST", "only these frames, counted from "
      "0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
     {kVerbTimes, kTime, {}, "--scenes", "KEYS", "the scene that begins at a source frame, such as "
      "0:A,48:B: frames of scenes A, B and C are never mixed with each other; in nearest and blend "
@@ -339,12 +345,28 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument&) { options.keepFlows = false; }},
     {kVerbAll | kVerbSparkRender, kRun, {}, "--overwrite", {}, "replace output that is there already", {},
      [](Options& options, const Argument&) { options.overwrite = true; }},
+    {kVerbRetime, kRun, {}, "--resume", {}, "keep the frames that are there whole and were made with "
+     "the same settings of the same input, and render the others", {},
+     [](Options& options, const Argument&) { options.job.resume = true; }},
+    {kVerbTimes, kRun, {}, "--chunk", "I/N", "only the I-th of N parts of about the same cost, "
+     "for N machines; a clip of few source frames may leave some of them nothing to do", {},
+     SetChunk},
+    {kVerbRetime, kRun, {}, "--continue-on-error", {}, "leave frames out that cannot be rendered, "
+     "say which, and end with code 5", {},
+     [](Options& options, const Argument&) { options.job.continueOnError = true; }},
+    {kVerbAll, kRun, {}, "--missing", "HOW", "what stands in for a number that the sequence INPUT "
+     "lacks: nothing, the frame before it, or one computed from the frames on both sides", kMissing,
+     [](Options& options, const Argument& argument) {
+         options.missing = static_cast<MissingFrames>(argument.AsChoice());
+     }},
+    {kVerbRetime, kRun, {}, "--log", "FILE", "add what happens to this file, each line with the "
+     "time", {}, SetLog},
     {kVerbAll | kVerbSparkRender, kRun, {}, "--progress", "STYLE", "a bar on a terminal and plain lines elsewhere, "
      "plain lines, one JSON object a line, or nothing", kStyles,
      [](Options& options, const Argument& argument) {
          options.progress = static_cast<ProgressStyle>(argument.AsChoice());
      }},
-    {kVerbAll | kVerbSparkRender, kRun, "-q", "--quiet", {}, "say nothing but errors", {},
+    {kVerbAll | kVerbSparkRender | kVerbVerify, kRun, "-q", "--quiet", {}, "say nothing but errors", {},
      [](Options& options, const Argument&) { options.quiet = true; }},
     {kVerbRetime, kRun, "-v", "--verbose", {}, "tell settings, sizes and what is estimated", {},
      [](Options& options, const Argument&) { options.verbose = true; }},
@@ -392,6 +414,13 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin vectors shot.mov -o flow.####.exr --guides tracks.txt\n"
      "  velorin retime shot.mov -o slow.mov --speed 0.5 --vectors-format pixels \\\n"
      "      --forward-vectors flow.%04d.exr --backward-vectors flow.%04d.exr\n"},
+    {kVerbVerify, "verify", "OUTPUT",
+     "Looks whether a sequence or a movie that velorin retime wrote is all there: tells the frames\n"
+     "that are missing, that cannot be read, and that were made with other settings than most.\n"
+     "OUTPUT is written as it was for velorin retime. Frames count from 0. Ends with code 1 where\n"
+     "something is wrong.\n",
+     "  velorin verify slow/shot.%04d.exr\n"
+     "  velorin verify slow.%04d.png --frames 100-199 --json\n"},
     {kVerbPanelDump, "panel-dump", "PLUGIN.so",
      "Writes the panel that a compositing host builds of a plug-in: each control's name and kind,\n"
      "its title or the entries of its menu, its value and range, and the callback of an edit.\n",

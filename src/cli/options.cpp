@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 
+#include "cli/job_options.h"
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
 #include "cli/option_table.h"
@@ -233,6 +234,7 @@ std::optional<Options> ParseOptions(Verb verb, int count, const char* const* wor
     CompleteLayerOptions(options);
     CompleteMotionOptions(options);
     CompleteTimeOptions(options);
+    CompleteJobOptions(options);
     return options;
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/chunk.h"
 #include "cli/curve.h"
 #include "cli/frame_list.h"
 #include "cli/scene_marks.h"
@@ -32,9 +33,10 @@ enum Verb {
     kVerbPanelDump = 8,
     kVerbSparkRender = 16,
     kVerbPlan = 32,  // takes what retime does, so that a command line serves both
-    kVerbTimes = 33,
-    kVerbPictures = 35,
-    kVerbAll = 39  // that ask the engine
+    kVerbVerify = 64,
+    kVerbTimes = kVerbRetime | kVerbPlan,
+    kVerbPictures = kVerbTimes | kVerbCompare,
+    kVerbAll = kVerbPictures | kVerbVectors  // that ask the engine
 };
 
 enum class ProgressStyle { kAuto, kPlain, kJson, kNone };
@@ -62,6 +64,18 @@ struct VectorOptions {
 // On what tones motion is measured: those of the pictures, or compressed ones; auto compresses
 // those that are proportional to light.
 enum MotionTransfer { kTransferNone, kTransferLog, kTransferAuto };
+
+// What stands in for a number that an input sequence lacks.
+enum class MissingFrames { kError, kHold, kInterpolate };
+
+// How a long job is run, and a finished one looked at.
+struct JobOptions {
+    bool resume = false;
+    bool continueOnError = false;
+    std::optional<Chunk> chunk;
+    std::string log;    // file; empty: none
+    bool json = false;  // of `velorin verify`
+};
 
 // How a compositing host holds frames.
 enum HostFormat { kHostByte, kHostTwelveBits, kHostHalf };
@@ -91,6 +105,8 @@ struct Options {
     bool overwrite = false;
     ProgressStyle progress = ProgressStyle::kAuto;
     bool quiet = false;
+    MissingFrames missing = MissingFrames::kError;
+    JobOptions job;
     std::optional<int> inputFields;  // 0 none, 1 upper first, 2 lower first, or kFieldsOfClip
 
     std::string motionFrom;             // clip that motion is measured on; empty: the input

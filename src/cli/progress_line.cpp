@@ -103,8 +103,11 @@ std::string JsonString(const std::string& text) {
     return quoted + "\"";
 }
 
-ProgressLine::ProgressLine(ProgressStyle wanted, bool isQuiet)
-    : KQIdleAndProgressClass(nullptr), style(StyleFor(wanted, isQuiet)), quiet(isQuiet) {}
+ProgressLine::ProgressLine(ProgressStyle wanted, bool isQuiet, RunLog* newLog)
+    : KQIdleAndProgressClass(nullptr),
+      style(StyleFor(wanted, isQuiet)),
+      quiet(isQuiet),
+      log(newLog) {}
 
 ProgressLine::~ProgressLine() {
     ClearBar();
@@ -132,6 +135,20 @@ void ProgressLine::FrameDone(std::int64_t frame) {
     state.part = 0.0;
     Show();
     if (style == Style::kJson) Put(JsonText(state, frame) + "\n");
+    Log("frame " + std::to_string(frame) + " rendered");
+}
+
+void ProgressLine::FrameFailed(std::int64_t frame, const std::string& why) {
+    --state.total;
+    state.part = 0.0;
+    ClearBar();
+    const std::string number = std::to_string(frame);
+    if (style == Style::kJson) {
+        Put("{\"event\":\"failed\",\"frame\":" + number + ",\"text\":" + JsonString(why) + "}\n");
+    } else {
+        Put("velorin: output frame " + number + ": " + why + "\n");
+    }
+    Log("frame " + number + " failed: " + why);
 }
 
 void ProgressLine::Show() {
@@ -162,16 +179,30 @@ void ProgressLine::Finish() {
         Put(Format("%lld %s in %.1f s, %.2f frames a second\n", done,
                    done == 1 ? "frame" : "frames", state.seconds, Speed(state)));
     }
+    Log(Format("done: %lld frames in %.1f s", done, state.seconds));
 }
 
-void ProgressLine::Note(const std::string& text) {
+void ProgressLine::Tell(const std::string& event, const std::string& text) {
+    Log(text);
     if (quiet) return;
     ClearBar();
     if (style == Style::kJson) {
-        Put("{\"event\":\"note\",\"text\":" + JsonString(text) + "}\n");
+        Put("{\"event\":" + event + ",\"text\":" + JsonString(text) + "}\n");
     } else {
         Put(text + "\n");
     }
+}
+
+void ProgressLine::Note(const std::string& text) {
+    Tell("\"note\"", text);
+}
+
+void ProgressLine::Stopped(int code, const std::string& text) {
+    Tell("\"stopped\",\"code\":" + std::to_string(code), text);
+}
+
+void ProgressLine::Log(const std::string& text) {
+    if (log) log->Add(text);
 }
 
 }  // namespace velorin

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli/options.h"
+#include "cli/run_log.h"
 #include "image/progress.h"
 
 namespace velorin {
@@ -29,15 +30,21 @@ std::string JsonString(const std::string& text);
 // to his wish to stop at once.
 class ProgressLine final : public KQIdleAndProgressClass {
   public:
-    ProgressLine(ProgressStyle wanted, bool isQuiet);
+    // The log, which may be null, hears everything, however quiet the user wants it; it outlives
+    // this.
+    ProgressLine(ProgressStyle wanted, bool isQuiet, RunLog* newLog = nullptr);
     ~ProgressLine();
 
     void Start(std::int64_t frames);
     // The engine's report on the frame in hand. Throws ZPErrInterrupted after a second SIGINT.
     void ReportProgress(float fraction) override;
     void FrameDone(std::int64_t frame);
+    // An output frame is left out, and why: said even when quiet.
+    void FrameFailed(std::int64_t frame, const std::string& why);
     // The line at the end of a whole run.
     void Finish();
+    // The run ends before its end with that code.
+    void Stopped(int code, const std::string& text);
     // Says something beside the progress, unless quiet.
     void Note(const std::string& text);
 
@@ -48,9 +55,12 @@ class ProgressLine final : public KQIdleAndProgressClass {
     static Style StyleFor(ProgressStyle wanted, bool isQuiet);
     void Show();
     void ClearBar();
+    void Tell(const std::string& event, const std::string& text);
+    void Log(const std::string& text);
 
     const Style style;
     const bool quiet;
+    RunLog* const log;
     bool barShown = false;
     ProgressState state;
     Clock::time_point started = Clock::now();

@@ -8,18 +8,24 @@
 
 #include "cli/exit_codes.h"
 #include "cli/fields.h"
+#include "cli/fingerprint.h"
 #include "cli/frame_list.h"
 #include "cli/frame_renderer.h"
 #include "cli/guides.h"
+#include "cli/job_options.h"
 #include "cli/layer_clips.h"
 #include "cli/matte_range.h"
 #include "cli/motion_options.h"
 #include "cli/motion_transfer.h"
 #include "cli/progress_line.h"
+#include "cli/resume.h"
+#include "cli/run_log.h"
 #include "cli/run_plan.h"
 #include "cli/stop_request.h"
 #include "cli/time_notes.h"
 #include "cli/vector_notes.h"
+#include "image/err.h"
+#include "media/number_ranges.h"
 #include "media/still_format.h"
 
 namespace velorin {
@@ -29,7 +35,7 @@ namespace {
 constexpr int kWriteBehind = 1;
 
 std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& plan,
-                                         const RunClips& clips) {
+                                         const RunClips& clips, const Fingerprints& prints) {
     OutputSettings settings;
     settings.source = plan.source;
     settings.source.rate = plan.lawFacts.rate;
@@ -37,8 +43,12 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
     settings.depth = plan.depth;
     settings.firstNumber = plan.firstNumber;
     settings.fieldOrder = OrderOfFields(plan.request.outputFields);
-    settings.overwrite = options.overwrite;
+    settings.overwrite = options.overwrite || options.job.resume;
     settings.madeOf = [&plan](std::int64_t frame) { return SourceFramesOf(plan, frame); };
+    settings.stamp = [&prints](std::int64_t frame) { return prints.Of(frame); };
+    if (!FindStillFormat(options.output)) {
+        settings.stamp = [stamp = prints.OfMovie()](std::int64_t) { return stamp; };
+    }
     // Painted pictures are in colour, whatever the source is.
     const bool painted = options.view == View::kMatte || options.view == View::kFlow;
     if (painted && settings.source.channels < 3) {
@@ -91,22 +101,28 @@ class Run {
           progress(newProgress),
           isSequence(FindStillFormat(options.output) != nullptr),
           writer(std::move(newWriter)),
+          continueOnError(options.job.continueOnError),
           method{options.interp, options.warp},
           renderer(options, plan, std::move(clips), std::move(guides)) {}
 
     int Execute();
 
   private:
+    enum class Outcome { kWritten, kFailed, kStopped };
     int RenderAll();
+    Outcome RenderOne(std::int64_t frame);
     int Stop(int code);
+    int End();
 
     const RunPlan& plan;
     ProgressLine& progress;
     const bool isSequence;
     std::unique_ptr<ClipWriter> writer;
+    const bool continueOnError;
     const Method method;
     FrameRenderer renderer;
     std::int64_t done = 0;
+    std::vector<std::int64_t> failed;
 };
 
 int Run::Execute() {
@@ -126,15 +142,46 @@ int Run::Execute() {
 int Run::RenderAll() {
     for (const std::int64_t frame : plan.frames) {
         if (const int code = StopRequested()) return Stop(code);
-        const Picture* picture = renderer.Render(frame, method, progress);
-        if (!picture) return Stop(StopRequested());
-        writer->Write(frame, *picture);
+        const Outcome outcome = RenderOne(frame);
+        if (outcome == Outcome::kStopped) return Stop(StopRequested());
+        if (outcome == Outcome::kFailed) continue;
         ++done;
         progress.FrameDone(frame);
     }
     writer->Finish();
+    return End();
+}
+
+// A frame that cannot be written ends the run whatever was asked for: the next ones would go the
+// same way.
+Run::Outcome Run::RenderOne(std::int64_t frame) {
+    const Picture* picture = nullptr;
+    const auto leaveOut = [&](const std::string& why) {
+        failed.push_back(frame);
+        progress.FrameFailed(frame, why);
+        return Outcome::kFailed;
+    };
+    try {
+        picture = renderer.Render(frame, method, progress);
+    } catch (const std::exception& failure) {
+        if (!continueOnError) throw;
+        return leaveOut(failure.what());
+    } catch (ZPErr failure) {
+        if (!continueOnError) throw;
+        return leaveOut("the engine failed with code " + std::to_string(failure));
+    }
+    if (!picture) return Outcome::kStopped;
+    writer->Write(frame, *picture);
+    return Outcome::kWritten;
+}
+
+int Run::End() {
     progress.Finish();
-    return kExitDone;
+    if (failed.empty()) return kExitDone;
+    progress.Note(std::to_string(failed.size()) + " of " + std::to_string(plan.frames.size()) +
+                  " frames failed: " + NumberRanges(failed) +
+                  "; once their source is mended, --resume renders them");
+    return kExitSomeFailed;
 }
 
 // A movie that lacks frames is no whole movie, and goes.
@@ -142,28 +189,20 @@ int Run::Stop(int code) {
     if (isSequence) writer->Finish();
     const std::string count =
         std::to_string(done) + " of " + std::to_string(plan.frames.size()) + " frames";
-    progress.Note(isSequence ? "stopped on request; " + count + " are written"
-                             : "stopped on request after " + count + "; no movie is left");
+    progress.Stopped(code, isSequence
+                               ? "stopped on request; " + count + " are written; --resume goes on"
+                               : "stopped on request after " + count + "; no movie is left");
     return code;
 }
 
-}  // namespace
-
-int Retime(const Options& options) {
-    WatchForStop();
-    const int threads = StartThreads(options);
-    RunClips clips = OpenRunClips(options);
-    const RunPlan plan = MakePlan(options, clips.source->Info());
-    ProgressLine progress(options.progress, options.quiet);
-    NoteTimes(options, plan, progress);
-    if (options.verbose)
-        progress.Note(Describe(plan, options, threads) + VectorsText(options, clips));
-    if (plan.frames.empty()) {
-        progress.Note("nothing to do");
-        return kExitDone;
+// What is said before the first frame.
+void NoteRun(const Options& options, const RunPlan& plan, const RunClips& clips,
+             ProgressLine& progress) {
+    if (!plan.source.missing.empty()) {
+        const bool held = options.missing == MissingFrames::kHold;
+        progress.Note(HolesText(plan.source) + (held ? "; the frames before them stand in"
+                                                     : "; computed from those around"));
     }
-    std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
-    std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips);
     NoteWhatIsLeftOut(options, plan, progress);
     NoteMotionSources(options, progress);
     NoteEmptyVectors(options, plan, clips, progress);
@@ -171,8 +210,50 @@ int Retime(const Options& options) {
     NoteFields(options, plan, progress);
     NoteIdleCompensation(options, plan, progress);
     NoteMatteRanges(options, plan, clips, progress);
+}
+
+int RunRetime(const Options& options, RunLog& log) {
+    const int threads = StartThreads(options);
+    RunClips clips = OpenRunClips(options);
+    RunPlan plan = MakePlan(options, clips.source->Info());
+    ProgressLine progress(options.progress, options.quiet, &log);
+    NoteTimes(options, plan, progress);
+    std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
+    const Fingerprints prints(options, plan, clips, guides, threads);
+    if (options.job.resume) KeepFinished(options, plan, prints, progress);
+    const std::string description = Describe(plan, options, threads) + VectorsText(options, clips);
+    if (options.verbose) {
+        progress.Note(description);
+    } else {
+        log.Add(description);
+    }
+    if (plan.frames.empty()) {
+        progress.Note("nothing to do");
+        return kExitDone;
+    }
+    std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips, prints);
+    NoteRun(options, plan, clips, progress);
     return Run(options, plan, std::move(clips), std::move(guides), std::move(writer), progress)
         .Execute();
+}
+
+}  // namespace
+
+int Retime(const Options& options) {
+    WatchForStop();
+    RunLog log(options.job.log);
+    log.Add("velorin " VELORIN_VERSION " begins");
+    try {
+        const int code = RunRetime(options, log);
+        log.Add("ends with code " + std::to_string(code));
+        return code;
+    } catch (const std::exception& failure) {
+        log.Add(std::string("fails: ") + failure.what());
+        throw;
+    } catch (ZPErr failure) {
+        log.Add("fails: the engine failed with code " + std::to_string(failure));
+        throw;
+    }
 }
 
 }  // namespace velorin

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "cli/fields.h"
+#include "cli/job_options.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
 #include "cli/time_options.h"
@@ -47,8 +48,12 @@ bool CanEstimate(const ClipInfo& source, int quality) {
 }
 
 // The coarsest quality that would do is named: it is the nearest to what was asked for.
-void CheckWorkingSize(const RunPlan& plan, int quality) {
-    if (plan.pairs == 0 || CanEstimate(plan.source, quality)) return;
+void CheckWorkingSize(const RunPlan& plan, const Options& options) {
+    const int quality = options.quality;
+    const bool fillsHoles = options.missing == MissingFrames::kInterpolate && quality != 0 &&
+                            !plan.source.missing.empty();
+    if ((plan.pairs == 0 || TakesVectors(options)) && !fillsHoles) return;
+    if (CanEstimate(plan.source, quality)) return;
     int fitting = quality;
     while (!CanEstimate(plan.source, fitting)) ++fitting;
     RefuseSize(plan.source, "are too small to estimate motion with --quality " +
@@ -80,6 +85,10 @@ void ChooseFrames(const Options& options, RunPlan& plan) {
         plan.frames = ChosenFrames(options.frames, plan.length);
         plan.framesLeftOut = ReachesPast(options.frames, plan.length);
     }
+    if (options.job.chunk) {
+        plan.frames = FramesOfChunk(plan.frames, *options.job.chunk, *plan.law, plan.request,
+                                    CostsOf(options));
+    }
 }
 
 // The second field of the last frame still lies inside.
@@ -95,6 +104,7 @@ void CountOutside(RunPlan& plan) {
 
 void CountPairs(const Options& options, RunPlan& plan) {
     std::optional<std::int64_t> lastPair;
+    plan.pairs = plan.onFrame = 0;
     for (const std::int64_t frame : plan.frames) {
         bool onFrame = true;
         for (const PassForecast& pass : ForecastOf(*plan.law, frame, plan.request)) {
@@ -258,7 +268,7 @@ RunPlan MakeTimePlan(const Options& options, const ClipInfo& source) {
     CountPairs(options, plan);
     plan.flowWidth = Halved(source.width, HalvingsOf(options.quality));
     plan.flowHeight = Halved(source.height, HalvingsOf(options.quality));
-    if (!TakesVectors(options)) CheckWorkingSize(plan, options.quality);
+    CheckWorkingSize(plan, options);
     return plan;
 }
 
@@ -267,6 +277,11 @@ RunPlan MakePlan(const Options& options, const ClipInfo& source) {
     plan.depth = DepthOf(options, source);
     plan.firstNumber = options.startNumber.value_or(source.firstNumber);
     return plan;
+}
+
+void KeepFrames(RunPlan& plan, std::vector<std::int64_t> frames, const Options& options) {
+    plan.frames = std::move(frames);
+    CountPairs(options, plan);
 }
 
 RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source) {
@@ -281,7 +296,7 @@ RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source) {
     plan.length = 1;
     plan.frames = {0};
     CountPairs(options, plan);
-    if (!TakesVectors(options)) CheckWorkingSize(plan, options.quality);
+    CheckWorkingSize(plan, options);
     plan.depth = SampleDepth::kByte;
     return plan;
 }
@@ -307,7 +322,7 @@ VectorsPlan MakeVectorsPlan(const Options& options, const ClipInfo& source) {
     }
     run.law = MiddlesOfPairs(ConstantSpeed({1, 1}));
     CountPairs(options, run);
-    if (!TakesVectors(options)) CheckWorkingSize(run, options.quality);
+    CheckWorkingSize(run, options);
     run.depth = source.depth;
     run.firstNumber = options.startNumber.value_or(source.firstNumber);
     return plan;

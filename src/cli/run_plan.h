@@ -56,6 +56,9 @@ RunPlan MakeTimePlan(const Options& options, const ClipInfo& source);
 // whose frames are too small or too large.
 RunPlan MakePlan(const Options& options, const ClipInfo& source);
 
+// Narrows a plan to these of its frames.
+void KeepFrames(RunPlan& plan, std::vector<std::int64_t> frames, const Options& options);
+
 // The plan of a contact sheet: output frame 0 alone, which shows the time `options.at`, in 8 bits.
 // Throws as MakePlan does.
 RunPlan MakeSheetPlan(const Options& options, const ClipInfo& source);

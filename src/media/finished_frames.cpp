@@ -2,6 +2,7 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -14,16 +15,18 @@ namespace velorin {
 
 namespace {
 
-constexpr char kDamaged[] = "it is cut short or damaged";
+// What the library says, on one line.
+std::string ProblemText(std::string said) {
+    if (said.empty()) return "it is cut short or damaged";
+    std::replace(said.begin(), said.end(), '\n', ' ');
+    return said;
+}
 
 std::unique_ptr<OIIO::ImageInput> Open(const std::string& name, std::string& problem) {
     OIIO::ImageSpec asStored;
     asStored.attribute("oiio:UnassociatedAlpha", 1);
     auto input = OIIO::ImageInput::open(name, &asStored);
-    if (!input) {
-        problem = OIIO::geterror();
-        if (problem.empty()) problem = kDamaged;
-    }
+    if (!input) problem = ProblemText(OIIO::geterror());
     return input;
 }
 
@@ -36,8 +39,7 @@ std::vector<std::byte> ReadSamples(const std::string& name, std::string& problem
                        input->read_image(input->current_subimage(), 0, 0, -1,
                                          OIIO::TypeDesc::UNKNOWN, samples.data());
     if (whole) return samples;
-    problem = input->geterror();
-    if (problem.empty()) problem = kDamaged;
+    problem = ProblemText(input->geterror());
     return {};
 }
 

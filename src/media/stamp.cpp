@@ -78,8 +78,8 @@ StampFile::StampFile(const SequenceName& sequence) {
         stem.pop_back();
     }
     if (stem.empty()) stem = "frames";
-    name =
-        (std::filesystem::path(sequence.folder) / (stem + sequence.suffix + ".velorin")).string();
+    const std::string fileName = "." + stem + sequence.suffix + ".velorin";
+    name = (std::filesystem::path(sequence.folder) / fileName).string();
 }
 
 // Between line ends on both sides, so that a line that another process left torn takes no other

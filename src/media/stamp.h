@@ -19,8 +19,8 @@ std::optional<Stamp> ParseStamp(const std::string& text);
 // Whether files of that extension keep the name of the program that wrote them.
 bool KeepsStamp(const std::string& extension);
 
-// What is known of a sequence's frames beside the files themselves: a text file of lines that are
-// only ever added to. Several processes may do so at once: a line that got torn on the way does not
+// What is known of a sequence's frames beside the files themselves: a hidden text file in their
+// folder, .slow.ppm.velorin for slow.%04d.ppm, of lines that are only ever added to. Several processes may do so at once: a line that got torn on the way does not
 // count, and the frame is one of which nothing is known.
 class StampFile {
   public:

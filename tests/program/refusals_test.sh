@@ -21,10 +21,9 @@ expect 2 'slow.%04d.png' retime "$in" -o "$out/slow.png"
 expect 2 'slow.xyz' retime "$in" -o "$out/slow.xyz"
 expect 2 '--depth' retime "$in" -o "$frames" --depth float
 for option in --speed-curve --frame-curve --compensate --input-fields --output-fields --scenes \
-    --setup --log; do
+    --setup; do
     expect 2 "$option" retime "$in" -o "$frames" "$option" x
 done
-expect 2 '--resume' retime "$in" -o "$frames" --resume
 
 expect 3 'nowhere' retime "$scratch/nowhere/shot.%04d.ppm" -o "$frames"
 make_clip "$scratch/hole" 8 8 3 1
