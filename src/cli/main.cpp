@@ -13,6 +13,7 @@
 #include "cli/retime.h"
 #include "cli/spark_render.h"
 #include "cli/vectors.h"
+#include "cli/verify.h"
 #include "image/err.h"
 #include "media/clip.h"
 #include "spark_host/spark_panel.h"
@@ -31,6 +32,7 @@ constexpr char kHelp[] =
     "  plan INPUT [options]               tell what that would do, and draw the law of time\n"
     "  compare INPUT --at TIME -o SHEET   render one moment with every method into one picture\n"
     "  vectors INPUT -o OUTPUT [options]  write how the pixels of a clip move\n"
+    "  verify OUTPUT [options]            look whether an output is whole and of one piece\n"
     "  panel-dump PLUGIN.so [--json]      tell the controls of a plug-in\n"
     "  spark-render PLUGIN.so --front CLIP -o OUTPUT [options]\n"
     "                                     render through a plug-in as a compositing host does\n"
@@ -71,6 +73,7 @@ int RunVerb(int count, char** words) {
     if (verb == "plan") return Run(kVerbPlan, Plan, count - 2, words + 2);
     if (verb == "compare") return Run(kVerbCompare, Compare, count - 2, words + 2);
     if (verb == "vectors") return Run(kVerbVectors, Vectors, count - 2, words + 2);
+    if (verb == "verify") return Run(kVerbVerify, Verify, count - 2, words + 2);
     if (verb == "panel-dump") return Run(kVerbPanelDump, PanelDump, count - 2, words + 2);
     if (verb == "spark-render") return Run(kVerbSparkRender, SparkRender, count - 2, words + 2);
     if (verb == "-h" || verb == "--help") {
