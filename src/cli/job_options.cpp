@@ -10,8 +10,9 @@ namespace velorin {
 
 namespace {
 
-// Measured on frames of full HD, 8 bits, on one thread: docs/performance.md.
-constexpr std::int64_t kFileCost = 40;
+// Measured on one thread: the first on PNG of filmed frames, the others as docs/performance.md
+// tells.
+constexpr std::int64_t kFileCost = 120;
 constexpr std::int64_t kMixCost = 30;
 constexpr std::int64_t kMixCostOfLayer = 170;
 constexpr std::int64_t kPairCost = 160;

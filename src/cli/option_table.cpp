@@ -415,7 +415,8 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin retime shot.mov -o slow.mov --speed 0.5 --vectors-format pixels \\\n"
      "      --forward-vectors flow.%04d.exr --backward-vectors flow.%04d.exr\n"},
     {kVerbVerify, "verify", "OUTPUT",
-     "Looks whether a sequence or a movie that velorin retime wrote is all there: tells the frames\n"
+     "Looks whether a sequence or a movie that velorin retime wrote is all there: tells the "
+     "frames\n"
      "that are missing, that cannot be read, and that were made with other settings than most.\n"
      "OUTPUT is written as it was for velorin retime. Frames count from 0. Ends with code 1 where\n"
      "something is wrong.\n",

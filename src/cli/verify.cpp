@@ -112,9 +112,8 @@ Findings Judge(const std::map<std::int64_t, FoundFrame>& found, const Options& o
     return findings;
 }
 
-std::optional<Findings> LookThroughSequence(const SequenceName& sequence, const Options& options) {
-    const FoundSequence there = FindSequence(sequence.Pattern(), Holes::kKeep);
-    const FinishedFrames finished(sequence);
+std::optional<Findings> LookThroughSequence(const FoundSequence& there, const Options& options) {
+    const FinishedFrames finished(there.name);
     std::map<std::int64_t, FoundFrame> found;
     for (std::int64_t number = there.first; number < there.first + there.count; ++number) {
         if (StopRequested()) return std::nullopt;
@@ -214,7 +213,7 @@ int Verify(const Options& options) {
                                  ": name the output as for velorin retime: a movie, or a sequence "
                                  "such as slow.%04d.png");
         }
-        findings = LookThroughSequence(sequence->name, options);
+        findings = LookThroughSequence(*sequence, options);
     }
     if (!findings) return StopRequested();
     (options.job.json ? PrintJson : PrintText)(*findings, options);

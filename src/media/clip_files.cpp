@@ -10,7 +10,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::int64_t kMicroseconds = 1000000;
+std::string IdentityOfFile(const std::string& name) {
+    constexpr std::int64_t kMicroseconds = 1000000;
+    const std::string own = fs::path(name).filename().string();
+    struct stat status = {};
+    if (stat(name.c_str(), &status) != 0) return own + " missing";
+    const std::int64_t changed = static_cast<std::int64_t>(status.st_mtim.tv_sec) * kMicroseconds +
+                                 status.st_mtim.tv_nsec / 1000;
+    return own + " " + std::to_string(status.st_size) + " " + std::to_string(changed);
+}
 
 }  // namespace
 
@@ -22,16 +30,12 @@ std::optional<SequenceName> SequenceNameOf(const ClipInfo& clip) {
 }
 
 ClipFiles::ClipFiles(const ClipInfo& clip)
-    : movie(clip.name), sequence(SequenceNameOf(clip)), firstNumber(clip.firstNumber) {}
+    : movie(clip.name), sequence(SequenceNameOf(clip)), firstNumber(clip.firstNumber) {
+    if (!sequence) movieIdentity = IdentityOfFile(movie);
+}
 
 std::string ClipFiles::IdentityOf(std::int64_t frame) const {
-    const std::string name = sequence ? sequence->FileName(firstNumber + frame) : movie;
-    const std::string own = fs::path(name).filename().string();
-    struct stat status = {};
-    if (stat(name.c_str(), &status) != 0) return own + " missing";
-    const std::int64_t changed = static_cast<std::int64_t>(status.st_mtim.tv_sec) * kMicroseconds +
-                                 status.st_mtim.tv_nsec / 1000;
-    return own + " " + std::to_string(status.st_size) + " " + std::to_string(changed);
+    return sequence ? IdentityOfFile(sequence->FileName(firstNumber + frame)) : movieIdentity;
 }
 
 std::string ClipFiles::Name() const {

@@ -26,6 +26,7 @@ class ClipFiles {
 
   private:
     std::string movie;
+    std::string movieIdentity;
     std::optional<SequenceName> sequence;
     int firstNumber;
 };
