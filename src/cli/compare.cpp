@@ -14,6 +14,7 @@
 #include "cli/motion_transfer.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
+#include "cli/setup_text.h"
 #include "cli/stop_request.h"
 #include "cli/vector_notes.h"
 #include "media/contact_sheet.h"
@@ -133,6 +134,7 @@ int Compare(const Options& options) {
     NoteEmptyVectors(options, plan, clips, progress);
     NoteMotionTransfer(options, plan, clips, progress);
     FrameRenderer renderer(options, plan, std::move(clips), std::move(guides));
+    WriteSetup(options);
     progress.Start(kCells);
     if (!FillSheet(sheet, renderer, progress)) {
         progress.Note("stopped on request; no sheet is written");

@@ -1,17 +1,24 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "cli/compare.h"
 #include "cli/exit_codes.h"
+#include "cli/given_options.h"
+#include "cli/nearest_name.h"
+#include "cli/option_help.h"
 #include "cli/options.h"
 #include "cli/panel_dump.h"
 #include "cli/plan.h"
 #include "cli/retime.h"
 #include "cli/spark_render.h"
+#include "cli/terminal_style.h"
 #include "cli/vectors.h"
 #include "cli/verify.h"
 #include "image/err.h"
@@ -22,30 +29,11 @@ namespace velorin {
 
 namespace {
 
-constexpr char kHelp[] =
-    "Usage: velorin VERB ...\n"
-    "\n"
-    "Computes the frames of a shot at another speed, by its motion.\n"
-    "\n"
-    "Verbs:\n"
-    "  retime INPUT -o OUTPUT [options]   render a clip at another speed\n"
-    "  plan INPUT [options]               tell what that would do, and draw the law of time\n"
-    "  compare INPUT --at TIME -o SHEET   render one moment with every method into one picture\n"
-    "  vectors INPUT -o OUTPUT [options]  write how the pixels of a clip move\n"
-    "  verify OUTPUT [options]            look whether an output is whole and of one piece\n"
-    "  panel-dump PLUGIN.so [--json]      tell the controls of a plug-in\n"
-    "  spark-render PLUGIN.so --front CLIP -o OUTPUT [options]\n"
-    "                                     render through a plug-in as a compositing host does\n"
-    "\n"
-    "velorin VERB --help tells all options of a verb.\n"
-    "\n"
-    "  -h, --help                         this text\n"
-    "  --version                          the version of the program\n";
-
 // On one line, whatever a library had to say.
 int Fail(int code, std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
-    std::fprintf(stderr, "velorin: %s\n", text.c_str());
+    const std::string name = BoldRed("velorin:", TakesColour(STDERR_FILENO));
+    std::fprintf(stderr, "%s %s\n", name.c_str(), text.c_str());
     return code;
 }
 
@@ -60,11 +48,19 @@ int CodeOf(const MediaError& failure) {
     }
 }
 
+int Tell(const std::string& text) {
+    std::fputs(text.c_str(), stdout);
+    return kExitDone;
+}
+
 int Run(Verb verb, int (*run)(const Options&), int count, char** words) {
     const std::optional<Options> options = ParseOptions(verb, count, words);
-    if (options) return run(*options);
-    std::fputs(HelpOf(verb).c_str(), stdout);
-    return kExitDone;
+    if (!options) return Tell(HelpOf(verb, TakesColour(STDOUT_FILENO)));
+    try {
+        return run(*options);
+    } catch (const UsageError& failure) {
+        throw UsageError(WithOrigins(failure.what(), options->setup));
+    }
 }
 
 int RunVerb(int count, char** words) {
@@ -76,16 +72,15 @@ int RunVerb(int count, char** words) {
     if (verb == "verify") return Run(kVerbVerify, Verify, count - 2, words + 2);
     if (verb == "panel-dump") return Run(kVerbPanelDump, PanelDump, count - 2, words + 2);
     if (verb == "spark-render") return Run(kVerbSparkRender, SparkRender, count - 2, words + 2);
-    if (verb == "-h" || verb == "--help") {
-        std::fputs(kHelp, stdout);
-        return kExitDone;
-    }
-    if (verb == "--version") {
-        std::puts("velorin " VELORIN_VERSION);
-        return kExitDone;
-    }
+    if (verb == "-h" || verb == "--help") return Tell(HelpOfProgram(TakesColour(STDOUT_FILENO)));
+    if (verb == "--version") return Tell("velorin " VELORIN_VERSION "\n");
     if (verb.empty()) throw UsageError("a verb is missing, such as retime; see velorin --help");
-    throw UsageError(std::string(verb) + " is not a verb; see velorin --help");
+    std::vector<std::string_view> verbs;
+    for (const VerbText& text : VerbTexts()) verbs.push_back(text.word);
+    const std::string_view nearest = NearestName(verb, verbs);
+    throw UsageError(std::string(verb) + " is not a verb; " +
+                     (nearest.empty() ? "" : "the nearest is " + std::string(nearest) + "; ") +
+                     "see velorin --help");
 }
 
 // Every failure of the program becomes one line and a code here.

@@ -22,6 +22,8 @@ constexpr std::string_view kSheet = "Sheet";
 constexpr std::string_view kHostClips = "Clips of the host";
 constexpr std::string_view kPanel = "Panel";
 constexpr std::string_view kRun = "Run";
+// Says by itself which moments of the clip are shown.
+constexpr std::string_view kLaw = "law";
 constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max();
 constexpr int kGreatestCompensation = 5;
 constexpr int kMostSettings = 1000;
@@ -112,6 +114,12 @@ void SetPluginFile(Options& options, const Argument& argument) {
     options.plugin.*member = argument.text;
 }
 
+template <std::string SetupOptions::*member>
+void SetSetupFile(Options& options, const Argument& argument) {
+    if (argument.text.empty()) argument.Refuse("name a file such as shot.toml");
+    options.setup.*member = argument.text;
+}
+
 void SetHostFormat(Options& options, const Argument& argument) {
     const int format = argument.AsChoice();
     if (format != kFormatOfClip) options.plugin.format = format;
@@ -120,24 +128,22 @@ void SetHostFormat(Options& options, const Argument& argument) {
 // clang-format off
 constexpr OptionEntry kOptions[] = {
     {kVerbRetime | kVerbSparkRender, {}, "-o", "--output", "OUTPUT", "the movie or sequence to "
-     "write", {}, SetOutput, true},
-    {kVerbPanelDump, {}, {}, "--json", {}, "write JSON instead of a table", {},
-     [](Options& options, const Argument&) { options.plugin.json = true; }},
-    {kVerbPlan, {}, {}, "--json", {}, "write JSON instead of a table", {},
-     [](Options& options, const Argument&) { options.planAsJson = true; }},
+     "write", {}, SetOutput, {.required = true}},
+    {kVerbPanelDump | kVerbPlan, {}, {}, "--json", {}, "write JSON instead of a table", {},
+     [](Options& options, const Argument&) { options.json = true; }},
     {kVerbVerify, {}, {}, "--json", {}, "write JSON instead of text", {},
-     [](Options& options, const Argument&) { options.job.json = true; }},
+     [](Options& options, const Argument&) { options.json = true; }},
     {kVerbPlan, {}, {}, "--plot", "PICTURE", "draw the law into this picture: png, tif, jpg", {},
      SetPlot},
     {kVerbVectors, {}, "-o", "--output", "OUTPUT", "the sequence of EXR files to write", {},
-     SetFlows, true},
+     SetFlows, {.required = true}},
     {kVerbCompare, {}, {}, "--at", "TIME", "the time to render, in frames of the clip from 0 on; "
-     "12.5 is half-way between frames 12 and 13", {}, SetAt, true},
+     "12.5 is half-way between frames 12 and 13", {}, SetAt, {.required = true}},
     {kVerbCompare, {}, "-o", "--output", "SHEET", "the picture to write, of 8 bits: png, tif, jpg",
-     {}, SetSheet, true},
+     {}, SetSheet, {.required = true}},
 
     {kVerbSparkRender, kHostClips, {}, "--front", "CLIP", "the clip to retime", {},
-     SetPluginFile<&PluginOptions::front>, true},
+     SetPluginFile<&PluginOptions::front>, {.required = true}},
     {kVerbSparkRender, kHostClips, {}, "--back", "CLIP", "the clip that Use ALT Motion (Back) "
      "measures motion on, of the same size; black when not given", {},
      SetPluginFile<&PluginOptions::back>},
@@ -159,29 +165,28 @@ constexpr OptionEntry kOptions[] = {
     {kVerbSparkRender, kPanel, {}, "--set", "LINE", "one such line more, up to 1000 times", {},
      [](Options& options, const Argument& argument) {
          options.plugin.settings.emplace_back(argument.text);
-     }, false, kMostSettings},
+     }, {.mostTimes = kMostSettings}},
 
-    {kVerbTimes, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10; 1 when not given", {},
-     SetSpeed},
+    {kVerbTimes, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10", {}, SetSpeed,
+     {.whenNone = "1", .oneOf = kLaw}},
     {kVerbTimes, kTime, {}, "--speed-curve", "KEYS", "Speed Factor at each output frame, such as "
      "0:1,24:0.25~,48:1: the way to the next key is straight, with ~ smooth, with | it holds", {},
-     SetSpeedCurve},
+     SetSpeedCurve, {.oneOf = kLaw}},
     {kVerbTimes, kTime, {}, "--frame-curve", "KEYS", "source frame at each output frame, such as "
      "0:0~,48:12,72:0: downwards is backwards, level is a freeze; beyond its ends the clip holds",
-     {}, SetFrameCurve},
+     {}, SetFrameCurve, {.oneOf = kLaw}},
     {kVerbTimes, kTime, {}, "--curve-file", "FILE", "the same from a file with two columns, output "
-     "frame and source frame", {}, SetCurveFile},
+     "frame and source frame", {}, SetCurveFile, {.oneOf = kLaw}},
     {kVerbTimes, kTime, {}, "--fit-length", "N", "the constant speed at which the clip lasts N "
-     "frames, from its first frame to its last", {}, SetFitLength},
+     "frames, from its first frame to its last", {}, SetFitLength, {.oneOf = kLaw}},
     {kVerbTimes, kTime, {}, "--fit-rate", "FPS", "the constant speed at which the clip lasts as "
-     "long as before at so many frames a second, such as 25 or 24000/1001", {}, SetFitRate},
+     "long as before at so many frames a second, such as 25 or 24000/1001", {}, SetFitRate,
+     {.oneOf = kLaw}},
     {kVerbTimes, kTime, {}, "--length", "N", "number of output frames; by default all whose "
      "source time lies inside the clip, and with a frame curve up to its last key", {},
      [](Options& options, const Argument& argument) {
          options.length = argument.AsInteger(1, kMostFrames);
      }},
-    {kVerbTimes | kVerbVectors | kVerbSparkRender | kVerbVerify, kTime, {}, "--frames", "LIST", "only these frames, counted from "
-     "0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
     {kVerbTimes, kTime, {}, "--scenes", "KEYS", "the scene that begins at a source frame, such as "
      "0:A,48:B: frames of scenes A, B and C are never mixed with each other; in nearest and blend "
      "nothing moves", {}, SetScenes},
@@ -205,15 +210,15 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.enhance = argument.AsChoice();
      }},
-    {kVerbAll, kMotion, {}, "--sensitivity", "N", "Motion Sensitivity, 0 to 100; 70 when not "
-     "given", {}, SetSensitivity},
+    {kVerbAll, kMotion, {}, "--sensitivity", "N", "Motion Sensitivity, 0 to 100", {}, SetSensitivity,
+     {.whenNone = "70"}},
     {kVerbAll, kMotion, {}, "--motion-transfer", "CURVE", "measure motion on a copy whose tones are "
      "compressed, for pictures of scene-linear light: their shadows then count as the eye sees "
      "them; what is rendered stays the picture itself; auto does so for EXR and what else says "
      "that it is linear", kTransfers,
      [](Options& options, const Argument& argument) {
          options.motionTransfer = argument.AsChoice();
-     }},
+     }, {.toldWhenNone = true}},
     {kVerbPictures, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the "
      "same size and length, and apply it to INPUT", {}, SetMotionFrom},
     {kVerbVectors, kMotion, {}, "--motion-from", "CLIP", "measure motion on this clip, of the "
@@ -221,31 +226,31 @@ constexpr OptionEntry kOptions[] = {
 
     {kVerbTimes, kMotion, {}, "--compensate", "N", "motion blur to fit the new speed, 0 to 5: "
      "adds blur along the motion where the clip is sped up, sharpens along it where it is slowed "
-     "down; 0 when not given", {},
+     "down", {},
      [](Options& options, const Argument& argument) {
          options.compensate = AsFloat(argument.AsDecimal(0, kGreatestCompensation));
-     }},
+     }, {.whenNone = "0"}},
 
     {kVerbAll, kElsewhere, {}, "--guides", "FILE", "tracked points that the motion follows where "
      "they are; a table, tracks as blocks, keyframe text or JSON; up to 10 times", {}, AddGuides,
-     false, kMostGuideFiles},
+     {.mostTimes = kMostGuideFiles}},
     {kVerbPictures, kElsewhere, {}, "--guides-layer", "N", "the layer that they lie on, counted "
      "from the front: 0 is that of the first --matte, or the whole frame without mattes, and as "
-     "many as there are mattes is the background; 0 when not given; once for all files or once "
-     "for each", {}, AddGuidesLayer, false, kMostGuideFiles},
+     "many as there are mattes is the background; once for all files or once for each", {},
+     AddGuidesLayer, {.mostTimes = kMostGuideFiles, .whenNone = "0"}},
     {kVerbAll, kElsewhere, {}, "--guides-origin", "EDGE", "the edge that their y counts from: up "
      "from the bottom line or down from the top line; whole numbers are pixel centres", kOrigins,
      [](Options& options, const Argument& argument) {
          options.guidesOrigin = argument.AsChoice();
      }},
     {kVerbAll, kElsewhere, {}, "--guides-first", "N", "the number that the files give frame 0 of "
-     "INPUT; 0 when not given", {},
+     "INPUT", {},
      [](Options& options, const Argument& argument) {
          options.guidesFirst = argument.AsInteger(-kMostFrames, kMostFrames);
-     }},
+     }, {.whenNone = "0"}},
     {kVerbAll, kElsewhere, {}, "--flow", "SOURCE", "where the motion of their layer comes from: "
      "the pictures, drawn to the points, or the points alone; once for all files or once for each",
-     kFlows, AddFlowSource, false, kMostGuideFiles},
+     kFlows, AddFlowSource, {.mostTimes = kMostGuideFiles}},
     {kVerbAll, kElsewhere, {}, "--forward-vectors", "CLIP", "take the motion from each frame to "
      "the one after it from this clip, of the same size: its frame k belongs to frame k of INPUT; "
      "with this clip or the next alone the other motion is its reverse", {}, SetForwardVectors},
@@ -258,13 +263,14 @@ constexpr OptionEntry kOptions[] = {
          options.vectors.format = argument.AsChoice();
      }},
     {kVerbAll, kElsewhere, {}, "--vector-scale", "S", "pixels that a coded 254, 65534 or 1 stands "
-     "for; times pixels of the other format; 1 when not given", {}, SetVectorScale},
+     "for; times pixels of the other format", {}, SetVectorScale,
+     {.whenNone = "1", .toldWhenNone = true}},
     {kVerbAll, kElsewhere, {}, "--vector-scale-xy", "X,Y", "the same for each axis by itself, on "
-     "top of it; 1,1 when not given", {}, SetVectorScaleXY},
+     "top of it", {}, SetVectorScaleXY, {.whenNone = "1,1", .toldWhenNone = true}},
     {kVerbAll, kElsewhere, {}, "--vector-channels", "U,V", "the channels of the pixels format; "
      "when not given forward.u,forward.v or backward.u,backward.v, or else motion.x,motion.y, or "
      "the two that are there; once for both clips or once for each, the forward one first", {},
-     AddVectorChannels, false, kMostVectorClips},
+     AddVectorChannels, {.mostTimes = kMostVectorClips}},
     {kVerbAll, kElsewhere, {}, "--vector-sign", "WAY", "to: a pixel's vector leads to its place "
      "in the other frame; from: back from there", kSigns,
      [](Options& options, const Argument& argument) {
@@ -281,7 +287,7 @@ constexpr OptionEntry kOptions[] = {
      kInputFields,
      [](Options& options, const Argument& argument) {
          options.inputFields = argument.AsChoice();
-     }},
+     }, {.toldWhenNone = true}},
     {kVerbTimes, kFields, {}, "--output-fields", "FIELD", "render two fields a frame, this one "
      "first, half a frame apart", kOutputFields,
      [](Options& options, const Argument& argument) {
@@ -290,7 +296,7 @@ constexpr OptionEntry kOptions[] = {
 
     {kVerbPictures, kLayers, {}, "--matte", "CLIP", "what is white in this clip is a foreground that "
      "moves on its own; frame k belongs to frame k of INPUT; up to 9 times, the frontmost first",
-     {}, AddMatte, false, kMostMattes},
+     {}, AddMatte, {.mostTimes = kMostMattes}},
     {kVerbPictures, kLayers, {}, "--matte-channel", "CHANNEL", "the channel of all mattes", kChannels,
      [](Options& options, const Argument& argument) {
          options.matteChannel = argument.AsChoice();
@@ -298,14 +304,14 @@ constexpr OptionEntry kOptions[] = {
     {kVerbPictures, kLayers, {}, "--matte-levels", "BLACK,WHITE", "stretch the matte: BLACK and below "
      "become 0, WHITE and above full white, both in the matte's own values: 0 to 255 for 8 bits, 0 "
      "to 65535 for 16, as stored for float; once for all mattes or once for each", {},
-     AddMatteLevels, false, kMostMattes},
+     AddMatteLevels, {.mostTimes = kMostMattes}},
     {kVerbPictures, kLayers, {}, "--matte-shrink", "N", "FG Inv Matte Shrink, 0 to 4: how many pixels "
      "wider than the foreground the hole is that it cuts into what lies behind; soft edges move "
-     "farther than hard ones and harden; 0 when not given; once for all mattes or once for each",
-     {}, AddMatteShrink, false, kMostMattes},
-    {kVerbPictures, kLayers, {}, "--fg-sensitivity", "N", "FG Motion Sensitivity, 0 to 100; 70 when "
-     "not given; once for all mattes or once for each", {}, AddForegroundSensitivity, false,
-     kMostMattes},
+     "farther than hard ones and harden; once for all mattes or once for each", {}, AddMatteShrink,
+     {.mostTimes = kMostMattes, .whenNone = "0"}},
+    {kVerbPictures, kLayers, {}, "--fg-sensitivity", "N", "FG Motion Sensitivity, 0 to 100; once for "
+     "all mattes or once for each", {}, AddForegroundSensitivity,
+     {.mostTimes = kMostMattes, .whenNone = "70"}},
     {kVerbTimes, kLayers, {}, "--view", "VIEW", "what to write: all layers, the background with "
      "its hole filled, the foreground over black, the mattes, or the motion in colours", kViews,
      [](Options& options, const Argument& argument) {
@@ -316,16 +322,23 @@ constexpr OptionEntry kOptions[] = {
      "frame's longer side", {}, SetFlowScale},
 
     {kVerbCompare, kSheet, {}, "--cell-width", "N", "wider frames are scaled down to so many "
-     "pixels; 800 when not given", {},
+     "pixels", {},
      [](Options& options, const Argument& argument) {
          options.cellWidth = static_cast<int>(argument.AsInteger(kNarrowestCell, kWidestCell));
-     }},
+     }, {.whenNone = "800"}},
     {kVerbCompare, kSheet, {}, "--crop", "X,Y,WxH", "show this detail of the frame instead, pixel "
      "by pixel; its top left corner lies X from the left and Y from the top", {},
      [](Options& options, const Argument& argument) {
          options.crop = argument.AsWindow();
      }},
 
+    {kVerbAll, kRun, {}, "--setup", "FILE", "take options from this TOML file, which has them by the same "
+     "names: all but those under Run and Sheet and above the headings; the command line wins; names "
+     "of clips are read as on the command line", {}, SetSetupFile<&SetupOptions::from>},
+    {kVerbAll, kRun, {}, "--write-setup", "FILE", "write such a file with all that is in effect as "
+     "the run begins", {}, SetSetupFile<&SetupOptions::to>},
+    {kVerbTimes | kVerbVectors | kVerbSparkRender | kVerbVerify, kRun, {}, "--frames", "LIST", "only these output "
+     "frames, counted from 0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
     {kVerbAll | kVerbSparkRender, kRun, {}, "--threads", "N", "1 to 64; by default the processors that this process "
      "may use", {},
      [](Options& options, const Argument& argument) {
@@ -335,7 +348,7 @@ constexpr OptionEntry kOptions[] = {
      "input where the output's format can hold it", kDepths,
      [](Options& options, const Argument& argument) {
          options.depth = static_cast<SampleDepth>(argument.AsChoice());
-     }},
+     }, {.firstIsDefault = false}},
     {kVerbRetime | kVerbVectors | kVerbSparkRender, kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a "
      "sequence; by default the input's first", {},
      [](Options& options, const Argument& argument) {
@@ -382,7 +395,8 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin retime shot.mov -o slow.mov --speed 0.4\n"
      "  velorin retime plates/shot.%04d.exr -o slow/shot.%04d.exr --speed 0.25 --quality full\n"
      "  velorin retime shot.####.png -o test.####.png --speed 0.5 --frames 40-59 --interp "
-     "nearest\n"},
+     "nearest\n",
+     "render a clip at another speed"},
     {kVerbPlan, "plan", "INPUT",
      "Tells what retime would do, without doing it: for each output frame its source time, the\n"
      "source frames that it is made of with their shares, the scene, the method, and how many "
@@ -392,7 +406,8 @@ constexpr VerbText kVerbTexts[] = {
      "looks at INPUT alone. Frames count from 0.\n",
      "  velorin plan shot.mov --speed-curve 0:1,24:0.25~,48:1\n"
      "  velorin plan shot.mov --frame-curve 0:0~,48:12,72:0 --plot curve.png\n"
-     "  velorin plan plates/shot.%04d.exr --fit-rate 24000/1001 --json > plan.json\n"},
+     "  velorin plan plates/shot.%04d.exr --fit-rate 24000/1001 --json > plan.json\n",
+     "tell what that would do, and draw the law of time"},
     {kVerbCompare, "compare", "INPUT --at TIME -o SHEET",
      "Renders one moment of a clip with every pair of --interp and --warp into one labelled\n"
      "picture, three by three: the rows are Nearest, Blend and Weighted Energy Blend, the columns\n"
@@ -401,7 +416,8 @@ constexpr VerbText kVerbTexts[] = {
      "are shown in 8 bits, float from 0 to 1; transparent parts show the dark grey of the sheet.\n",
      "  velorin compare shot.mov --at 12.5 -o sheet.png\n"
      "  velorin compare plates/shot.%04d.exr --at 40.25 -o sheet.png --quality full\n"
-     "  velorin compare shot.mov --at 12.5 -o hand.png --crop 800,420,480x270\n"},
+     "  velorin compare shot.mov --at 12.5 -o hand.png --crop 800,420,480x270\n",
+     "render one moment with every method into one picture"},
     {kVerbVectors, "vectors", "INPUT -o OUTPUT",
      "Writes how the pixels of a clip move, one EXR file of 32-bit floats a frame: forward.u and\n"
      "forward.v lead from a pixel of the frame to the same content in the next one, backward.u "
@@ -413,7 +429,8 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin vectors shot.mov -o flow.%04d.exr --quality full\n"
      "  velorin vectors shot.mov -o flow.####.exr --guides tracks.txt\n"
      "  velorin retime shot.mov -o slow.mov --speed 0.5 --vectors-format pixels \\\n"
-     "      --forward-vectors flow.%04d.exr --backward-vectors flow.%04d.exr\n"},
+     "      --forward-vectors flow.%04d.exr --backward-vectors flow.%04d.exr\n",
+     "write how the pixels of a clip move"},
     {kVerbVerify, "verify", "OUTPUT",
      "Looks whether a sequence or a movie that velorin retime wrote is all there: tells the "
      "frames\n"
@@ -421,12 +438,14 @@ constexpr VerbText kVerbTexts[] = {
      "OUTPUT is written as it was for velorin retime. Frames count from 0. Ends with code 1 where\n"
      "something is wrong.\n",
      "  velorin verify slow/shot.%04d.exr\n"
-     "  velorin verify slow.%04d.png --frames 100-199 --json\n"},
+     "  velorin verify slow.%04d.png --frames 100-199 --json\n",
+     "look whether an output is whole and of one piece"},
     {kVerbPanelDump, "panel-dump", "PLUGIN.so",
      "Writes the panel that a compositing host builds of a plug-in: each control's name and kind,\n"
      "its title or the entries of its menu, its value and range, and the callback of an edit.\n",
      "  velorin panel-dump velorin_spark.so\n"
-     "  velorin panel-dump velorin_spark.so --json\n"},
+     "  velorin panel-dump velorin_spark.so --json\n",
+     "tell the controls of a plug-in"},
     {kVerbSparkRender, "spark-render", "PLUGIN.so --front CLIP -o OUTPUT",
      "Renders through a plug-in as a compositing host does, which holds frames in three channels.\n"
      "Clips and OUTPUT are movies or image sequences, as of velorin retime. Frames count from 0\n"
@@ -434,13 +453,31 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin spark-render velorin_spark.so --front shot.%04d.exr -o slow.%04d.exr \\\n"
      "      --set \"SparkFloat32 = 0.5\" --length 200\n"
      "  velorin spark-render velorin_spark.so --setup shot.setup --front shot.mov \\\n"
-     "      --matte matte.mov -o slow.mov\n"},
+     "      --matte matte.mov -o slow.mov\n",
+     "render through a plug-in as a compositing host does"},
 };
 
 }  // namespace
 
 std::span<const OptionEntry> OptionTable() {
     return kOptions;
+}
+
+std::vector<const OptionEntry*> OptionsOf(Verb verb) {
+    std::vector<const OptionEntry*> options;
+    for (const OptionEntry& option : kOptions) {
+        if (option.verbs & verb) options.push_back(&option);
+    }
+    return options;
+}
+
+bool BelongsInSetup(const OptionEntry& option) {
+    return !option.group.empty() && option.group != kRun && option.group != kSheet &&
+           option.group != kHostClips && option.group != kPanel;
+}
+
+std::span<const VerbText> VerbTexts() {
+    return kVerbTexts;
 }
 
 const VerbText& TextOf(Verb verb) {

@@ -1,78 +1,24 @@
 #include "cli/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 
-#include "cli/job_options.h"
-#include "cli/layer_options.h"
-#include "cli/motion_options.h"
+#include "cli/given_options.h"
+#include "cli/nearest_name.h"
 #include "cli/option_table.h"
-#include "cli/time_options.h"
+#include "cli/option_values.h"
+#include "cli/setup_file.h"
+#include "cli/setup_text.h"
 
 namespace velorin {
 
 namespace {
 
-constexpr std::size_t kHelpColumn = 26;
-constexpr std::size_t kHelpWidth = 96;
-
-// Appends `text` from the help column on, broken at spaces.
-void AppendWrapped(std::string& help, std::string_view text) {
-    const std::size_t room = kHelpWidth - kHelpColumn;
-    while (text.size() > room) {
-        const std::size_t space = text.rfind(' ', room);
-        help.append(text.substr(0, space)).append("\n").append(kHelpColumn, ' ');
-        text.remove_prefix(space + 1);
-    }
-    help.append(text).append("\n");
-}
-
-std::string ListOf(std::span<const Choice> choices) {
-    std::string list;
-    for (const Choice& choice : choices) {
-        list.append(list.empty() ? "" : ", ").append(choice.word);
-    }
-    return list;
-}
-
-void AppendOption(std::string& help, const OptionEntry& option) {
-    std::string left = option.letter.empty() ? "      " : "  " + std::string(option.letter) + ", ";
-    left.append(option.name);
-    if (!option.value.empty()) left.append(" ").append(option.value);
-    if (left.size() + 2 > kHelpColumn) {
-        help.append(left).append("\n");
-        left.clear();
-    }
-    left.resize(kHelpColumn, ' ');
-    help.append(left);
-    std::string right(option.help);
-    if (!option.choices.empty()) right.append(": " + ListOf(option.choices) + " (first: default)");
-    AppendWrapped(help, right);
-}
-
 std::string ParserName(const OptionEntry& option) {
     std::string names(option.letter);
     if (!names.empty()) names.append(",");
     return names.append(option.name);
-}
-
-// How messages call an option: as most users write it.
-std::string CalledName(const OptionEntry& option) {
-    return std::string(option.letter.empty() ? option.name : option.letter);
-}
-
-void SetFrom(Options& options, const OptionEntry& option, const std::vector<std::string>& values) {
-    if (values.size() > 1 && option.mostTimes == 1) {
-        throw UsageError(CalledName(option) + " is given twice");
-    }
-    if (values.size() > static_cast<std::size_t>(option.mostTimes)) {
-        throw UsageError(CalledName(option) + " is given " + std::to_string(values.size()) +
-                         " times; " + std::to_string(option.mostTimes) + " are the most");
-    }
-    if (option.value.empty() && values[0] != "true") {
-        throw UsageError(CalledName(option) + " takes no value");
-    }
-    for (const std::string& value : values) option.set(options, {option, value});
 }
 
 std::string CallOf(Verb verb) {
@@ -104,11 +50,15 @@ void RefuseOptionAsValue(Verb verb, const std::vector<const OptionEntry*>& known
 // What the parser could not place: options that are not known, or words beyond the first.
 void RefuseExtras(Verb verb, const std::vector<std::string>& extras) {
     if (extras.empty()) return;
+    std::vector<std::string_view> names;
+    for (const OptionEntry* option : OptionsOf(verb)) names.push_back(option->name);
     for (const std::string& extra : extras) {
-        if (extra.starts_with('-')) {
-            throw UsageError(extra.substr(0, extra.find('=')) + " is not an option of " +
-                             CallOf(verb) + "; see " + CallOf(verb) + " --help");
-        }
+        if (!extra.starts_with('-')) continue;
+        const std::string name = extra.substr(0, extra.find('='));
+        const std::string_view nearest = NearestName(name, names);
+        throw UsageError(name + " is not an option of " + CallOf(verb) +
+                         (nearest.empty() ? "" : "; the nearest is " + std::string(nearest)) +
+                         "; see " + CallOf(verb) + " --help");
     }
     throw UsageError(extras[0] + " is one name too many: " + FormOf(verb));
 }
@@ -128,12 +78,72 @@ bool TakeCount(std::string_view& text, std::string_view mark, int& number) {
     return true;
 }
 
-std::vector<const OptionEntry*> OptionsOf(Verb verb) {
-    std::vector<const OptionEntry*> options;
-    for (const OptionEntry& option : OptionTable()) {
-        if (option.verbs & verb) options.push_back(&option);
+// What the words of a command line say.
+struct CommandLine {
+    bool asksForHelp = false;
+    std::string input;
+    std::vector<GivenOption> given;  // for each option of the verb
+};
+
+CommandLine ReadWords(Verb verb, int count, const char* const* words) {
+    CLI::App parser;
+    parser.set_help_flag();
+    parser.allow_extras();
+    const CLI::Option* help = parser.add_flag("-h,--help");
+    CommandLine line;
+    parser.add_option("input", line.input);
+    const std::vector<const OptionEntry*> known = OptionsOf(verb);
+    std::vector<CLI::Option*> found;
+    for (const OptionEntry* option : known) {
+        found.push_back(option->IsFlag() ? parser.add_flag(ParserName(*option))
+                                         : parser.add_option(ParserName(*option))->expected(1));
+        found.back()->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     }
-    return options;
+    try {
+        // Words in reverse order, as the parser wants them.
+        parser.parse(std::vector<std::string>(std::make_reverse_iterator(words + count),
+                                              std::make_reverse_iterator(words)));
+    } catch (const CLI::ArgumentMismatch&) {
+        // Every option takes one value at most, so it is the last word that lacks its own.
+        throw UsageError(std::string(words[count - 1]) + " needs a value; see " + CallOf(verb) +
+                         " --help");
+    } catch (const CLI::ParseError& failure) {
+        throw UsageError(failure.what());
+    }
+    line.asksForHelp = help->count() > 0;
+    if (line.asksForHelp) return line;
+    for (std::size_t i = 0; i < known.size(); ++i) {
+        line.given.push_back({known[i], {}, ""});
+        if (found[i]->count() == 0) continue;
+        line.given.back().values = found[i]->results();
+        RefuseOptionAsValue(verb, known, *known[i], found[i]->results());
+    }
+    RefuseExtras(verb, parser.remaining());
+    return line;
+}
+
+// An option of the command line takes the place of those of the file that it excludes, too.
+bool WinsOver(const GivenOption& own, const GivenOption& kept) {
+    const std::string_view oneOf = kept.option->traits.oneOf;
+    const bool excludes = !oneOf.empty() && own.option->traits.oneOf == oneOf;
+    return own.IsGiven() && own.origin.empty() && (own.option == kept.option || excludes);
+}
+
+// Adds what stands in the setup, if there is one.
+void AddSetup(Verb verb, std::vector<GivenOption>& given) {
+    Options named;
+    for (const GivenOption& one : given) {
+        if (one.option->name == "--setup") SetOption(named, one);
+    }
+    if (named.setup.from.empty()) return;
+    for (const GivenOption& kept : ReadSetup(named.setup.from, verb)) {
+        if (std::any_of(given.begin(), given.end(),
+                        [&](const GivenOption& own) { return WinsOver(own, kept); })) {
+            continue;
+        }
+        *std::find_if(given.begin(), given.end(),
+                      [&](const GivenOption& own) { return own.option == kept.option; }) = kept;
+    }
 }
 
 }  // namespace
@@ -147,7 +157,7 @@ int Argument::AsChoice() const {
     for (const Choice& choice : option.choices) {
         if (choice.word == text) return choice.value;
     }
-    Refuse("give one of " + ListOf(option.choices));
+    Refuse("give one of " + CommaList(WordsFor(option)));
 }
 
 std::int64_t Argument::AsInteger(std::int64_t low, std::int64_t high) const {
@@ -193,65 +203,21 @@ std::string_view ChoiceWord(std::string_view option, int value) {
 }
 
 std::optional<Options> ParseOptions(Verb verb, int count, const char* const* words) {
-    CLI::App parser;
-    parser.set_help_flag();
-    parser.allow_extras();
-    const CLI::Option* help = parser.add_flag("-h,--help");
-    Options options;
-    parser.add_option("input", options.input);
-    const std::vector<const OptionEntry*> known = OptionsOf(verb);
-    std::vector<CLI::Option*> given;
-    for (const OptionEntry* option : known) {
-        given.push_back(option->value.empty()
-                            ? parser.add_flag(ParserName(*option))
-                            : parser.add_option(ParserName(*option))->expected(1));
-        given.back()->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    CommandLine line = ReadWords(verb, count, words);
+    if (line.asksForHelp) return std::nullopt;
+    const bool wantsInput = !TextOf(verb).form.empty();
+    if (line.input.empty() && wantsInput) RefuseMissing(verb, InputWord(verb));
+    if (!line.input.empty() && !wantsInput) RefuseExtras(verb, {line.input});
+    for (const GivenOption& one : line.given) {
+        const OptionEntry& option = *one.option;
+        if (!option.traits.required || one.IsGiven()) continue;
+        RefuseMissing(verb, CalledName(option) + " " + std::string(option.value));
     }
-    try {
-        // Words in reverse order, as the parser wants them.
-        parser.parse(std::vector<std::string>(std::make_reverse_iterator(words + count),
-                                              std::make_reverse_iterator(words)));
-    } catch (const CLI::ArgumentMismatch&) {
-        // Every option takes one value at most, so it is the last word that lacks its own.
-        throw UsageError(std::string(words[count - 1]) + " needs a value; see " + CallOf(verb) +
-                         " --help");
-    } catch (const CLI::ParseError& failure) {
-        throw UsageError(failure.what());
-    }
-    if (help->count() > 0) return std::nullopt;
-    for (std::size_t i = 0; i < known.size(); ++i) {
-        if (given[i]->count() > 0) RefuseOptionAsValue(verb, known, *known[i], given[i]->results());
-    }
-    RefuseExtras(verb, parser.remaining());
-    if (options.input.empty()) RefuseMissing(verb, InputWord(verb));
-    for (std::size_t i = 0; i < known.size(); ++i) {
-        if (given[i]->count() > 0) {
-            SetFrom(options, *known[i], given[i]->results());
-        } else if (known[i]->required) {
-            RefuseMissing(verb, CalledName(*known[i]) + " " + std::string(known[i]->value));
-        }
-    }
-    CompleteLayerOptions(options);
-    CompleteMotionOptions(options);
-    CompleteTimeOptions(options);
-    CompleteJobOptions(options);
+    AddSetup(verb, line.given);
+    Options options = MakeOptions(line.given);
+    options.input = line.input;
+    if (!options.setup.to.empty()) options.setup.text = SetupText(verb, line.given);
     return options;
-}
-
-std::string HelpOf(Verb verb) {
-    std::string help = "Examples:\n";
-    help.append(TextOf(verb).examples);
-    help.append("\nUsage: " + FormOf(verb) + " [options]\n\n");
-    help.append(TextOf(verb).about).append("\n");
-    std::string_view group;
-    for (const OptionEntry* option : OptionsOf(verb)) {
-        if (option->group != group) {
-            group = option->group;
-            help.append("\n").append(group).append(":\n");
-        }
-        AppendOption(help, *option);
-    }
-    return help;
 }
 
 }  // namespace velorin

@@ -68,13 +68,12 @@ enum MotionTransfer { kTransferNone, kTransferLog, kTransferAuto };
 // What stands in for a number that an input sequence lacks.
 enum class MissingFrames { kError, kHold, kInterpolate };
 
-// How a long job is run, and a finished one looked at.
+// How a long job is run.
 struct JobOptions {
     bool resume = false;
     bool continueOnError = false;
     std::optional<Chunk> chunk;
-    std::string log;    // file; empty: none
-    bool json = false;  // of `velorin verify`
+    std::string log;  // file; empty: none
 };
 
 // How a compositing host holds frames.
@@ -82,13 +81,21 @@ enum HostFormat { kHostByte, kHostTwelveBits, kHostHalf };
 
 // Of the verbs that load a plug-in; `input` names it.
 struct PluginOptions {
-    bool json = false;
     std::string setup;  // file; empty: the panel as it is at first
     std::string front;  // clips; the last two empty: black
     std::string back;
     std::string matte;
     std::vector<std::string> settings;  // values of controls, on top of the setup's
     std::optional<int> format;          // a HostFormat; by default the front clip's
+};
+
+// Options kept in a file.
+struct SetupOptions {
+    std::string from;  // files; empty: none
+    std::string to;
+    std::string text;  // for the second of them
+    // The options that came from the first one, and the line that each stands in.
+    std::vector<std::pair<std::string, std::string>> origins;
 };
 
 // The number of --input-fields that leaves the choice to the input.
@@ -150,7 +157,6 @@ struct Options {
     std::optional<float> flowScale;  // see --view flow
 
     // Of `velorin plan`.
-    bool planAsJson = false;
     std::string plot;  // picture to draw the law into; empty: none
 
     // Of `velorin compare`.
@@ -158,7 +164,9 @@ struct Options {
     std::optional<int> cellWidth;
     std::optional<Window> crop;
 
+    bool json = false;  // of the verbs that tell something
     PluginOptions plugin;
+    SetupOptions setup;
 };
 
 // A word that an option takes, and what it stands for.
@@ -188,8 +196,5 @@ std::string_view ChoiceWord(std::string_view option, int value);
 
 // Reads the words after `velorin VERB`. Nothing when they ask for the help. Throws UsageError.
 std::optional<Options> ParseOptions(Verb verb, int count, const char* const* words);
-
-// Examples first, then every option of the verb.
-std::string HelpOf(Verb verb);
 
 }  // namespace velorin

@@ -113,7 +113,7 @@ void PrintJson(const SparkPanel& panel) {
 
 int PanelDump(const Options& options) {
     const SparkHost host(options.input);
-    if (options.plugin.json) {
+    if (options.json) {
         PrintJson(host.Panel());
     } else {
         PrintTable(host.Panel());

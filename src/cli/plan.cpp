@@ -15,6 +15,7 @@
 #include "cli/motion_options.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
+#include "cli/setup_text.h"
 #include "cli/time_notes.h"
 #include "media/safe_file.h"
 #include "media/sequence_writer.h"
@@ -136,7 +137,7 @@ std::string RateText(const Rational& rate) {
 }
 
 void PrintHead(const Options& options, const RunPlan& plan) {
-    if (!options.planAsJson) {
+    if (!options.json) {
         std::printf("%9s %16s %9s %9s  %-11s  %-7s  %-7s  %s\n", "FRAME", "SOURCE TIME", "FLOOR",
                     "CEIL", "SHARES", "SCENE", "METHOD", "FLOWS");
         return;
@@ -168,7 +169,7 @@ PlanSums PrintRows(const Options& options, const RunPlan& plan) {
     bool isFirst = true;
     for (const std::int64_t frame : plan.frames) {
         for (const PlanRow& row : table.RowsOf(frame)) {
-            if (options.planAsJson) {
+            if (options.json) {
                 PrintJsonRow(row, isFirst);
             } else {
                 PrintTableRow(row);
@@ -177,7 +178,7 @@ PlanSums PrintRows(const Options& options, const RunPlan& plan) {
             sums.Add(row);
         }
     }
-    if (options.planAsJson) std::puts("\n  ]\n}");
+    if (options.json) std::puts("\n  ]\n}");
     return sums;
 }
 
@@ -193,6 +194,7 @@ int Plan(const Options& options) {
         CheckNoFrameOf(options.plot, plan.source);
         PlotLaw(options, plan);
     }
+    WriteSetup(options);
     PrintHead(options, plan);
     const PlanSums sums = PrintRows(options, plan);
     NoteTimes(options, plan, progress);

@@ -21,6 +21,7 @@
 #include "cli/resume.h"
 #include "cli/run_log.h"
 #include "cli/run_plan.h"
+#include "cli/setup_text.h"
 #include "cli/stop_request.h"
 #include "cli/time_notes.h"
 #include "cli/vector_notes.h"
@@ -233,6 +234,7 @@ int RunRetime(const Options& options, RunLog& log) {
     }
     std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips, prints);
     NoteRun(options, plan, clips, progress);
+    WriteSetup(options);
     return Run(options, plan, std::move(clips), std::move(guides), std::move(writer), progress)
         .Execute();
 }

@@ -15,6 +15,7 @@
 #include "cli/motion_transfer.h"
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
+#include "cli/setup_text.h"
 #include "cli/stop_request.h"
 #include "cli/vector_notes.h"
 #include "media/vector_writer.h"
@@ -128,7 +129,9 @@ int Vectors(const Options& options) {
     NoteMotionSources(options, progress);
     NoteEmptyVectors(options, plan.run, clips, progress);
     NoteMotionTransfer(options, plan.run, clips, progress);
-    return VectorsRun(options, plan, std::move(clips), std::move(guides), progress).Execute();
+    VectorsRun run(options, plan, std::move(clips), std::move(guides), progress);
+    WriteSetup(options);
+    return run.Execute();
 }
 
 }  // namespace velorin

@@ -216,7 +216,7 @@ int Verify(const Options& options) {
         findings = LookThroughSequence(*sequence, options);
     }
     if (!findings) return StopRequested();
-    (options.job.json ? PrintJson : PrintText)(*findings, options);
+    (options.json ? PrintJson : PrintText)(*findings, options);
     return findings->AllWell() ? kExitDone : kExitFailure;
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "cli/option_help.h"
+
 namespace velorin {
 namespace {
 

@@ -21,7 +21,7 @@ expect 2 'slow.%04d.png' retime "$in" -o "$out/slow.png"
 expect 2 'slow.xyz' retime "$in" -o "$out/slow.xyz"
 expect 2 '--depth' retime "$in" -o "$frames" --depth float
 for option in --speed-curve --frame-curve --compensate --input-fields --output-fields --scenes \
-    --setup; do
+    --missing --chunk; do
     expect 2 "$option" retime "$in" -o "$frames" "$option" x
 done
 
