@@ -9,8 +9,11 @@
 #include <vector>
 
 #include "cli/compare.h"
+#include "cli/completion.h"
 #include "cli/exit_codes.h"
 #include "cli/given_options.h"
+#include "cli/info.h"
+#include "cli/man_page.h"
 #include "cli/nearest_name.h"
 #include "cli/option_help.h"
 #include "cli/options.h"
@@ -21,6 +24,7 @@
 #include "cli/terminal_style.h"
 #include "cli/vectors.h"
 #include "cli/verify.h"
+#include "cli/version_text.h"
 #include "image/err.h"
 #include "media/clip.h"
 #include "spark_host/spark_panel.h"
@@ -72,8 +76,11 @@ int RunVerb(int count, char** words) {
     if (verb == "verify") return Run(kVerbVerify, Verify, count - 2, words + 2);
     if (verb == "panel-dump") return Run(kVerbPanelDump, PanelDump, count - 2, words + 2);
     if (verb == "spark-render") return Run(kVerbSparkRender, SparkRender, count - 2, words + 2);
+    if (verb == "info") return Run(kVerbInfo, Info, count - 2, words + 2);
+    if (verb == "completion") return Run(kVerbCompletion, Completion, count - 2, words + 2);
+    if (verb == "man") return Run(kVerbMan, Man, count - 2, words + 2);
     if (verb == "-h" || verb == "--help") return Tell(HelpOfProgram(TakesColour(STDOUT_FILENO)));
-    if (verb == "--version") return Tell("velorin " VELORIN_VERSION "\n");
+    if (verb == "--version") return Tell(VersionText());
     if (verb.empty()) throw UsageError("a verb is missing, such as retime; see velorin --help");
     std::vector<std::string_view> verbs;
     for (const VerbText& text : VerbTexts()) verbs.push_back(text.word);

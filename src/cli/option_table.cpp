@@ -129,7 +129,7 @@ void SetHostFormat(Options& options, const Argument& argument) {
 constexpr OptionEntry kOptions[] = {
     {kVerbRetime | kVerbSparkRender, {}, "-o", "--output", "OUTPUT", "the movie or sequence to "
      "write", {}, SetOutput, {.required = true}},
-    {kVerbPanelDump | kVerbPlan, {}, {}, "--json", {}, "write JSON instead of a table", {},
+    {kVerbPanelDump | kVerbPlan | kVerbInfo, {}, {}, "--json", {}, "write JSON instead of a table", {},
      [](Options& options, const Argument&) { options.json = true; }},
     {kVerbVerify, {}, {}, "--json", {}, "write JSON instead of text", {},
      [](Options& options, const Argument&) { options.json = true; }},
@@ -440,6 +440,12 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin verify slow/shot.%04d.exr\n"
      "  velorin verify slow.%04d.png --frames 100-199 --json\n",
      "look whether an output is whole and of one piece"},
+    {kVerbInfo, "info", "INPUT",
+     "Tells what is known of a clip: its frames, size, rate, depth, channels, fields and colours.\n"
+     "INPUT is a movie, an image sequence such as shot.%04d.png or a folder that holds one.\n",
+     "  velorin info shot.mov\n"
+     "  velorin info plates/shot.%04d.exr --json\n",
+     "tell what is known of a clip"},
     {kVerbPanelDump, "panel-dump", "PLUGIN.so",
      "Writes the panel that a compositing host builds of a plug-in: each control's name and kind,\n"
      "its title or the entries of its menu, its value and range, and the callback of an edit.\n",
@@ -455,6 +461,14 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin spark-render velorin_spark.so --setup shot.setup --front shot.mov \\\n"
      "      --matte matte.mov -o slow.mov\n",
      "render through a plug-in as a compositing host does"},
+    {kVerbCompletion, "completion", "bash|zsh|fish",
+     "Writes what makes a shell complete the options of velorin and their values.\n",
+     "  velorin completion bash >~/.local/share/bash-completion/completions/velorin\n"
+     "  velorin completion zsh >~/.zfunc/_velorin\n"
+     "  velorin completion fish >~/.config/fish/completions/velorin.fish\n",
+     "write the completion of a shell"},
+    {kVerbMan, "man", "", "Writes the manual page, all of this help in one text.\n",
+     "  velorin man | man -l -\n", "write the manual page"},
 };
 
 }  // namespace

@@ -34,6 +34,9 @@ enum Verb {
     kVerbSparkRender = 16,
     kVerbPlan = 32,  // takes what retime does, so that a command line serves both
     kVerbVerify = 64,
+    kVerbInfo = 256,
+    kVerbCompletion = 512,
+    kVerbMan = 1024,
     kVerbTimes = kVerbRetime | kVerbPlan,
     kVerbPictures = kVerbTimes | kVerbCompare,
     kVerbAll = kVerbPictures | kVerbVectors  // that ask the engine

@@ -1,0 +1,145 @@
+#include "cli/info.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/exit_codes.h"
+#include "cli/progress_line.h"
+#include "media/clip.h"
+#include "media/media_facts.h"
+
+namespace velorin {
+
+namespace {
+
+// One thing that is known of a clip.
+struct Fact {
+    const char* title;
+    const char* key;
+    std::string json;  // a value
+    std::string text;  // empty: the same, for a number
+};
+
+std::string Digits(const char* format, double number) {
+    char text[64];
+    std::snprintf(text, sizeof text, format, number);
+    return text;
+}
+
+double Quotient(const Rational& ratio) {
+    return static_cast<double>(ratio.numerator) / static_cast<double>(ratio.denominator);
+}
+
+std::string RatioText(const Rational& ratio) {
+    const std::string above = std::to_string(ratio.numerator);
+    return ratio.denominator == 1 ? above : above + "/" + std::to_string(ratio.denominator);
+}
+
+std::string WindowText(const Window& window) {
+    return std::to_string(window.x) + "," + std::to_string(window.y) + "," +
+           std::to_string(window.width) + "x" + std::to_string(window.height);
+}
+
+std::string ChannelsText(const ClipInfo& clip) {
+    constexpr const char* kNames[] = {"gray", "gray and alpha", "RGB", "RGB and alpha"};
+    std::string text = kNames[clip.channels - 1];
+    if (clip.channels % 2 == 0) text += clip.straightAlpha ? ", straight" : ", multiplied";
+    return text;
+}
+
+std::string DepthText(const ClipInfo& clip) {
+    const std::string word(ChoiceWord("--depth", static_cast<int>(clip.depth)));
+    const bool isWhole = clip.depth == SampleDepth::kByte || clip.depth == SampleDepth::kWord;
+    return clip.storedBits != 0 ? std::to_string(clip.storedBits) + " bits, worked on as " + word
+                                : word + (isWhole ? " bits" : "");
+}
+
+std::string FieldsText(FieldOrder order) {
+    switch (order) {
+        case FieldOrder::kProgressive:
+            return "progressive";
+        case FieldOrder::kUpperFirst:
+            return "upper";
+        case FieldOrder::kLowerFirst:
+            return "lower";
+        default:
+            return "unknown";
+    }
+}
+
+Fact InWords(const char* title, const char* key, const std::string& words) {
+    return {title, key, JsonString(words), words};
+}
+
+void AddRate(std::vector<Fact>& facts, const ClipInfo& clip) {
+    if (clip.rate.numerator <= 0) return;
+    const double rate = Quotient(clip.rate);
+    facts.push_back(InWords("rate", "rate", RatioText(clip.rate)));
+    facts.push_back({"frames a second", "framesPerSecond", Digits("%.9g", rate), ""});
+    facts.push_back(
+        {"seconds", "seconds", Digits("%.3f", static_cast<double>(clip.frames) / rate), ""});
+}
+
+std::vector<Fact> FactsOf(const ClipInfo& clip) {
+    std::vector<Fact> facts = {
+        InWords("clip", "name", clip.name),
+        InWords("kind", "kind", clip.isMovie ? "movie" : "sequence"),
+        {"frames", "frames", std::to_string(clip.frames), ""},
+        {"width", "width", std::to_string(clip.width), ""},
+        {"height", "height", std::to_string(clip.height), ""},
+    };
+    AddRate(facts, clip);
+    if (!clip.isMovie) {
+        facts.push_back({"first number", "firstNumber", std::to_string(clip.firstNumber), ""});
+    }
+    facts.push_back({"channels", "channels", std::to_string(clip.channels), ChannelsText(clip)});
+    facts.push_back(InWords("depth", "depth", DepthText(clip)));
+    if (clip.pixelAspect.numerator > 0) {
+        facts.push_back(InWords("pixel aspect", "pixelAspect", RatioText(clip.pixelAspect)));
+    }
+    if (clip.isMovie) {
+        facts.push_back(InWords("fields", "fields", FieldsText(clip.fieldOrder)));
+        facts.push_back(InWords("primaries", "primaries", PrimariesName(clip.primaries)));
+        facts.push_back(InWords("transfer", "transfer", TransferName(clip.transfer)));
+    } else {
+        facts.push_back(InWords("picture", "window", WindowText(clip.window)));
+        facts.push_back(InWords("display window", "displayWindow", WindowText(clip.display)));
+    }
+    return facts;
+}
+
+void PrintTable(const std::vector<Fact>& facts) {
+    std::size_t width = 0;
+    for (const Fact& fact : facts) width = std::max(width, std::string(fact.title).size());
+    for (const Fact& fact : facts) {
+        std::string title = fact.title;
+        title.resize(width + 2, ' ');
+        std::puts((title + (fact.text.empty() ? fact.json : fact.text)).c_str());
+    }
+}
+
+void PrintJson(const std::vector<Fact>& facts) {
+    std::puts("{");
+    for (std::size_t i = 0; i < facts.size(); ++i) {
+        std::printf("  \"%s\": %s%s\n", facts[i].key, facts[i].json.c_str(),
+                    i + 1 < facts.size() ? "," : "");
+    }
+    std::puts("}");
+}
+
+}  // namespace
+
+int Info(const Options& options) {
+    const std::vector<Fact> facts = FactsOf(OpenClip(options.input)->Info());
+    if (options.json) {
+        PrintJson(facts);
+    } else {
+        PrintTable(facts);
+    }
+    return kExitDone;
+}
+
+}  // namespace velorin
