@@ -25,16 +25,16 @@ std::vector<PairRun> PairRuns(const std::vector<std::int64_t>& frames, const Tim
     std::vector<PairRun> runs;
     std::int64_t cost = 0;
     std::int64_t lastPair = 0;
-    std::int64_t estimated = -1;
+    FlowForecast flows(costs.keepsFlows);
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const std::vector<PassForecast> passes = ForecastOf(law, frames[i], request);
         const bool begins = i == 0 || passes.front().pair != lastPair;
         lastPair = passes.back().pair;
+        const std::vector<bool> estimates = flows.Next(passes);
         cost += costs.frame;
-        for (const PassForecast& pass : passes) {
-            if (pass.onFrame) continue;
-            cost += costs.mix + (pass.pair != estimated ? costs.pair : 0);
-            estimated = pass.pair;
+        for (std::size_t pass = 0; pass < passes.size(); ++pass) {
+            if (!passes[pass].Copies()) cost += costs.mix;
+            if (estimates[pass]) cost += costs.pair;
         }
         if (begins) runs.emplace_back();
         runs.back() = {i + 1, cost};

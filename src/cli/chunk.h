@@ -23,6 +23,7 @@ struct FrameCosts {
     std::int64_t frame = 0;  // each one: reading and writing
     std::int64_t mix = 0;    // a pass that moves and mixes two frames
     std::int64_t pair = 0;   // a pair whose motion is estimated
+    bool keepsFlows = true;  // it is estimated once for the frames that follow each other in it
 };
 
 // Those of the frames that are the chunk's: the chunks of a job follow each other, hold every frame

@@ -6,6 +6,7 @@
 #include "cli/hole_filler.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
+#include "cli/motion_transfer.h"
 #include "media/clip_files.h"
 #include "media/digest.h"
 #include "media/guide_tracks.h"
@@ -87,11 +88,17 @@ void AddTime(std::string& text, const SourceTime& time, std::int64_t base) {
 
 // The times that an output frame shows, or is measured by.
 void AddTimes(std::string& text, const RunPlan& plan, std::int64_t frame) {
-    const std::int64_t base = plan.law->At(frame, 0).Base();
-    AddTime(text, plan.law->At(frame, 0), base);
     const bool fields = plan.request.outputFields != 0;
+    const std::int64_t base = BaseOf(*plan.law, frame, fields);
+    AddTime(text, plan.law->At(frame, 0), base);
     if (fields) AddTime(text, plan.law->At(frame, 1), base);
     if (fields || plan.request.compensate > 0.0f) AddTime(text, plan.law->At(frame, 2), base);
+}
+
+// What scenes leave of the method.
+void AddMethod(std::string& text, const PassForecast& pass) {
+    Add(text, "moves", std::int64_t{pass.moves});
+    Add(text, "mixed", std::int64_t{pass.interp});
 }
 
 // Whether rows that are shared otherwise give other pixels: coverage fades along a thread's rows,
@@ -107,6 +114,8 @@ std::string SettingsText(const Options& options, const RunPlan& plan) {
     Add(text, "rules", std::int64_t{kPixelRules});
     AddSource(text, plan.source);
     Add(text, "output depth", static_cast<std::int64_t>(plan.depth));
+    Add(text, "rate", plan.lawFacts.rate.numerator);
+    Add(text, "of", plan.lawFacts.rate.denominator);
     Add(text, "interp", std::int64_t{options.interp});
     Add(text, "quality", std::int64_t{options.quality});
     Add(text, "warp", std::int64_t{options.warp});
@@ -137,6 +146,7 @@ Fingerprints::Fingerprints(const Options& newOptions, const RunPlan& newPlan,
     }
     AddClip(ClipRole::kForwardVectors, 0, runClips.forwardVectors.get());
     AddClip(ClipRole::kBackwardVectors, 0, runClips.backwardVectors.get());
+    if (CompressesTones(options, runClips)) Add(settings, "tones", std::int64_t{kTransferLog});
     job = DigestOf(JobText()).substr(0, kJobDigits);
 }
 
@@ -165,6 +175,10 @@ std::string Fingerprints::JobText() const {
     for (const std::string& file : options.guides) {
         Add(text, "guides", file.substr(file.rfind('/') + 1));
     }
+    for (const SceneMark& mark : plan.request.scenes.Marks()) {
+        Add(text, "scene", std::int64_t{mark.scene});
+        Add(text, "from", mark.frame);
+    }
     for (const std::int64_t step : kEvery) {
         for (std::int64_t i = 0; i < kMoments; ++i) AddTimes(text, plan, i * step);
     }
@@ -178,13 +192,19 @@ void Fingerprints::TellFrame(std::string& text, const ReadClip& clip, std::int64
     Add(text, "role", static_cast<std::int64_t>(clip.role));
     Add(text, "number", std::int64_t{clip.number});
     Add(text, "content", clip.content);
+    const bool isHole = around.before != around.behind;
+    if (!isHole || options.missing != MissingFrames::kInterpolate) {
+        const std::int64_t read = isHole ? StandInFor(plan.source, options.scenes, frame) : frame;
+        Add(text, "file", clip.files.at(read));
+        return;
+    }
     Add(text, "file", clip.files.at(around.before));
-    if (around.before == around.behind) return;
-    Add(text, "missing", static_cast<std::int64_t>(options.missing));
-    if (options.missing != MissingFrames::kInterpolate) return;
     Add(text, "part", frame - around.before);
     Add(text, "of", around.behind - around.before);
     Add(text, "file", clip.files.at(around.behind));
+    for (const std::int64_t scene : {around.before, frame, around.behind}) {
+        Add(text, "scene", std::int64_t{options.scenes.At(scene)});
+    }
     if (DependsOnThreads(options)) Add(text, "threads", std::int64_t{threads});
 }
 
@@ -213,6 +233,7 @@ Stamp Fingerprints::Of(std::int64_t frame) const {
         }
     }
     for (const PassForecast& pass : ForecastOf(*plan.law, frame, plan.request)) {
+        AddMethod(text, pass);
         if (!EstimatesMotion(options, pass)) continue;
         TellGuides(text, pass);
         if (DependsOnThreads(options)) Add(text, "threads", std::int64_t{threads});

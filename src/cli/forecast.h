@@ -31,6 +31,11 @@ struct PassForecast {
     bool onFrame = false;  // shows one frame or field as it stands, without vectors
     bool moves = false;    // pixels move along vectors
     int interp = 1;        // how the two are mixed, as the scenes allow
+
+    // Shows one frame or field alone, moved or as it stands.
+    bool ShowsOneFrame() const { return onFrame || interp == 0; }
+    // Shows it as it stands.
+    bool Copies() const { return !moves && ShowsOneFrame(); }
 };
 
 // The passes of the request for an output frame, by the engine's own rules.

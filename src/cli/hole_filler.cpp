@@ -34,10 +34,12 @@ class PresentFrames final : public ClipReader {
     std::vector<std::int64_t> present;
 };
 
-// Output frame n shows frame n of a clip with holes out of the frames that are there.
+// Output frame n shows frame n of a clip with holes out of the frames that are there: what stands
+// in for it where there is nothing between, at the edge of a scene.
 class HoleLaw final : public TimeLaw {
   public:
-    explicit HoleLaw(ClipInfo clipWithHoles) : clip(std::move(clipWithHoles)) {}
+    HoleLaw(ClipInfo clipWithHoles, SceneMarks newScenes)
+        : clip(std::move(clipWithHoles)), scenes(std::move(newScenes)) {}
 
     SourceTime At(std::int64_t outputFrame, int halves) const override {
         const std::int64_t frame = std::min(outputFrame + halves / 2, clip.frames - 1);
@@ -46,16 +48,35 @@ class HoleLaw final : public TimeLaw {
             std::lower_bound(clip.missing.begin(), clip.missing.end(), around.before) -
             clip.missing.begin();
         const std::int64_t place = around.before - holesBefore;
-        if (around.before == around.behind) return {place, 0, 1};
+        const bool isCut = scenes.At(around.before) != scenes.At(frame) ||
+                           scenes.At(around.behind) != scenes.At(frame);
+        if (isCut || around.before == around.behind) {
+            const bool holds = StandInFor(clip, scenes, frame) == around.before;
+            return {holds ? place : place + 1, 0, 1};
+        }
         return {place, frame - around.before, around.behind - around.before};
     }
     std::optional<std::int64_t> Length(std::int64_t) const override { return clip.frames; }
 
   private:
     ClipInfo clip;
+    SceneMarks scenes;
 };
 
-Options OptionsForHoles(const Options& options) {
+// The scenes of the frames that are there, by their numbers among these.
+SceneMarks ScenesWithoutHoles(const SceneMarks& scenes, const ClipInfo& clip) {
+    std::vector<SceneMark> marks;
+    std::int64_t place = 0;
+    for (std::int64_t frame = 0; frame < clip.frames; ++frame) {
+        if (std::binary_search(clip.missing.begin(), clip.missing.end(), frame)) continue;
+        const int scene = scenes.At(frame);
+        if (marks.empty() || marks.back().scene != scene) marks.push_back({place, scene});
+        ++place;
+    }
+    return SceneMarks(std::move(marks));
+}
+
+Options OptionsForHoles(const Options& options, const ClipInfo& clip) {
     Options plain;
     plain.input = options.input;
     plain.quality = options.quality;
@@ -64,6 +85,8 @@ Options OptionsForHoles(const Options& options) {
     plain.interp = options.interp;
     plain.warp = options.warp;
     plain.keepFlows = options.keepFlows;
+    plain.motionTransfer = options.motionTransfer;
+    plain.scenes = ScenesWithoutHoles(options.scenes, clip);
     return plain;
 }
 
@@ -72,11 +95,12 @@ class HoleRenderer {
   public:
     HoleRenderer(const Options& runOptions, const RunPlan& runPlan,
                  std::vector<std::int64_t> frames)
-        : options(OptionsForHoles(runOptions)), quiet(ProgressStyle::kNone, true) {
+        : options(OptionsForHoles(runOptions, runPlan.source)), quiet(ProgressStyle::kNone, true) {
         RunClips clips;
         clips.source = std::make_unique<PresentFrames>(OpenClip(options.input, true));
         plan.source = clips.source->Info();
-        plan.law = std::make_unique<HoleLaw>(runPlan.source);
+        plan.law = std::make_unique<HoleLaw>(runPlan.source, runOptions.scenes);
+        plan.request = RequestFor(options, plan.source);
         plan.depth = plan.source.depth;
         plan.frames = std::move(frames);
         renderer.emplace(options, plan, std::move(clips), std::vector<LayerGuides>());
@@ -97,21 +121,25 @@ class HoleRenderer {
 
 class FilledClip final : public ClipReader {
   public:
-    FilledClip(std::unique_ptr<ClipReader> clipWithHoles, std::unique_ptr<HoleRenderer> newFiller)
-        : clip(std::move(clipWithHoles)), filler(std::move(newFiller)) {}
+    FilledClip(std::unique_ptr<ClipReader> clipWithHoles, SceneMarks newScenes,
+               std::unique_ptr<HoleRenderer> newFiller)
+        : clip(std::move(clipWithHoles)),
+          scenes(std::move(newScenes)),
+          filler(std::move(newFiller)) {}
     const ClipInfo& Info() const override { return clip->Info(); }
     void Read(std::int64_t frame, Picture& picture) override {
         const FramesAround around = FramesAroundHole(clip->Info(), frame);
         if (filler && around.before != around.behind) {
             filler->Render(frame, picture);
         } else {
-            clip->Read(around.before, picture);
+            clip->Read(StandInFor(clip->Info(), scenes, frame), picture);
         }
     }
 
   private:
     std::unique_ptr<ClipReader> clip;
-    std::unique_ptr<HoleRenderer> filler;  // null: the frame before a hole fills it
+    SceneMarks scenes;
+    std::unique_ptr<HoleRenderer> filler;  // null: other frames stand in for holes
 };
 
 }  // namespace
@@ -127,6 +155,13 @@ FramesAround FramesAroundHole(const ClipInfo& clip, std::int64_t frame) {
     return around;
 }
 
+std::int64_t StandInFor(const ClipInfo& clip, const SceneMarks& scenes, std::int64_t frame) {
+    const FramesAround around = FramesAroundHole(clip, frame);
+    const int scene = scenes.At(frame);
+    const bool onlyBehind = scenes.At(around.before) != scene && scenes.At(around.behind) == scene;
+    return onlyBehind ? around.behind : around.before;
+}
+
 std::unique_ptr<ClipReader> FillHoles(std::unique_ptr<ClipReader> clip, const Options& options,
                                       const RunPlan& plan,
                                       const std::function<std::int64_t()>& order) {
@@ -139,7 +174,7 @@ std::unique_ptr<ClipReader> FillHoles(std::unique_ptr<ClipReader> clip, const Op
     if (options.missing == MissingFrames::kInterpolate && !filled.empty()) {
         filler = std::make_unique<HoleRenderer>(options, plan, std::move(filled));
     }
-    return std::make_unique<FilledClip>(std::move(clip), std::move(filler));
+    return std::make_unique<FilledClip>(std::move(clip), options.scenes, std::move(filler));
 }
 
 }  // namespace velorin

@@ -18,6 +18,10 @@ struct FramesAround {
 };
 FramesAround FramesAroundHole(const ClipInfo& clip, std::int64_t frame);
 
+// The frame that stands in for a hole where none is computed: the one before it, or the one behind
+// it where that alone is of its scene. A frame that is there stands for itself.
+std::int64_t StandInFor(const ClipInfo& clip, const SceneMarks& scenes, std::int64_t frame);
+
 // `clip` with its holes filled as options.missing says. One that is computed from the frames on
 // both sides comes from the engine, with the options' quality and methods, at the part of the way
 // at which it would stand; mattes, points and vectors of the options play no part in it. The engine

@@ -49,7 +49,7 @@ void CompleteJobOptions(const Options& options) {
 }
 
 FrameCosts CostsOf(const Options& options) {
-    FrameCosts costs{kFileCost, kMixCost, kPairCost};
+    FrameCosts costs{kFileCost, kMixCost, kPairCost, options.keepFlows};
     const auto layers = static_cast<std::int64_t>(options.mattes.size()) + 1;
     if (layers > 1) costs.mix = kMixCostOfLayer * layers;
     costs.pair *= layers;

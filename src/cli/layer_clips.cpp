@@ -120,10 +120,10 @@ std::function<std::int64_t()> WithoutHoles(std::function<std::int64_t()> order,
         while (true) {
             const std::int64_t frame = order();
             if (frame < 0) return frame;
-            const FramesAround around = FramesAroundHole(plan.source, frame);
-            if (options.missing == MissingFrames::kHold || around.before == frame) {
-                return around.before;
+            if (options.missing == MissingFrames::kHold) {
+                return StandInFor(plan.source, options.scenes, frame);
             }
+            if (FramesAroundHole(plan.source, frame).before == frame) return frame;
         }
     };
 }

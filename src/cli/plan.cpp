@@ -10,6 +10,7 @@
 #include "cli/exit_codes.h"
 #include "cli/fields.h"
 #include "cli/forecast.h"
+#include "cli/job_options.h"
 #include "cli/law_plot.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
@@ -77,10 +78,8 @@ class PlanTable {
         row.floorFrame = SourceText(pass, 0);
         row.ceilFrame = SourceText(pass, 1);
         row.scene = SceneWord(options.scenes.At(pass.floorFrame));
-        const bool copies = pass.onFrame || (!pass.moves && pass.interp == 0);
-        row.method = copies ? "copy" : ChoiceWord("--interp", pass.interp);
-        const bool showsOne = copies || pass.interp == 0;
-        row.floorShare = !showsOne                   ? pass.numbers.floorWeight
+        row.method = pass.Copies() ? "copy" : ChoiceWord("--interp", pass.interp);
+        row.floorShare = !pass.ShowsOneFrame()       ? pass.numbers.floorWeight
                          : pass.numbers.ShowsFloor() ? 1.0f
                                                      : 0.0f;
         if (!pass.moves) return row;
@@ -185,7 +184,8 @@ PlanSums PrintRows(const Options& options, const RunPlan& plan) {
 }  // namespace
 
 int Plan(const Options& options) {
-    const std::unique_ptr<ClipReader> clip = OpenClip(options.input);
+    const std::unique_ptr<ClipReader> clip = OpenClip(options.input, true);
+    CheckHoles(options, clip->Info());
     const RunPlan plan = MakeTimePlan(options, clip->Info());
     ProgressLine progress(options.progress, options.quiet);
     if (!options.plot.empty()) {

@@ -202,17 +202,16 @@ SourceFrames SourceFramesOf(const RunPlan& plan, std::int64_t outputFrame) {
     const auto inside = [&](std::int64_t frame) {
         return std::clamp<std::int64_t>(frame, 0, plan.source.frames - 1);
     };
+    const auto shownBy = [&](const PassForecast& pass) {
+        return inside(pass.numbers.ShowsFloor() ? pass.floorFrame : pass.ceilFrame);
+    };
     const std::vector<PassForecast> passes = ForecastOf(*plan.law, outputFrame, plan.request);
-    const PassForecast& first = passes.front();
-    const bool still = std::all_of(passes.begin(), passes.end(), [&](const PassForecast& pass) {
-        return pass.onFrame && pass.pair == first.pair;
+    const std::int64_t shown = shownBy(passes.front());
+    const bool isOne = std::all_of(passes.begin(), passes.end(), [&](const PassForecast& pass) {
+        return pass.Copies() && shownBy(pass) == shown;
     });
-    if (!still) return {inside(first.floorFrame), inside(passes.back().ceilFrame)};
-    // A time that lies just before a frame shows that frame; one half-way is that of a field.
-    const SourceTime time = plan.law->At(outputFrame, 0);
-    const bool showsNext = 2 * time.numerator > time.denominator && plan.request.inputFields == 0;
-    const std::int64_t shown = inside(first.floorFrame + (showsNext ? 1 : 0));
-    return {shown, shown};
+    if (isOne) return {shown, shown};
+    return {inside(passes.front().floorFrame), inside(passes.back().ceilFrame)};
 }
 
 void CheckPictureName(const std::string& option, const std::string& name) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "media/clip_files.h"
 #include "media/stamp.h"
@@ -59,9 +60,7 @@ bool GoesToOtherFormat(const std::string& name) {
 }  // namespace
 
 SourceHeaders::SourceHeaders(const OutputSettings& outputSettings, const std::string& targetFormat)
-    : settings(outputSettings),
-      format(targetFormat),
-      name(SequenceNameOf(outputSettings.source)) {}
+    : settings(outputSettings), format(targetFormat), name(SequenceNameOf(outputSettings.source)) {}
 
 SourceFrames SourceHeaders::MadeOf(std::int64_t frame) const {
     return settings.madeOf ? settings.madeOf(frame) : SourceFrames();
@@ -70,6 +69,8 @@ SourceFrames SourceHeaders::MadeOf(std::int64_t frame) const {
 // Null where the file cannot be read: a picture that came from elsewhere lacks a header at most.
 const SourceHeaders::Header* SourceHeaders::HeaderOf(std::int64_t sourceFrame) {
     if (!name) return nullptr;
+    const std::vector<std::int64_t>& missing = settings.source.missing;
+    while (std::binary_search(missing.begin(), missing.end(), sourceFrame)) --sourceFrame;
     if (recent[0].frame == sourceFrame) return &recent[0];
     std::swap(recent[0], recent[1]);
     if (recent[0].frame == sourceFrame) return &recent[0];

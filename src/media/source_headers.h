@@ -15,12 +15,13 @@ namespace velorin {
 
 // What the headers of a source give to the stills that are written from it.
 //
-// A still follows the header of the earlier source frame that it is made of. In a file of the
-// source's format stay all attributes but those that tell of the old file and not of its picture:
-// how it is laid out (tiles, line order, parts), what is computed from its bytes (hashes, unique
-// names, previews), the length of its sequence, and this program's own. In a file of another format
-// stay those that belong to no format, and codes of time and film. Time code, and a DPX's position
-// in its sequence, count output frames from the first one's, which is its source frame's.
+// A still follows the header of the earlier source frame that it is made of, or of the last one
+// before that where it is missing. In a file of the source's format stay all attributes but those
+// that tell of the old file and not of its picture: how it is laid out (tiles, line order, parts),
+// what is computed from its bytes (hashes, unique names, previews), the length of its sequence, and
+// this program's own. In a file of another format stay those that belong to no format, and codes of
+// time and film. Time code, and a DPX's position in its sequence, count output frames from the
+// first one's, which is its source frame's.
 class SourceHeaders {
   public:
     // For files of the format that OpenImageIO calls `targetFormat`.

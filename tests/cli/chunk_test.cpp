@@ -63,12 +63,18 @@ TEST(Chunk, CostsAreEvenAndNotTheCounts) {
         std::optional<std::int64_t> Length(std::int64_t) const override { return 400; }
     };
     const HalfStill law;
-    const auto first = FramesOfChunk(FirstFrames(400), {1, 2}, law, {}, kCosts);
-    const auto second = FramesOfChunk(FirstFrames(400), {2, 2}, law, {}, kCosts);
+    RequestSettings request;
+    request.usesVectors = true;
+    const auto first = FramesOfChunk(FirstFrames(400), {1, 2}, law, request, kCosts);
+    const auto second = FramesOfChunk(FirstFrames(400), {2, 2}, law, request, kCosts);
     // 200 still frames and 50 pairs: 200 + 850 is split after 19 or 20 pairs.
     EXPECT_GE(first.size(), 200u + 4 * 18);
     EXPECT_LE(first.size(), 200u + 4 * 20);
     EXPECT_EQ(first.size() + second.size(), 400u);
+    // Without motion a moved frame costs 2: 200 + 50 * (1 + 3 * 2) is split after 10 or 11 groups.
+    const auto plain = FramesOfChunk(FirstFrames(400), {1, 2}, law, {}, kCosts);
+    EXPECT_GE(plain.size(), 200u + 4 * 10);
+    EXPECT_LE(plain.size(), 200u + 4 * 12);
 }
 
 }  // namespace

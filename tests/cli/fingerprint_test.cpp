@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 
 #include "cli/layer_clips.h"
 #include "cli/option_table.h"
@@ -30,6 +31,8 @@ class Shot {
         const std::vector<Picture> deep(5, NoisePicture<float>(1, 16, 16, 3));
         for (const std::string& name : {clip, matte}) WriteClip(name, SettingsFor(bytes), noise);
         WriteClip(flow, SettingsFor(floats), deep);
+        std::ofstream(curve) << "0 0\n16 4.1\n";
+        std::ofstream(setup) << "sensitivity = 71\n";
     }
 
     // The stamp that a run of `velorin retime` with these words gives an output frame.
@@ -57,6 +60,8 @@ class Shot {
     const std::string clip = folder / "shot.%04d.png";
     const std::string matte = folder / "matte.%04d.tif";
     const std::string flow = folder / "flow.%04d.exr";
+    const std::string curve = folder / "curve.txt";
+    const std::string setup = folder / "setup.toml";
 };
 
 // What an option does to the picture of output frame 2 where it follows `base`.
@@ -76,13 +81,20 @@ std::vector<OptionCase> CasesOf(const Shot& shot) {
     const Words pixels = vectors + Words{"--vectors-format", "pixels"};
     return {
         {"--speed", {"0.26"}, true, {}, slow},
+        {"--speed-curve", {"0:0.25,4:0.26"}, true, {}, slow},
+        {"--frame-curve", {"0:0,16:4.1"}, true, {}, slow},
+        {"--curve-file", {shot.curve}, true, {}, slow},
+        {"--fit-length", {"18"}, true, {}, slow},
+        {"--fit-rate", {"96"}, true, {}, slow},  // the speed is the same, the rate is not
         {"--length", {"20"}, false, slow, {}},
+        {"--scenes", {"0:A,1:B"}, true, slow, {}},
         {"--frames", {"1-2"}, false, slow, {}},
         {"--interp", {"energy"}, true, slow, {}},
         {"--quality", {"full"}, true, slow, {}},
         {"--warp", {"smart"}, true, slow, {}},
         {"--prep", {"enhance"}, true, slow, {}},
         {"--sensitivity", {"71"}, true, slow, {}},
+        {"--motion-transfer", {"log"}, true, slow, {}},
         {"--motion-from", {shot.matte}, true, slow, {}},
         {"--compensate", {"1"}, true, slow, {}},
         {"--guides", {"points.json"}, true, slow, {}},
@@ -121,6 +133,8 @@ std::vector<OptionCase> CasesOf(const Shot& shot) {
         {"--continue-on-error", {}, false, slow, {}},
         {"--missing", {"hold"}, false, slow, {}},  // while nothing is missing
         {"--log", {"log"}, false, slow, {}},
+        {"--setup", {shot.setup}, true, slow, {}},  // by what stands in it
+        {"--write-setup", {"setup"}, false, slow, {}},
         {"--progress", {"json"}, false, slow, {}},
         {"--quiet", {}, false, slow, {}},
         {"--verbose", {}, false, slow, {}},
@@ -165,6 +179,18 @@ TEST(Fingerprint, TellsTheFilesOfTheFramesThatAreRead) {
     shot.Touch(3);  // behind the hole
     EXPECT_EQ(held, shot.StampOf(6, hold).picture);
     EXPECT_NE(computed, shot.StampOf(6, interpolate).picture);
+}
+
+TEST(Fingerprint, TellsScenesWhereTheyRuleTheMethod) {
+    const Shot shot;
+    const auto pictureAt = [&](std::int64_t frame, const std::string& scenes) {
+        return shot.StampOf(frame, {"--speed", "0.25", "--scenes", scenes}).picture;
+    };
+    EXPECT_NE(pictureAt(2, "0:A,1:B"), pictureAt(2, "0:A,2:B"));
+    EXPECT_EQ(pictureAt(10, "0:A,1:B"), pictureAt(10, "0:A,2:B"));
+    EXPECT_EQ(pictureAt(2, "0:A,1:B"), pictureAt(2, "0:B,1:C"));
+    EXPECT_NE(pictureAt(10, "0:A"), pictureAt(10, "0:A,2:blend"));
+    EXPECT_NE(pictureAt(10, "0:nearest"), pictureAt(10, "0:blend"));
 }
 
 TEST(Fingerprint, TellsThreadsWhereWarpsLetThemShow) {

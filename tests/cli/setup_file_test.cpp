@@ -13,7 +13,7 @@
 namespace velorin {
 namespace {
 
-constexpr Verb kSetupVerbs[] = {kVerbRetime, kVerbCompare, kVerbVectors};
+constexpr Verb kSetupVerbs[] = {kVerbRetime, kVerbPlan, kVerbCompare, kVerbVectors};
 
 std::string Refusal(const std::string& text) {
     try {

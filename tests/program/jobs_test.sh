@@ -136,6 +136,18 @@ cmp "$scratch/filled/held.0102.ppm" "$scratch/filled/held.0104.ppm" >&2 || fail 
 expect 2 'hold' retime "$holes" -o "$scratch/x.%d.png" --missing interpolate --input-fields upper
 expect 0 '' compare "$holes" --at 2.5 -o "$scratch/sheet.png" --missing interpolate
 
+# At a cut a hole is filled out of its own scene.
+for how in hold interpolate; do
+    expect 0 '' retime "$holes" -o "$scratch/filled/cut-$how.%04d.ppm" --missing $how \
+        --scenes 0:A,3:B
+    expect 0 '' retime "$holes" -o "$scratch/filled/late-$how.%04d.ppm" --missing $how \
+        --scenes 0:A,4:B
+    for pair in cut-$how:0102:0103 cut-$how:0105:0104 late-$how:0102:0103 late-$how:0102:0104; do
+        IFS=: read -r name one other <<<"$pair"
+        cmp "$scratch/filled/$name".{$one,$other}.ppm >&2 || fail "hole at a cut: $pair"
+    done
+done
+
 # A hole that is mended makes the frames around it anew, and no others.
 expect 0 '' retime "$holes" -o "$scratch/filled/mend.%04d.png" --missing interpolate --speed 0.5
 cp -p "$in"/shot.010[34].ppm "$holes"
