@@ -106,7 +106,7 @@ int ClipHost::GetToBeWarpedSequenceImage(KQImage** out, int frame) {
 }
 
 int ClipHost::GetTrackingSequenceImage(KQImage** out, int frame) {
-    return HandOut(out, motion ? *motion : source, frame, compressesTones);
+    return HandOut(out, motion ? *motion : source, frame, compressesTones[pass]);
 }
 
 int ClipHost::CleanUpCheckedOutImage(KQImage* image) {
@@ -154,7 +154,9 @@ void ClipHost::GetDoOpticalFlow(bool* out, int layer, float /*time*/) {
     *out = !choices.followsPointsAlone[layer];
 }
 
-void ClipHost::GetBackgroundLayerDoOpticalFlow(bool* out, float /*time*/) {
+// The engine asks this as a pass begins; that of a second field lies half a step on.
+void ClipHost::GetBackgroundLayerDoOpticalFlow(bool* out, float time) {
+    pass = time < 0.5f ? 0 : 1;
     *out = !choices.followsPointsAlone.back();
 }
 

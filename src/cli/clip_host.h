@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -61,8 +62,8 @@ class ClipHost final : public KQVelorin4 {
     void SetOutputFrame(std::int64_t frame, bool hasFields = false);
     // How the next request warps: see KQVelorin4::UsesWhichWarping. Inverse until it is set.
     void SetWarping(int method) { warping = method; }
-    // Whether the next request measures motion on compressed tones.
-    void SetCompressesTones(bool compresses) { compressesTones = compresses; }
+    // Whether the passes of the next request look at a tracking clip with compressed tones.
+    void SetCompressesTones(const std::array<bool, 2>& ofPasses) { compressesTones = ofPasses; }
     // Throws what went wrong when a slot answered with a failure; nothing when none did.
     void RethrowFailure();
 
@@ -117,7 +118,8 @@ class ClipHost final : public KQVelorin4 {
     std::optional<HeldClip> backwardVectors;
     GuidePairs pairs;  // the points that the engine looks at
     int warping = 0;
-    bool compressesTones = false;
+    std::array<bool, 2> compressesTones{};
+    int pass = 0;  // that the engine is in
     std::int64_t outputFrame = 0;
     std::int64_t base = 0;
     std::exception_ptr failure;

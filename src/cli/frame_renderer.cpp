@@ -74,14 +74,9 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
     WrapPicture(result, rendered);
     const RequestSettings& request = plan.request;
     if (request.outputFields != 0) WrapPicture(second, secondField);
-    // Tracked frames show through soft mattes where nothing moves.
-    const std::vector<PassForecast> passes = ForecastOf(*plan.law, frame, request);
-    const bool compresses =
-        compressesTones && std::any_of(passes.begin(), passes.end(), [&](const PassForecast& pass) {
-            return EstimatesMotion(options, pass);
-        });
+    const std::array<bool, 2> compresses = CompressingPasses(frame);
     host.SetCompressesTones(compresses);
-    const bool tracksSource = options.motionFrom.empty() && !compresses;
+    const bool tracksSource = options.motionFrom.empty() && !compresses[0] && !compresses[1];
     const bool keepsFlows = options.keepFlows || options.view == View::kFlow;
     const int failure = host.RenderFrame(
         &result, request.outputFields != 0 ? &second : nullptr, request.inputFields,
@@ -97,6 +92,17 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
                                  std::to_string(failure));
     }
     return true;
+}
+
+// Not those in which nothing moves: there, tracked frames show through soft mattes.
+std::array<bool, 2> FrameRenderer::CompressingPasses(std::int64_t frame) const {
+    std::array<bool, 2> compresses{};
+    if (!compressesTones) return compresses;
+    const std::vector<PassForecast> passes = ForecastOf(*plan.law, frame, plan.request);
+    for (std::size_t i = 0; i < passes.size(); ++i) {
+        compresses[i] = EstimatesMotion(options, passes[i]);
+    }
+    return compresses;
 }
 
 PassForecast FrameRenderer::FirstPass(std::int64_t frame) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -48,6 +49,7 @@ class FrameRenderer {
     bool PaintMatteView(std::int64_t frame);
     bool PaintFlowView(std::int64_t frame, ProgressLine& progress);
     Flows ReadSuppliedFlows(std::int64_t frame, ProgressLine& progress);
+    std::array<bool, 2> CompressingPasses(std::int64_t frame) const;
     PassForecast FirstPass(std::int64_t frame) const;
     std::vector<std::unique_ptr<KQImage>> MattesAt(const PassForecast& pass);
     const Picture& Converted();

@@ -6,6 +6,10 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <span>
+#include <utility>
+#include <vector>
 
 #include "cli/frame_renderer.h"
 #include "cli/layer_clips.h"
@@ -76,6 +80,38 @@ class StreetClip final : public ClipReader {
     ClipInfo info;
 };
 
+// Bytes, each frame of which is the same.
+class ByteClip final : public ClipReader {
+  public:
+    explicit ByteClip(Picture newPicture)
+        : info(SourceInfo(kWidth, kHeight, 3, SampleDepth::kByte)), picture(std::move(newPicture)) {
+        info.frames = 3;
+    }
+    const ClipInfo& Info() const override { return info; }
+    void Read(std::int64_t, Picture& copy) override { copy = picture; }
+
+  private:
+    ClipInfo info;
+    Picture picture;
+};
+
+// An output frame of noise behind a matte that is all but white.
+Picture RenderForeground(std::vector<const char*> words, const char* transfer, std::int64_t frame) {
+    words.insert(words.begin(), {"noise", "-o", "slow.%04d.png", "--matte", "matte", "--view",
+                                 "foreground", "--motion-transfer", transfer});
+    const Options options =
+        ParseOptions(kVerbRetime, static_cast<int>(words.size()), words.data()).value();
+    StartThreads(options);
+    Picture matte = NoisePicture<std::uint8_t>(1, kWidth, kHeight, 3);
+    std::ranges::fill(matte.pixels, std::byte{254});
+    RunClips clips;
+    clips.source = std::make_unique<ByteClip>(NoisePicture<std::uint8_t>(2, kWidth, kHeight, 3));
+    clips.mattes.push_back(std::make_unique<ByteClip>(matte));
+    const RunPlan plan = MakePlan(options, clips.source->Info());
+    ProgressLine progress(ProgressStyle::kNone, true);
+    return *FrameRenderer(options, plan, std::move(clips), {}).Render(frame, {}, progress);
+}
+
 struct Street {
     float motionError = 0.0f;   // mean distance from the wall's true motion, in pixels
     float pictureError = 0.0f;  // mean distance of the wall from its true picture, in tones
@@ -126,6 +162,23 @@ TEST(MotionTransfer, CompressedTonesFindTheMotionOfShadows) {
     // The picture is the clip's own: the middle of a lamp is as bright as ever.
     const auto* pixels = reinterpret_cast<const float*>(compressed.picture.pixels.data());
     EXPECT_EQ(pixels[(88 * kWidth + 134) * 4], kLamp);
+}
+
+// Where nothing moves the engine lays a layer's later frame over its tracked one: where scenes say
+// so, and in a first field that is a source frame's while the second one moves.
+TEST(MotionTransfer, CompressedTonesAreNowhereInThePicture) {
+    const std::vector<const char*> still{"--speed", "0.5", "--scenes", "0:blend"};
+    EXPECT_TRUE(SamePixels(RenderForeground(still, "none", 1), RenderForeground(still, "log", 1)));
+    const std::vector<const char*> fields{"--frame-curve", "0:0.998,1:1.398", "--output-fields",
+                                          "upper"};
+    const Picture plain = RenderForeground(fields, "none", 0);
+    const Picture compressed = RenderForeground(fields, "log", 0);
+    const auto line = [](const Picture& picture, int y) {
+        return std::span(picture.pixels).subspan(y * picture.RowBytes(), picture.RowBytes());
+    };
+    for (int y = 0; y < kHeight; y += 2) {
+        EXPECT_TRUE(std::ranges::equal(line(plain, y), line(compressed, y))) << "line " << y;
+    }
 }
 
 TEST(MotionTransfer, TheCurveIsALogarithmMirroredAtZero) {
