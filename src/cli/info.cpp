@@ -10,10 +10,14 @@
 #include "cli/progress_line.h"
 #include "media/clip.h"
 #include "media/media_facts.h"
+#include "media/number_ranges.h"
+#include "media/timecode.h"
 
 namespace velorin {
 
 namespace {
+
+constexpr int kNoMatrix = 2;  // as ITU-T H.273 numbers them
 
 // One thing that is known of a clip.
 struct Fact {
@@ -83,6 +87,44 @@ void AddRate(std::vector<Fact>& facts, const ClipInfo& clip) {
         {"seconds", "seconds", Digits("%.3f", static_cast<double>(clip.frames) / rate), ""});
 }
 
+std::string JsonList(const std::vector<std::string>& values) {
+    std::string text;
+    for (const std::string& value : values) text += (text.empty() ? "" : ", ") + value;
+    return "[" + text + "]";
+}
+
+void AddMissing(std::vector<Fact>& facts, const ClipInfo& clip) {
+    if (clip.missing.empty()) return;
+    std::vector<std::int64_t> numbers = clip.missing;
+    std::vector<std::string> texts;
+    for (std::int64_t& number : numbers) {
+        number += clip.firstNumber;
+        texts.push_back(std::to_string(number));
+    }
+    facts.push_back({"missing numbers", "missingNumbers", JsonList(texts), NumberRanges(numbers)});
+}
+
+void AddNames(std::vector<Fact>& facts, const char* title, const char* key,
+              const std::vector<std::string>& names) {
+    if (names.empty()) return;
+    std::vector<std::string> quoted;
+    for (const std::string& name : names) quoted.push_back(JsonString(name));
+    facts.push_back({title, key, JsonList(quoted), ListOf(names)});
+}
+
+void AddColours(std::vector<Fact>& facts, const ClipInfo& clip) {
+    if (clip.isMovie) {
+        facts.push_back(InWords("primaries", "primaries", PrimariesName(clip.primaries)));
+        facts.push_back(InWords("transfer", "transfer", TransferName(clip.transfer)));
+    }
+    if (clip.isMovie && clip.matrix != kNoMatrix) {
+        facts.push_back(InWords("matrix", "matrix", MatrixName(clip.matrix)));
+        facts.push_back(InWords("range", "range", clip.fullRange ? "full" : "limited"));
+    }
+    facts.push_back({"scene-linear", "sceneLinear", clip.sceneLinear ? "true" : "false",
+                     clip.sceneLinear ? "yes" : "no"});
+}
+
 std::vector<Fact> FactsOf(const ClipInfo& clip) {
     std::vector<Fact> facts = {
         InWords("clip", "name", clip.name),
@@ -95,19 +137,23 @@ std::vector<Fact> FactsOf(const ClipInfo& clip) {
     if (!clip.isMovie) {
         facts.push_back({"first number", "firstNumber", std::to_string(clip.firstNumber), ""});
     }
+    AddMissing(facts, clip);
+    if (clip.timecode)
+        facts.push_back(InWords("timecode", "timecode", TimecodeText(*clip.timecode)));
     facts.push_back({"channels", "channels", std::to_string(clip.channels), ChannelsText(clip)});
+    AddNames(facts, "channel names", "channelNames", clip.channelNames);
+    AddNames(facts, "left out", "channelsLeftOut", clip.channelsLeftOut);
     facts.push_back(InWords("depth", "depth", DepthText(clip)));
     if (clip.pixelAspect.numerator > 0) {
         facts.push_back(InWords("pixel aspect", "pixelAspect", RatioText(clip.pixelAspect)));
     }
     if (clip.isMovie) {
         facts.push_back(InWords("fields", "fields", FieldsText(clip.fieldOrder)));
-        facts.push_back(InWords("primaries", "primaries", PrimariesName(clip.primaries)));
-        facts.push_back(InWords("transfer", "transfer", TransferName(clip.transfer)));
     } else {
         facts.push_back(InWords("picture", "window", WindowText(clip.window)));
         facts.push_back(InWords("display window", "displayWindow", WindowText(clip.display)));
     }
+    AddColours(facts, clip);
     return facts;
 }
 
@@ -133,7 +179,7 @@ void PrintJson(const std::vector<Fact>& facts) {
 }  // namespace
 
 int Info(const Options& options) {
-    const std::vector<Fact> facts = FactsOf(OpenClip(options.input)->Info());
+    const std::vector<Fact> facts = FactsOf(OpenClip(options.input, true)->Info());
     if (options.json) {
         PrintJson(facts);
     } else {

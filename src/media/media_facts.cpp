@@ -47,4 +47,8 @@ std::string TransferName(int number) {
                   number);
 }
 
+std::string MatrixName(int number) {
+    return NameOr(av_color_space_name(static_cast<AVColorSpace>(number)), number);
+}
+
 }  // namespace velorin

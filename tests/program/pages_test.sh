@@ -58,7 +58,15 @@ tells 'frames +4' "$in"
 tells 'first number +101' "$in"
 tells 'picture +0,0,45x34' "$in"
 tells '  "height": 34,' "$in" --json
+tells 'channel names +R, G, B' "$in"
+tells 'scene-linear +no' "$in"
 tells 'kind +movie' "$scratch/movie.mkv"
+expect 0 '' retime "$in" -o "$scratch/movie.mov"
+tells 'matrix +bt709' "$scratch/movie.mov"
+tells '  "range": "limited",' "$scratch/movie.mov" --json
+rm "$in/shot.0103.ppm"
+tells 'missing numbers +103' "$in"
+tells '  "missingNumbers": \[103\],' "$in" --json
 tells '  "rate": "24",' "$scratch/movie.mkv" --json
 tells '  "seconds": 0.167,' "$scratch/movie.mkv" --json
 ! command -v python3 >/dev/null ||
