@@ -167,7 +167,8 @@ constexpr OptionEntry kOptions[] = {
          options.plugin.settings.emplace_back(argument.text);
      }, {.mostTimes = kMostSettings}},
 
-    {kVerbTimes, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10", {}, SetSpeed,
+    {kVerbTimes, kTime, {}, "--speed", "S", "constant Speed Factor, 0 to 10; this and "
+     "the next five are laws of time, of which one can be given", {}, SetSpeed,
      {.whenNone = "1", .oneOf = kLaw}},
     {kVerbTimes, kTime, {}, "--speed-curve", "KEYS", "Speed Factor at each output frame, such as "
      "0:1,24:0.25~,48:1: the way to the next key is straight, with ~ smooth, with | it holds", {},
@@ -393,9 +394,11 @@ constexpr VerbText kVerbTexts[] = {
      "INPUT a folder that holds one sequence. Frames count from 0; the numbers in a sequence's\n"
      "names go on from the input's first.\n",
      "  velorin retime shot.mov -o slow.mov --speed 0.4\n"
+     "  velorin retime shot.mov -o ramp.mov --speed-curve 0:1,24:0.25~,48:1\n"
      "  velorin retime plates/shot.%04d.exr -o slow/shot.%04d.exr --speed 0.25 --quality full\n"
      "  velorin retime shot.####.png -o test.####.png --speed 0.5 --frames 40-59 --interp "
-     "nearest\n",
+     "nearest\n"
+     "  velorin retime shot.####.exr -o slow.####.exr --setup shot.toml --chunk 2/8 --resume\n",
      "render a clip at another speed"},
     {kVerbPlan, "plan", "INPUT",
      "Tells what retime would do, without doing it: for each output frame its source time, the\n"
@@ -407,7 +410,7 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin plan shot.mov --speed-curve 0:1,24:0.25~,48:1\n"
      "  velorin plan shot.mov --frame-curve 0:0~,48:12,72:0 --plot curve.png\n"
      "  velorin plan plates/shot.%04d.exr --fit-rate 24000/1001 --json > plan.json\n",
-     "tell what that would do, and draw the law of time"},
+     "tell what retime would do, and draw its law of time"},
     {kVerbCompare, "compare", "INPUT --at TIME -o SHEET",
      "Renders one moment of a clip with every pair of --interp and --warp into one labelled\n"
      "picture, three by three: the rows are Nearest, Blend and Weighted Energy Blend, the columns\n"
@@ -441,7 +444,8 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin verify slow.%04d.png --frames 100-199 --json\n",
      "look whether an output is whole and of one piece"},
     {kVerbInfo, "info", "INPUT",
-     "Tells what is known of a clip: its frames, size, rate, depth, channels, fields and colours.\n"
+     "Tells what is known of a clip: its frames, size, rate, timecode, channels, depth, fields and\n"
+     "colours, and the numbers that a sequence lacks.\n"
      "INPUT is a movie, an image sequence such as shot.%04d.png or a folder that holds one.\n",
      "  velorin info shot.mov\n"
      "  velorin info plates/shot.%04d.exr --json\n",
