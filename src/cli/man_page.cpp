@@ -24,7 +24,8 @@ constexpr ExitText kExitTexts[] = {
     {kExitInput, "the input is missing, unreadable or of an unusable size"},
     {kExitOutputExists, "the output exists, and --overwrite was not given"},
     {kExitSomeFailed, "some frames failed and the run went on"},
-    {kExitStopped, "stopped on request (SIGTERM, SIGUSR1) after the frame in hand; --resume goes on"},
+    {kExitStopped,
+     "stopped on request (SIGTERM, SIGUSR1) after the frame in hand; --resume goes on"},
     {kExitInterrupted, "interrupted (SIGINT)"},
 };
 

@@ -444,8 +444,8 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin verify slow.%04d.png --frames 100-199 --json\n",
      "look whether an output is whole and of one piece"},
     {kVerbInfo, "info", "INPUT",
-     "Tells what is known of a clip: its frames, size, rate, timecode, channels, depth, fields and\n"
-     "colours, and the numbers that a sequence lacks.\n"
+     "Tells what is known of a clip: its frames, size, rate, timecode, channels, depth, fields\n"
+     "and colours, and the numbers that a sequence lacks.\n"
      "INPUT is a movie, an image sequence such as shot.%04d.png or a folder that holds one.\n",
      "  velorin info shot.mov\n"
      "  velorin info plates/shot.%04d.exr --json\n",

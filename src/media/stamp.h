@@ -20,8 +20,9 @@ std::optional<Stamp> ParseStamp(const std::string& text);
 bool KeepsStamp(const std::string& extension);
 
 // What is known of a sequence's frames beside the files themselves: a hidden text file in their
-// folder, .slow.ppm.velorin for slow.%04d.ppm, of lines that are only ever added to. Several processes may do so at once: a line that got torn on the way does not
-// count, and the frame is one of which nothing is known.
+// folder, .slow.ppm.velorin for slow.%04d.ppm, of lines that are only ever added to. Several
+// processes may do so at once: a line that got torn on the way does not count, and the frame is one
+// of which nothing is known.
 class StampFile {
   public:
     explicit StampFile(const SequenceName& sequence);
