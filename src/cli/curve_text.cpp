@@ -92,9 +92,8 @@ Curve ParseCurve(std::string_view text, CurveKind kind) {
     return Curve(std::move(keys));
 }
 
-Curve ReadCurveFile(const std::string& name) {
-    const std::string content = ReadTextFile(name, "a curve");
-    const GuideSource source{name, WithoutByteOrderMark(content)};
+Curve ParseCurveFile(std::string_view text, const std::string& name) {
+    const GuideSource source{name, WithoutByteOrderMark(text)};
     std::vector<CurveKey> keys;
     KeyFrames frames;
     bool isTop = true;
@@ -119,6 +118,10 @@ Curve ReadCurveFile(const std::string& name) {
     ThrowGuideError(source,
                     "holds no curve; lines with an output frame and a source frame are "
                     "wanted, as in \"48 12.5\"");
+}
+
+Curve ReadCurveFile(const std::string& name) {
+    return ParseCurveFile(ReadTextFile(name, "a curve"), name);
 }
 
 }  // namespace velorin

@@ -14,10 +14,11 @@ enum class CurveKind { kSpeed, kSourceFrame };
 // Throws KeyError.
 Curve ParseCurve(std::string_view text, CurveKind kind);
 
-// Reads a file with two columns, the output frame and the source frame, each line a key. Blank
-// lines, what follows a # and a line of titles at the top do not count. Numbers may have an
-// exponent, and their digits past the ninth behind the point are rounded off. Throws MediaError of
-// kind kInput that names the line.
+// Reads the text of a file with two columns, the output frame and the source frame, each line a
+// key. Blank lines, what follows a # and a line of titles at the top do not count. Numbers may have
+// an exponent, and their digits past the ninth behind the point are rounded off. Throws MediaError
+// of kind kInput with the file's `name` and the line.
+Curve ParseCurveFile(std::string_view text, const std::string& name);
 Curve ReadCurveFile(const std::string& name);
 
 }  // namespace velorin

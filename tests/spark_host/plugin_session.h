@@ -19,7 +19,7 @@ inline constexpr int kClipFrames = 8;
 inline constexpr std::byte kUntouched{0x55};
 
 // The sanitizers take memory of their own and keep what was set free.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef VELORIN_SANITIZED
 inline constexpr bool kSanitized = true;
 #else
 inline constexpr bool kSanitized = false;
