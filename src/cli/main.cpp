@@ -21,6 +21,7 @@
 #include "cli/plan.h"
 #include "cli/retime.h"
 #include "cli/spark_render.h"
+#include "cli/standard_streams.h"
 #include "cli/terminal_style.h"
 #include "cli/vectors.h"
 #include "cli/verify.h"
@@ -93,7 +94,10 @@ int RunVerb(int count, char** words) {
 // Every failure of the program becomes one line and a code here.
 int Main(int count, char** words) {
     try {
-        return RunVerb(count, words);
+        OccupyStandardStreams();
+        const int code = RunVerb(count, words);
+        FinishStandardOutput();
+        return code;
     } catch (const UsageError& failure) {
         return Fail(kExitUsage, failure.what());
     } catch (const MediaError& failure) {

@@ -46,6 +46,17 @@ long=$scratch/$(printf '%0240d' 0)
 expect 0 '' retime "$in" -o "$long.%04d.ppm"
 rm "$long".*
 
+# A result that did not arrive is a failure.
+for verb in --version "info $in" "plan $in -q"; do
+    said=$("$program" $verb 2>&1 >/dev/full) && fail "$verb: code 0"
+    [[ $said == velorin:*"standard output: cannot be written"* ]] ||
+        fail "$verb: $said"
+done
+
+# A closed stream leaves its number to no file: messages would be written into that.
+"$program" retime "$in" -o "$scratch/closed.%04d.png" --log "$scratch/log" --progress json 2>&-
+grep -q '"event"' "$scratch/log" && fail "messages of a closed stream are in a file"
+
 # A frame that cannot be read: what was rendered before it stays, whole.
 make_clip "$scratch/torn" 24 16 4 0
 head -c 100 "$in/shot.0101.ppm" >"$scratch/torn/shot.0002.ppm"
