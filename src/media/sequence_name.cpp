@@ -51,9 +51,19 @@ std::vector<std::string> FilesIn(const std::string& folder) {
     return names;
 }
 
+// More are no holes: a number of another meaning, such as a date, stands among those of frames.
+constexpr std::size_t kMostHoles = 1000000;
+
 FoundSequence CheckNumbers(const SequenceName& name, std::vector<int> numbers, Holes holes) {
     std::sort(numbers.begin(), numbers.end());
     FoundSequence found{name, numbers.front(), numbers.back() - numbers.front() + 1, {}};
+    const auto lacking = static_cast<std::size_t>(found.count) - numbers.size();
+    if (lacking > kMostHoles) {
+        ThrowInput(name.Pattern() + ": " + std::to_string(lacking) +
+                   " frames are missing between " + std::to_string(numbers.front()) + " and " +
+                   std::to_string(numbers.back()) +
+                   "; move files away whose number is not that of a frame");
+    }
     for (std::size_t i = 1; i < numbers.size(); ++i) {
         for (int number = numbers[i - 1] + 1; number < numbers[i]; ++number) {
             found.missing.push_back(number - found.first);

@@ -174,6 +174,10 @@ TEST(Sequence, HolesAndWrongNamesAreTold) {
     Touch(folder / "other_2.tif");
     expectTold(".", "shot.%04d.png");
     expectTold(".", "other_%d.tif");
+    Touch(folder / "dated.1.png");
+    Touch(folder / "dated.20260131.png");
+    ExpectContains(ErrorOf(Kind::kInput, [&] { OpenClip(folder / "dated.#.png", true); }),
+                   "20260129 frames are missing between 1 and 20260131");
 }
 
 TEST(Sequence, AFolderMayHoldOneSequenceAndMore) {
