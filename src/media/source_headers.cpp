@@ -1,6 +1,7 @@
 #include "media/source_headers.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -55,6 +56,15 @@ bool StaysInFormat(const std::string& name) {
 bool GoesToOtherFormat(const std::string& name) {
     const bool common = name.find(':') == std::string::npos || name.starts_with("smpte:");
     return common && name != "compression" && name != "orientation" && StaysInFormat(name);
+}
+
+// The library tells the level of a DWA compression by itself, but takes it as a part of the
+// method's name alone, and there as a whole number.
+void NameDwaLevel(OIIO::ImageSpec& layout) {
+    const std::string method = layout.get_string_attribute("compression");
+    const float level = layout.get_float_attribute("openexr:dwaCompressionLevel");
+    if (!method.starts_with("dwa") || !(level >= 1.0f)) return;
+    layout.attribute("compression", method + ":" + std::to_string(std::lround(level)));
 }
 
 }  // namespace
@@ -125,6 +135,7 @@ void SourceHeaders::Complete(std::int64_t frame, OIIO::ImageSpec& layout) {
         if (format == "tiff" && (compression == "jpeg" || compression.starts_with("ccitt"))) {
             layout.erase_attribute("compression");
         }
+        NameDwaLevel(layout);
         // Where a picture without windows of its own lies: the header only says so.
         const OIIO::ImageSpec& old = header->layout;
         if (same && format != "openexr" && old.width == layout.width &&
