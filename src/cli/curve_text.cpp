@@ -29,17 +29,18 @@ std::string_view WithoutWay(std::string_view value) {
 
 Decimal ReadValue(const KeyText& key, CurveKind kind) {
     const std::optional<Decimal> value = ParseDecimal(WithoutWay(key.value));
-    const std::string form =
-        " behind the output frame, with at most 9 digits after the point and "
-        "without an exponent";
+    const std::string form = "with at most 9 digits after the point and without an exponent";
     if (kind == CurveKind::kSourceFrame) {
         if (value) return *value;
-        throw KeyError(key.whole, "give a source frame such as 12 or 12.5" + form);
+        throw KeyError(key.whole,
+                       "give a source frame such as 12 or 12.5 behind the output frame, "
+                       "below 1000000000 in amount, " +
+                           form);
     }
     const bool inside =
         value && value->numerator >= 0 && value->numerator <= kGreatestSpeed * value->denominator;
     if (inside) return *value;
-    throw KeyError(key.whole, "give a speed from 0 to 10" + form);
+    throw KeyError(key.whole, "give a speed from 0 to 10 behind the output frame, " + form);
 }
 
 // A number as programs write it into files, in the form of a decimal; what is none stays as it is.
