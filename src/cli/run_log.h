@@ -9,7 +9,8 @@ namespace velorin {
 // its log.
 class RunLog {
   public:
-    // Without a name nothing is written. Throws MediaError where the file cannot be opened.
+    // Without a name nothing is written. Throws MediaError where the file cannot be opened
+    // or is there and is no log.
     explicit RunLog(const std::string& newName);
     ~RunLog();
     RunLog(const RunLog&) = delete;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
 #include "cli/option_help.h"
@@ -183,6 +184,19 @@ void CheckReadsBack(const std::string& text, Verb verb, const std::vector<GivenO
     throw UsageError("--write-setup: " + fault + "; names of files need letters in UTF-8");
 }
 
+// Even where files may be replaced: what is no setup, such as a frame, is lost by mistake.
+void CheckIsSetup(const std::string& file) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored)) return;
+    try {
+        ReadSetup(file, kVerbRetime);
+    } catch (const std::runtime_error& failure) {
+        throw MediaError(MediaError::Kind::kFailure, "--write-setup " + file +
+                                                         ": is there already and is no setup (" +
+                                                         failure.what() + "); choose another name");
+    }
+}
+
 }  // namespace
 
 std::string SetupText(Verb verb, const std::vector<GivenOption>& given) {
@@ -207,7 +221,9 @@ std::string SetupText(Verb verb, const std::vector<GivenOption>& given) {
 void WriteSetup(const Options& options) {
     const SetupOptions& setup = options.setup;
     if (setup.to.empty()) return;
-    SafeFile file(setup.to, options.overwrite || options.job.resume);
+    const bool replaces = options.overwrite || options.job.resume;
+    if (replaces) CheckIsSetup(setup.to);
+    SafeFile file(setup.to, replaces);
     std::ofstream stream(file.TemporaryName(), std::ios::binary);
     stream << setup.text;
     stream.close();

@@ -57,6 +57,12 @@ done
 "$program" retime "$in" -o "$scratch/closed.%04d.png" --log "$scratch/log" --progress json 2>&-
 grep -q '"event"' "$scratch/log" && fail "messages of a closed stream are in a file"
 
+# Nothing but a log is added to, and nothing but a setup replaced by one.
+cp "$in/shot.0101.ppm" "$scratch/kept"
+expect 1 'no log' retime "$in" -o "$frames" --log "$in/shot.0101.ppm"
+expect 1 'no setup' plan "$in" --write-setup "$in/shot.0101.ppm" --overwrite
+cmp "$scratch/kept" "$in/shot.0101.ppm" || fail "a frame of the input was written to"
+
 # A frame that cannot be read: what was rendered before it stays, whole.
 make_clip "$scratch/torn" 24 16 4 0
 head -c 100 "$in/shot.0101.ppm" >"$scratch/torn/shot.0002.ppm"
