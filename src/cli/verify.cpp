@@ -13,6 +13,7 @@
 #include "cli/frame_list.h"
 #include "cli/progress_line.h"
 #include "cli/stop_request.h"
+#include "media/decoder_faults.h"
 #include "media/finished_frames.h"
 #include "media/movie_writer.h"
 #include "media/number_ranges.h"
@@ -124,6 +125,7 @@ std::optional<Findings> LookThroughSequence(const FoundSequence& there, const Op
 }
 
 std::optional<Findings> LookThroughMovie(const Options& options) {
+    std::int64_t faults = FaultsOfDecoders();
     const std::unique_ptr<ClipReader> clip = OpenClip(options.input);
     const std::optional<Stamp> stamp = StampOfMovie(options.input);
     Findings findings;
@@ -138,9 +140,14 @@ std::optional<Findings> LookThroughMovie(const Options& options) {
         }
         try {
             clip->Read(frame, picture);
+            // Decoders on several threads are a few frames ahead.
+            if (FaultsOfDecoders() > faults) {
+                findings.unreadable.push_back({frame, "the decoder found damage here or close by"});
+            }
         } catch (const MediaError& failure) {
             findings.unreadable.push_back({frame, failure.what()});
         }
+        faults = FaultsOfDecoders();
     }
     return findings;
 }
