@@ -78,10 +78,13 @@ WholeOutput OutputOf(const std::map<std::int64_t, FoundFrame>& found) {
     output.frames = found.rbegin()->first - output.firstNumber + 1;
     if (output.job.empty()) return output;
     output.frames = 0;
+    // Frames of a run with other numbers may be left beside them.
+    std::map<std::int64_t, int> counts;
     for (const auto& [number, frame] : found) {
         for (const Stamp& stamp : frame.stamps) {
             if (stamp.job != output.job) continue;
-            if (output.frames == 0) output.firstNumber = number - stamp.frame;
+            const std::int64_t first = number - stamp.frame;
+            if (++counts[first] >= counts[output.firstNumber]) output.firstNumber = first;
             output.frames = std::max(output.frames, stamp.frames);
         }
     }

@@ -72,6 +72,11 @@ said '1 frame kept'
 forward --threads 2 --resume
 said '4 frames kept'
 
+# What other numbers left beside a whole output does not count.
+expect 0 '' retime "$in" -o "$scratch/moved.%d.png" --speed 0.5
+expect 0 '' retime "$in" -o "$scratch/moved.%d.png" --speed 0.5 --resume --start-number 103
+verify 0 'all 17 frames' "$scratch/moved.%d.png"
+
 # A byte that changed in a movie shows, though decoders patch it up.
 lossless=$scratch/slow.mkv
 expect 0 '' retime "$in" -o "$lossless" --speed 0.3
