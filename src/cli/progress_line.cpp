@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "cli/stop_request.h"
@@ -91,16 +92,8 @@ std::string JsonText(const ProgressState& state, std::int64_t frame) {
 }
 
 std::string JsonString(const std::string& text) {
-    std::string quoted = "\"";
-    for (const char letter : text) {
-        if (letter == '"' || letter == '\\') quoted += '\\';
-        if (static_cast<unsigned char>(letter) < 0x20) {
-            quoted += Format("\\u%04x", static_cast<unsigned>(letter));
-        } else {
-            quoted += letter;
-        }
-    }
-    return quoted + "\"";
+    constexpr auto kReplace = nlohmann::json::error_handler_t::replace;
+    return nlohmann::json(text).dump(-1, ' ', false, kReplace);
 }
 
 ProgressLine::ProgressLine(ProgressStyle wanted, bool isQuiet, RunLog* newLog)

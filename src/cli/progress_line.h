@@ -23,7 +23,8 @@ std::string BarText(const ProgressState& state, int columns);
 std::string PlainText(const ProgressState& state);
 // One JSON object; `frame` is the output frame that was finished last.
 std::string JsonText(const ProgressState& state, std::int64_t frame);
-// `text` as a JSON string, quotes included.
+// `text` as a JSON string, quotes included. A byte that is no UTF-8, as names of files may hold,
+// becomes the replacement character.
 std::string JsonString(const std::string& text);
 
 // Tells the user on the error stream how far the run is, in the style that he chose, and listens

@@ -14,7 +14,8 @@ TEST(ProgressLine, TellsSpeedAndTimeLeft) {
     EXPECT_EQ(PlainText({0, 40, 0.0, 0.0}), "0 of 40 frames, 0.00 frames a second, -:-- left");
     EXPECT_EQ(PlainText({1, 7201, 0.0, 1.0}),
               "1 of 7201 frames, 1.00 frames a second, 2:00:00 left");
-    EXPECT_EQ(JsonString("a\"b\\c\n"), "\"a\\\"b\\\\c\\u000a\"");
+    EXPECT_EQ(JsonString("a\"b\\c\n"), "\"a\\\"b\\\\c\\n\"");
+    EXPECT_EQ(JsonString("caf\xe9 \xc3\xa9"), "\"caf\xef\xbf\xbd \xc3\xa9\"");
 }
 
 TEST(ProgressLine, BarFitsTheTerminal) {
