@@ -1,7 +1,5 @@
 #include "cli/setup_file.h"
 
-#include <toml++/toml.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -11,6 +9,7 @@
 
 #include "cli/nearest_name.h"
 #include "cli/option_values.h"
+#include "cli/toml_text.h"
 
 namespace velorin {
 
@@ -29,21 +28,8 @@ struct Way {
 };
 constexpr Way kWays[] = {{"linear", ""}, {"smooth", "~"}, {"hold", "|"}};
 
-// What messages are about: a line of a file and, once it is known for one, the key there.
-struct Place {
-    std::string_view file;
-    toml::source_index line;
-    std::string_view key = {};
-
-    Place At(const toml::node& node) const { return {file, node.source().begin.line, key}; }
-    std::string Text() const { return std::string(file) + ", line " + std::to_string(line); }
-    [[noreturn]] void Refuse(const std::string& why) const {
-        throw UsageError(Text() + ": " + (key.empty() ? "" : std::string(key) + ": ") + why);
-    }
-};
-
 // The digits as a user would write them.
-std::string NumberOf(const Place& place, double number) {
+std::string NumberOf(const TomlPlace& place, double number) {
     if (!std::isfinite(number)) place.Refuse("give a finite number");
     char room[kNumberRoom];
     char* end = std::to_chars(room, room + kNumberRoom, number, std::chars_format::fixed).ptr;
@@ -56,8 +42,8 @@ std::string NumberOf(const Place& place, double number) {
     return text;
 }
 
-std::string ScalarText(const Place& outer, const toml::node& node) {
-    const Place place = outer.At(node);
+std::string ScalarText(const TomlPlace& outer, const toml::node& node) {
+    const TomlPlace place = outer.At(node);
     if (const auto* text = node.as_string()) {
         if (text->get().find('\0') != std::string::npos) place.Refuse("a text ends in its middle");
         return text->get();
@@ -68,7 +54,7 @@ std::string ScalarText(const Place& outer, const toml::node& node) {
 }
 
 // Several numbers of one value are joined by commas.
-std::string ValueText(const Place& place, const toml::node& node) {
+std::string ValueText(const TomlPlace& place, const toml::node& node) {
     const toml::array* list = node.as_array();
     if (!list) return ScalarText(place, node);
     std::string text;
@@ -78,7 +64,7 @@ std::string ValueText(const Place& place, const toml::node& node) {
     return text;
 }
 
-std::string_view WayMark(const Place& place, const std::string& word) {
+std::string_view WayMark(const TomlPlace& place, const std::string& word) {
     std::vector<std::string_view> words;
     for (const Way& way : kWays) {
         if (way.word == word) return way.mark;
@@ -88,8 +74,8 @@ std::string_view WayMark(const Place& place, const std::string& word) {
 }
 
 // One key, such as "24:0.5~".
-std::string KeyText(const Place& outer, const toml::node& node) {
-    const Place place = outer.At(node);
+std::string KeyText(const TomlPlace& outer, const toml::node& node) {
+    const TomlPlace place = outer.At(node);
     const toml::table* table = node.as_table();
     if (!table)
         place.Refuse("give tables such as {frame = 24, value = 0.5}, or all keys as a text");
@@ -115,7 +101,7 @@ std::string KeyText(const Place& outer, const toml::node& node) {
     return frame + ":" + value + std::string(mark);
 }
 
-std::string KeysText(const Place& place, const toml::array& list) {
+std::string KeysText(const TomlPlace& place, const toml::array& list) {
     std::string text;
     for (const toml::node& key : list) {
         text.append(text.empty() ? "" : ",").append(KeyText(place, key));
@@ -123,7 +109,7 @@ std::string KeysText(const Place& place, const toml::array& list) {
     return text;
 }
 
-std::vector<std::string> ValuesOf(const Place& place, const OptionEntry& option,
+std::vector<std::string> ValuesOf(const TomlPlace& place, const OptionEntry& option,
                                   const toml::node& node) {
     if (option.IsFlag()) {
         const auto* flag = node.as_boolean();
@@ -160,7 +146,7 @@ const OptionEntry* FindOption(std::string_view name, Verb verb, int verbs) {
     return found;
 }
 
-[[noreturn]] void RefuseKey(const Place& place, std::string_view name, int verbs) {
+[[noreturn]] void RefuseKey(const TomlPlace& place, std::string_view name, int verbs) {
     std::vector<std::string_view> names;
     for (const OptionEntry& option : OptionTable()) {
         if ((option.verbs & verbs) && BelongsInSetup(option)) {
@@ -173,7 +159,8 @@ const OptionEntry* FindOption(std::string_view name, Verb verb, int verbs) {
     place.Refuse(std::string(name) + " is not a key of setups; " + right);
 }
 
-GivenOption GivenBy(const Place& place, std::string_view name, const toml::node& node, Verb verb) {
+GivenOption GivenBy(const TomlPlace& place, std::string_view name, const toml::node& node,
+                    Verb verb) {
     const int verbs = VerbsOfSetups(verb);
     const OptionEntry* option = FindOption(name, verb, verbs);
     if (!option) RefuseKey(place, name, verbs);
@@ -181,19 +168,11 @@ GivenOption GivenBy(const Place& place, std::string_view name, const toml::node&
         place.Refuse(std::string(name) + " is for one run; give " + std::string(option->name) +
                      " on the command line");
     }
-    const Place known{place.file, place.line, name};
+    const TomlPlace known{place.file, place.line, name};
     const GivenOption given{option, ValuesOf(known, *option, node), place.Text()};
     Options unused;
     SetOption(unused, given);
     return given;
-}
-
-toml::table ParseToml(const std::string& text, const std::string& file) {
-    try {
-        return toml::parse(text, file);
-    } catch (const toml::parse_error& failure) {
-        Place{file, failure.source().begin.line}.Refuse(std::string(failure.description()));
-    }
 }
 
 }  // namespace
@@ -201,9 +180,9 @@ toml::table ParseToml(const std::string& text, const std::string& file) {
 std::vector<GivenOption> ParseSetup(const std::string& text, const std::string& file, Verb verb) {
     const toml::table table = ParseToml(text, file);
     // In the order of the file, so that the first of several faults is told.
-    std::vector<std::pair<Place, toml::table::const_iterator>> keys;
+    std::vector<std::pair<TomlPlace, toml::table::const_iterator>> keys;
     for (auto key = table.begin(); key != table.end(); ++key) {
-        keys.emplace_back(Place{file, key->first.source().begin.line}, key);
+        keys.emplace_back(TomlPlace{file, key->first.source().begin.line}, key);
     }
     std::stable_sort(keys.begin(), keys.end(), [](const auto& one, const auto& other) {
         return one.first.line < other.first.line;
