@@ -14,6 +14,8 @@ namespace velorin {
 
 namespace {
 
+constexpr int kNearestScene = 3;  // of KQVelorin4::WhichScene
+
 // A picture of the engine's own, which it may alter until it gives it back.
 class PrivateCopy final : public KQImage {
   public:
@@ -131,7 +133,7 @@ int ClipHost::GetKeyframedTime(float* out, float outputTime) {
 }
 
 int ClipHost::WhichScene(float frame) {
-    return choices.scenes.At(base + Truncate(frame));
+    return showsNearest ? kNearestScene : choices.scenes.At(base + Truncate(frame));
 }
 
 int ClipHost::GetDrawStartLayer() {

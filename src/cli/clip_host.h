@@ -60,6 +60,8 @@ class ClipHost final : public KQVelorin4 {
 
     // The output frame that the next request is for, and whether it asks for two fields.
     void SetOutputFrame(std::int64_t frame, bool hasFields = false);
+    // Whether the next request shows the nearest frames alone, whatever their scenes.
+    void SetShowsNearest(bool newShowsNearest) { showsNearest = newShowsNearest; }
     // How the next request warps: see KQVelorin4::UsesWhichWarping. Inverse until it is set.
     void SetWarping(int method) { warping = method; }
     // Whether the passes of the next request look at a tracking clip with compressed tones.
@@ -118,6 +120,7 @@ class ClipHost final : public KQVelorin4 {
     std::optional<HeldClip> backwardVectors;
     GuidePairs pairs;  // the points that the engine looks at
     int warping = 0;
+    bool showsNearest = false;
     std::array<bool, 2> compressesTones{};
     int pass = 0;  // that the engine is in
     std::int64_t outputFrame = 0;
