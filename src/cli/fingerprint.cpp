@@ -179,6 +179,7 @@ std::string Fingerprints::JobText() const {
         Add(text, "scene", std::int64_t{mark.scene});
         Add(text, "from", mark.frame);
     }
+    for (const std::int64_t frame : options.look.repeats) Add(text, "repeated", frame);
     for (const std::int64_t step : kEvery) {
         for (std::int64_t i = 0; i < kMoments; ++i) AddTimes(text, plan, i * step);
     }

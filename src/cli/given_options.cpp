@@ -3,6 +3,7 @@
 #include "cli/job_options.h"
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
+#include "cli/scene_options.h"
 #include "cli/time_options.h"
 
 namespace velorin {
@@ -60,6 +61,7 @@ Options MakeOptions(const std::vector<GivenOption>& given) {
         CompleteLayerOptions(options);
         CompleteMotionOptions(options);
         CompleteTimeOptions(options);
+        CompleteSceneOptions(options);
         CompleteJobOptions(options);
     } catch (const UsageError& failure) {
         throw UsageError(WithOrigins(failure.what(), options.setup));

@@ -15,8 +15,9 @@ namespace {
 // The frames of a clip that are there, numbered without the holes between them.
 class PresentFrames final : public ClipReader {
   public:
-    explicit PresentFrames(std::unique_ptr<ClipReader> clipWithHoles)
+    PresentFrames(std::unique_ptr<ClipReader> clipWithHoles, const std::vector<std::int64_t>& holes)
         : clip(std::move(clipWithHoles)), info(clip->Info()) {
+        info.missing = holes;
         for (std::int64_t frame = 0; frame < info.frames; ++frame) {
             if (FramesAroundHole(info, frame).before == frame) present.push_back(frame);
         }
@@ -97,7 +98,8 @@ class HoleRenderer {
                  std::vector<std::int64_t> frames)
         : options(OptionsForHoles(runOptions, runPlan.source)), quiet(ProgressStyle::kNone, true) {
         RunClips clips;
-        clips.source = std::make_unique<PresentFrames>(OpenClip(options.input, true));
+        clips.source =
+            std::make_unique<PresentFrames>(OpenClip(options.input, true), runPlan.source.missing);
         plan.source = clips.source->Info();
         plan.law = std::make_unique<HoleLaw>(runPlan.source, runOptions.scenes);
         plan.request = RequestFor(options, plan.source);

@@ -1,6 +1,7 @@
 #include "cli/job_options.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "cli/fields.h"
 #include "media/movie_writer.h"
@@ -58,8 +59,16 @@ FrameCosts CostsOf(const Options& options) {
     return costs;
 }
 
-std::string HolesText(const ClipInfo& source) {
-    std::vector<std::int64_t> numbers = source.missing;
+std::vector<std::int64_t> HolesOf(const Options& options, const ClipInfo& source) {
+    const std::vector<std::int64_t>& repeats = options.look.repeats;
+    std::vector<std::int64_t> holes;
+    std::set_difference(source.missing.begin(), source.missing.end(), repeats.begin(),
+                        repeats.end(), std::back_inserter(holes));
+    return holes;
+}
+
+std::string HolesText(const Options& options, const ClipInfo& source) {
+    std::vector<std::int64_t> numbers = HolesOf(options, source);
     for (std::int64_t& number : numbers) number += source.firstNumber;
     return source.name + ": " + std::to_string(numbers.size()) +
            (numbers.size() == 1 ? " frame is" : " frames are") + " missing, of the numbers " +
@@ -71,7 +80,7 @@ void CheckHoles(const Options& options, const ClipInfo& source) {
     if (source.missing.empty()) return;
     if (options.missing == MissingFrames::kError) {
         throw MediaError(MediaError::Kind::kInput,
-                         HolesText(source) +
+                         HolesText(options, source) +
                              "; render or copy them, or give --missing hold or --missing "
                              "interpolate");
     }

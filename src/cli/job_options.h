@@ -18,7 +18,10 @@ FrameCosts CostsOf(const Options& options);
 // error, and UsageError where they cannot be filled.
 void CheckHoles(const Options& options, const ClipInfo& source);
 
+// The frames that a sequence lacks, without those that only repeat the one before.
+std::vector<std::int64_t> HolesOf(const Options& options, const ClipInfo& source);
+
 // The numbers of the source's holes, for messages.
-std::string HolesText(const ClipInfo& source);
+std::string HolesText(const Options& options, const ClipInfo& source);
 
 }  // namespace velorin

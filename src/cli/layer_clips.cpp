@@ -5,10 +5,10 @@
 #include <string>
 #include <utility>
 
+#include "cli/clip_look.h"
 #include "cli/fields.h"
 #include "cli/forecast.h"
 #include "cli/hole_filler.h"
-#include "cli/job_options.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
 #include "cli/recent_frames.h"
@@ -147,9 +147,8 @@ std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string
 
 RunClips OpenRunClips(const Options& options) {
     RunClips clips;
-    clips.source = OpenClip(options.input, true);
+    clips.source = OpenSource(options);
     const ClipInfo& info = clips.source->Info();
-    CheckHoles(options, info);
     if (!options.motionFrom.empty()) {
         clips.motion = OpenAlike(options.motionFrom, "--motion-from", info);
     }

@@ -20,6 +20,7 @@
 #include "cli/panel_dump.h"
 #include "cli/plan.h"
 #include "cli/retime.h"
+#include "cli/scenes.h"
 #include "cli/spark_render.h"
 #include "cli/standard_streams.h"
 #include "cli/terminal_style.h"
@@ -77,6 +78,7 @@ int RunVerb(int count, char** words) {
     if (verb == "verify") return Run(kVerbVerify, Verify, count - 2, words + 2);
     if (verb == "panel-dump") return Run(kVerbPanelDump, PanelDump, count - 2, words + 2);
     if (verb == "spark-render") return Run(kVerbSparkRender, SparkRender, count - 2, words + 2);
+    if (verb == "scenes") return Run(kVerbScenes, Scenes, count - 2, words + 2);
     if (verb == "info") return Run(kVerbInfo, Info, count - 2, words + 2);
     if (verb == "completion") return Run(kVerbCompletion, Completion, count - 2, words + 2);
     if (verb == "man") return Run(kVerbMan, Man, count - 2, words + 2);

@@ -7,6 +7,7 @@
 #include "cli/job_options.h"
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
+#include "cli/scene_options.h"
 #include "cli/time_options.h"
 
 namespace velorin {
@@ -129,7 +130,15 @@ void SetHostFormat(Options& options, const Argument& argument) {
 constexpr OptionEntry kOptions[] = {
     {kVerbRetime | kVerbSparkRender, {}, "-o", "--output", "OUTPUT", "the movie or sequence to "
      "write", {}, SetOutput, {.required = true}},
-    {kVerbPanelDump | kVerbPlan | kVerbInfo, {}, {}, "--json", {}, "write JSON instead of a table", {},
+    {kVerbScenes, {}, "-o", "--output", "FILE", "write the scenes into this file, which retime "
+     "--scenes takes and which can be corrected by hand", {}, SetScenesOutput},
+    {kVerbScenes, {}, {}, "--threshold", "T", "score from which on a frame is a cut, 0 to 100", {},
+     SetCutThreshold, {.whenNone = "25"}},
+    {kVerbScenes, {}, {}, "--min-length", "N", "frames that a scene has at least", {},
+     SetSceneLength, {.whenNone = "1"}},
+    {kVerbScenes, {}, "-v", "--scores", {}, "tell the score of every frame, too", {},
+     [](Options& options, const Argument&) { options.look.tellsScores = true; }},
+    {kVerbPanelDump | kVerbPlan | kVerbInfo | kVerbScenes, {}, {}, "--json", {}, "write JSON instead of a table", {},
      [](Options& options, const Argument&) { options.json = true; }},
     {kVerbVerify, {}, {}, "--json", {}, "write JSON instead of text", {},
      [](Options& options, const Argument&) { options.json = true; }},
@@ -188,9 +197,16 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.length = argument.AsInteger(1, kMostFrames);
      }},
-    {kVerbTimes, kTime, {}, "--scenes", "KEYS", "the scene that begins at a source frame, such as "
-     "0:A,48:B: frames of scenes A, B and C are never mixed with each other; in nearest and blend "
-     "nothing moves", {}, SetScenes},
+    {kVerbTimes, kTime, {}, "--scenes", "auto|FILE|KEYS", "where scenes begin, which are never mixed "
+     "with each other: auto looks for the cuts in INPUT, FILE is one that velorin scenes wrote, and "
+     "KEYS are source frames with the scene that begins there, such as 0:A,48:B: one of A, B and C, "
+     "or nearest or blend, in which nothing moves", {}, SetScenes},
+    {kVerbTimes, kTime, {}, "--dedupe", {}, "look for frames of INPUT that only repeat the one "
+     "before, as in telecined film and captured screens, and compute them anew from those on both "
+     "sides; freezes of more than 5 frames stay", {},
+     [](Options& options, const Argument&) { options.look.dedupes = true; }},
+    {kVerbTimes, kTime, {}, "--dedupe-tolerance", "N", "how much may change in any part of a "
+     "repeated frame, in hundredths of white", {}, SetDedupeTolerance, {.whenNone = "1"}},
 
     {kVerbTimes, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
      "Weighted Energy Blend", kInterps,
@@ -340,7 +356,7 @@ constexpr OptionEntry kOptions[] = {
      "the run begins", {}, SetSetupFile<&SetupOptions::to>},
     {kVerbTimes | kVerbVectors | kVerbSparkRender | kVerbVerify, kRun, {}, "--frames", "LIST", "only these output "
      "frames, counted from 0: 7, 7-9, 7-, 0-100x10, or a list of these with commas", {}, SetFrames},
-    {kVerbAll | kVerbSparkRender, kRun, {}, "--threads", "N", "1 to 64; by default the processors that this process "
+    {kVerbAll | kVerbSparkRender | kVerbScenes, kRun, {}, "--threads", "N", "1 to 64; by default the processors that this process "
      "may use", {},
      [](Options& options, const Argument& argument) {
          options.threads = static_cast<int>(argument.AsInteger(1, 64));
@@ -357,7 +373,7 @@ constexpr OptionEntry kOptions[] = {
      }},
     {kVerbTimes, kRun, {}, "--no-cache", {}, "estimate anew for every frame", {},
      [](Options& options, const Argument&) { options.keepFlows = false; }},
-    {kVerbAll | kVerbSparkRender, kRun, {}, "--overwrite", {}, "replace output that is there already", {},
+    {kVerbAll | kVerbSparkRender | kVerbScenes, kRun, {}, "--overwrite", {}, "replace output that is there already", {},
      [](Options& options, const Argument&) { options.overwrite = true; }},
     {kVerbRetime, kRun, {}, "--resume", {}, "keep the frames that are there whole and were made with "
      "the same settings of the same input, and render the others", {},
@@ -375,12 +391,12 @@ constexpr OptionEntry kOptions[] = {
      }},
     {kVerbRetime, kRun, {}, "--log", "FILE", "add what happens to this file, each line with the "
      "time", {}, SetLog},
-    {kVerbAll | kVerbSparkRender, kRun, {}, "--progress", "STYLE", "a bar on a terminal and plain lines elsewhere, "
+    {kVerbAll | kVerbSparkRender | kVerbScenes, kRun, {}, "--progress", "STYLE", "a bar on a terminal and plain lines elsewhere, "
      "plain lines, one JSON object a line, or nothing", kStyles,
      [](Options& options, const Argument& argument) {
          options.progress = static_cast<ProgressStyle>(argument.AsChoice());
      }},
-    {kVerbAll | kVerbSparkRender | kVerbVerify, kRun, "-q", "--quiet", {}, "say nothing but errors", {},
+    {kVerbAll | kVerbSparkRender | kVerbVerify | kVerbScenes, kRun, "-q", "--quiet", {}, "say nothing but errors", {},
      [](Options& options, const Argument&) { options.quiet = true; }},
     {kVerbRetime, kRun, "-v", "--verbose", {}, "tell settings, sizes and what is estimated", {},
      [](Options& options, const Argument&) { options.verbose = true; }},
@@ -443,6 +459,16 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin verify slow/shot.%04d.exr\n"
      "  velorin verify slow.%04d.png --frames 100-199 --json\n",
      "look whether an output is whole and of one piece"},
+    {kVerbScenes, "scenes", "INPUT",
+     "Looks for the hard cuts of a clip: tells its scenes with their first and last frames and the\n"
+     "score of the cut that each begins with, from 0 to 100. Pans, shaking, fades, dissolves, "
+     "flicker\n"
+     "and flashes of up to 3 frames are no cuts. INPUT is a movie, an image sequence such as\n"
+     "shot.%04d.png or a folder that holds one. Frames count from 0.\n",
+     "  velorin scenes film.mov\n"
+     "  velorin scenes film.mov -o scenes.toml --threshold 40\n"
+     "  velorin retime film.mov -o slow.mov --speed 0.5 --scenes scenes.toml\n",
+     "find the cuts of a clip"},
     {kVerbInfo, "info", "INPUT",
      "Tells what is known of a clip: its frames, size, rate, timecode, channels, depth, fields\n"
      "and colours, and the numbers that a sequence lacks.\n"

@@ -34,6 +34,7 @@ enum Verb {
     kVerbSparkRender = 16,
     kVerbPlan = 32,  // takes what retime does, so that a command line serves both
     kVerbVerify = 64,
+    kVerbScenes = 128,
     kVerbInfo = 256,
     kVerbCompletion = 512,
     kVerbMan = 1024,
@@ -70,6 +71,18 @@ enum MotionTransfer { kTransferNone, kTransferLog, kTransferAuto };
 
 // What stands in for a number that an input sequence lacks.
 enum class MissingFrames { kError, kHold, kInterpolate };
+
+// What is found out by a look at the whole input, and how.
+struct LookOptions {
+    bool findsScenes = false;        // instead of being given them
+    std::string sceneFile;           // to take them from; empty: none
+    std::optional<float> threshold;  // of a cut's score
+    std::optional<std::int64_t> minLength;
+    bool tellsScores = false;
+    bool dedupes = false;               // computes frames anew that only repeat the one before
+    std::optional<float> tolerance;     // of such a repetition
+    std::vector<std::int64_t> repeats;  // those found, ascending
+};
 
 // How a long job is run.
 struct JobOptions {
@@ -147,6 +160,7 @@ struct Options {
     std::optional<Rational> fitRate;
     std::optional<std::int64_t> length;
     SceneMarks scenes;
+    LookOptions look;
     std::vector<FrameRange> frames;  // empty: all of them
     int interp = 1;                  // 0 nearest, 1 blend, 2 weighted energy blend
     int warp = 0;                    // 0 inverse, 1 inverse and smart blend, 2 forward

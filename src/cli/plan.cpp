@@ -7,9 +7,11 @@
 #include <vector>
 
 #include "cli/clip_host.h"
+#include "cli/clip_look.h"
 #include "cli/exit_codes.h"
 #include "cli/fields.h"
 #include "cli/forecast.h"
+#include "cli/frame_renderer.h"
 #include "cli/job_options.h"
 #include "cli/law_plot.h"
 #include "cli/layers.h"
@@ -17,6 +19,7 @@
 #include "cli/progress_line.h"
 #include "cli/run_plan.h"
 #include "cli/setup_text.h"
+#include "cli/stop_request.h"
 #include "cli/time_notes.h"
 #include "media/safe_file.h"
 #include "media/sequence_writer.h"
@@ -135,6 +138,14 @@ std::string RateText(const Rational& rate) {
     return "\"" + std::to_string(rate.numerator) + "/" + std::to_string(rate.denominator) + "\"";
 }
 
+std::string NumbersText(const std::vector<std::int64_t>& numbers) {
+    std::string text;
+    for (const std::int64_t number : numbers) {
+        text += (text.empty() ? "" : ", ") + std::to_string(number);
+    }
+    return text;
+}
+
 void PrintHead(const Options& options, const RunPlan& plan) {
     if (!options.json) {
         std::printf("%9s %16s %9s %9s  %-11s  %-7s  %-7s  %s\n", "FRAME", "SOURCE TIME", "FLOOR",
@@ -143,10 +154,13 @@ void PrintHead(const Options& options, const RunPlan& plan) {
     }
     std::printf(
         "{\n  \"input\": %s,\n  \"sourceFrames\": %lld,\n  \"sourceRate\": %s,\n  \"law\": %s,\n"
-        "  \"length\": %lld,\n  \"rate\": %s,\n  \"frames\": [",
+        "  \"length\": %lld,\n  \"rate\": %s,\n  \"holes\": [%s],\n  \"repeated\": [%s],\n"
+        "  \"frames\": [",
         JsonString(plan.source.name).c_str(), static_cast<long long>(plan.source.frames),
         RateText(plan.source.rate).c_str(), JsonString(plan.lawFacts.text).c_str(),
-        static_cast<long long>(plan.length), RateText(plan.lawFacts.rate).c_str());
+        static_cast<long long>(plan.length), RateText(plan.lawFacts.rate).c_str(),
+        NumbersText(HolesOf(options, plan.source)).c_str(),
+        NumbersText(options.look.repeats).c_str());
 }
 
 // What the rows add up to.
@@ -183,11 +197,15 @@ PlanSums PrintRows(const Options& options, const RunPlan& plan) {
 
 }  // namespace
 
-int Plan(const Options& options) {
-    const std::unique_ptr<ClipReader> clip = OpenClip(options.input, true);
-    CheckHoles(options, clip->Info());
+int Plan(const Options& given) {
+    ProgressLine progress(given.progress, given.quiet);
+    StartThreads(given);
+    if (NeedsLook(given)) MakeTimePlan(given, OpenSource(given)->Info());
+    const std::optional<Options> found = WithFindings(given, progress);
+    if (!found) return StopRequested();
+    const Options& options = *found;
+    const std::unique_ptr<ClipReader> clip = OpenSource(options);
     const RunPlan plan = MakeTimePlan(options, clip->Info());
-    ProgressLine progress(options.progress, options.quiet);
     if (!options.plot.empty()) {
         CheckPictureName("--plot", options.plot);
         CheckTarget(options.plot, options.overwrite);
@@ -198,6 +216,7 @@ int Plan(const Options& options) {
     PrintHead(options, plan);
     const PlanSums sums = PrintRows(options, plan);
     NoteTimes(options, plan, progress);
+    if (!HolesOf(options, plan.source).empty()) progress.Note(HolesText(options, plan.source));
     progress.Note(plan.lawFacts.text + ": " + std::to_string(plan.length) + " output frames of " +
                   std::to_string(plan.source.frames) + "; " + std::to_string(sums.copies) +
                   " copied, motion estimated " + std::to_string(sums.estimates) + " times, " +

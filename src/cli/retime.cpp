@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/clip_look.h"
 #include "cli/exit_codes.h"
 #include "cli/fields.h"
 #include "cli/fingerprint.h"
@@ -27,6 +28,7 @@
 #include "cli/vector_notes.h"
 #include "image/err.h"
 #include "media/number_ranges.h"
+#include "media/safe_file.h"
 #include "media/still_format.h"
 
 namespace velorin {
@@ -199,10 +201,10 @@ int Run::Stop(int code) {
 // What is said before the first frame.
 void NoteRun(const Options& options, const RunPlan& plan, const RunClips& clips,
              ProgressLine& progress) {
-    if (!plan.source.missing.empty()) {
+    if (!HolesOf(options, plan.source).empty()) {
         const bool held = options.missing == MissingFrames::kHold;
-        progress.Note(HolesText(plan.source) + (held ? "; the frames before them stand in"
-                                                     : "; computed from those around"));
+        progress.Note(HolesText(options, plan.source) + (held ? "; the frames before them stand in"
+                                                              : "; computed from those around"));
     }
     NoteWhatIsLeftOut(options, plan, progress);
     NoteMotionSources(options, progress);
@@ -213,11 +215,30 @@ void NoteRun(const Options& options, const RunPlan& plan, const RunClips& clips,
     NoteMatteRanges(options, plan, clips, progress);
 }
 
-int RunRetime(const Options& options, RunLog& log) {
-    const int threads = StartThreads(options);
+// What is wrong with a run is told before its clip is looked through.
+void CheckRun(const Options& options, int threads) {
+    const RunClips clips = OpenRunClips(options);
+    const RunPlan plan = MakePlan(options, clips.source->Info());
+    if (!plan.frames.empty()) {
+        CreateWriter(options, plan, clips, Fingerprints(options, plan, clips, {}, threads));
+    }
+    if (!options.setup.to.empty()) {
+        CheckTarget(options.setup.to, options.overwrite || options.job.resume);
+    }
+}
+
+int RunRetime(const Options& given, RunLog& log) {
+    const int threads = StartThreads(given);
+    ProgressLine progress(given.progress, given.quiet, &log);
+    if (NeedsLook(given)) CheckRun(given, threads);
+    const std::optional<Options> found = WithFindings(given, progress);
+    if (!found) {
+        progress.Stopped(StopRequested(), "stopped on request; nothing is written");
+        return StopRequested();
+    }
+    const Options& options = *found;
     RunClips clips = OpenRunClips(options);
     RunPlan plan = MakePlan(options, clips.source->Info());
-    ProgressLine progress(options.progress, options.quiet, &log);
     NoteTimes(options, plan, progress);
     std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
     const Fingerprints prints(options, plan, clips, guides, threads);

@@ -9,6 +9,7 @@
 #include "cli/job_options.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
+#include "cli/scene_options.h"
 #include "cli/time_options.h"
 #include "media/sequence_name.h"
 #include "media/still_format.h"

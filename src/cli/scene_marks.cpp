@@ -32,15 +32,21 @@ SceneMarks ParseSceneMarks(std::string_view text) {
         "B, C, nearest and blend";
     for (const KeyText& key : SplitKeys(text, advice)) {
         const std::int64_t frame = frames.Read(key);
-        const auto word = std::find(std::begin(kScenes), std::end(kScenes), key.value);
-        if (word == std::end(kScenes)) throw KeyError(key.whole, advice);
-        marks.push_back({frame, static_cast<int>(word - std::begin(kScenes))});
+        const std::optional<int> scene = SceneOfWord(key.value);
+        if (!scene) throw KeyError(key.whole, advice);
+        marks.push_back({frame, *scene});
     }
     return SceneMarks(std::move(marks));
 }
 
 std::string_view SceneWord(int scene) {
     return kScenes[scene];
+}
+
+std::optional<int> SceneOfWord(std::string_view word) {
+    const auto found = std::find(std::begin(kScenes), std::end(kScenes), word);
+    if (found == std::end(kScenes)) return std::nullopt;
+    return static_cast<int>(found - std::begin(kScenes));
 }
 
 }  // namespace velorin

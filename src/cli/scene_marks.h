@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -32,5 +33,6 @@ SceneMarks ParseSceneMarks(std::string_view text);
 
 // How a scene is called: A, B, C, nearest or blend.
 std::string_view SceneWord(int scene);
+std::optional<int> SceneOfWord(std::string_view word);
 
 }  // namespace velorin

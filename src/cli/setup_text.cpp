@@ -218,6 +218,13 @@ std::string SetupText(Verb verb, const std::vector<GivenOption>& given) {
     return text;
 }
 
+std::string WithFoundScenes(std::string text, const std::string& keys) {
+    const std::string wanted = "\nscenes = \"auto\"\n";
+    const std::size_t place = text.find(wanted);
+    if (place == std::string::npos) return text;
+    return text.replace(place, wanted.size(), "\nscenes = " + KeysToml(keys) + "\n");
+}
+
 void WriteSetup(const Options& options) {
     const SetupOptions& setup = options.setup;
     if (setup.to.empty()) return;

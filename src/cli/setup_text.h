@@ -16,4 +16,7 @@ std::string SetupText(Verb verb, const std::vector<GivenOption>& given);
 // for a file that may not be overwritten.
 void WriteSetup(const Options& options);
 
+// Such a text with the scenes that were found, as keys, in place of the word auto.
+std::string WithFoundScenes(std::string text, const std::string& keys);
+
 }  // namespace velorin

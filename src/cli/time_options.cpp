@@ -134,10 +134,6 @@ void SetFitRate(Options& options, const Argument& argument) {
     options.fitRate = rate;
 }
 
-void SetScenes(Options& options, const Argument& argument) {
-    options.scenes = ReadKeys(argument, ParseSceneMarks);
-}
-
 void CompleteTimeOptions(const Options& options) {
     std::vector<std::string> given = LawsGiven(options);
     if (options.fitLength && options.length) given.emplace_back("--length");
@@ -171,24 +167,6 @@ ChosenLaw ChooseLaw(const Options& options, const ClipInfo& source) {
 std::string LawOption(const Options& options) {
     const std::vector<std::string> given = LawsGiven(options);
     return given.empty() ? "--speed" : given[0];
-}
-
-std::string ScenesText(const Options& options) {
-    std::string text;
-    for (const SceneMark& mark : options.scenes.Marks()) {
-        text += (text.empty() ? "\nscenes: " : ", ") + std::to_string(mark.frame) + ":" +
-                std::string(SceneWord(mark.scene));
-    }
-    return text;
-}
-
-void CheckScenes(const Options& options, const ClipInfo& source) {
-    if (options.scenes.Marks().empty()) return;
-    const SceneMark& last = options.scenes.Marks().back();
-    if (last.frame < source.frames) return;
-    throw UsageError("--scenes " + std::to_string(last.frame) + ":" +
-                     std::string(SceneWord(last.scene)) + ": lies past frame " +
-                     std::to_string(source.frames - 1) + ", the last one of " + source.name);
 }
 
 }  // namespace velorin

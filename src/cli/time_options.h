@@ -13,14 +13,13 @@
 
 namespace velorin {
 
-// Setters of the table of options: laws of time, and scenes.
+// Setters of the table of options: laws of time.
 void SetSpeed(Options& options, const Argument& argument);
 void SetSpeedCurve(Options& options, const Argument& argument);
 void SetFrameCurve(Options& options, const Argument& argument);
 void SetCurveFile(Options& options, const Argument& argument);
 void SetFitLength(Options& options, const Argument& argument);
 void SetFitRate(Options& options, const Argument& argument);
-void SetScenes(Options& options, const Argument& argument);
 
 // Once all options are set: refuses more than one law with a UsageError.
 void CompleteTimeOptions(const Options& options);
@@ -46,12 +45,5 @@ ChosenLaw ChooseLaw(const Options& options, const ClipInfo& source);
 
 // The option that names the law, such as "--frame-curve".
 std::string LawOption(const Options& options);
-
-// The scenes for the user who wants to know, on a line that begins with a line break; empty
-// without.
-std::string ScenesText(const Options& options);
-
-// Throws UsageError for scenes that begin past the end of the clip.
-void CheckScenes(const Options& options, const ClipInfo& source);
 
 }  // namespace velorin

@@ -88,6 +88,8 @@ std::vector<OptionCase> CasesOf(const Shot& shot) {
         {"--fit-rate", {"96"}, true, {}, slow},  // the speed is the same, the rate is not
         {"--length", {"20"}, false, slow, {}},
         {"--scenes", {"0:A,1:B"}, true, slow, {}},
+        {"--dedupe", {}, false, slow, {}},  // while nothing is repeated
+        {"--dedupe-tolerance", {"2"}, false, slow + Words{"--dedupe"}, {}},
         {"--frames", {"1-2"}, false, slow, {}},
         {"--interp", {"energy"}, true, slow, {}},
         {"--quality", {"full"}, true, slow, {}},

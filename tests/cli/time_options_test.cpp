@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "cli/scene_options.h"
+
 namespace velorin {
 namespace {
 
