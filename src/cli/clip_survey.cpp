@@ -51,7 +51,7 @@ std::optional<ClipSurvey> SurveyClip(std::unique_ptr<ClipReader> clip, ProgressL
         ahead->Read(frame, picture);
         if (isLinear) CompressTones(picture);
         scorer.Add(Shrink(picture));
-        if (frame != frames.front()) survey.changes[frame] = GreatestChange(picture, last);
+        if (frame != frames.front()) survey.changes[frame] = ChangeBetween(picture, last);
         std::swap(picture, last);
         progress.FrameDone(frame);
     }

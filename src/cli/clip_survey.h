@@ -14,7 +14,7 @@ struct ClipSurvey {
     // How surely a scene begins there, 0 to 100: see CutScorer. 0 in the holes of a sequence;
     // behind a hole the frame before it counts.
     std::vector<float> cutScores;
-    // What changed since the frame before: see GreatestChange. Beyond all bounds for the first
+    // What changed since the frame before: see ChangeBetween. Beyond all bounds for the first
     // frame and in holes.
     std::vector<float> changes;
 };

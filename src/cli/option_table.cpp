@@ -205,8 +205,8 @@ constexpr OptionEntry kOptions[] = {
      "before, as in telecined film and captured screens, and compute them anew from those on both "
      "sides; freezes of more than 5 frames stay", {},
      [](Options& options, const Argument&) { options.look.dedupes = true; }},
-    {kVerbTimes, kTime, {}, "--dedupe-tolerance", "N", "how much may change in any part of a "
-     "repeated frame, in hundredths of white", {}, SetDedupeTolerance, {.whenNone = "1"}},
+    {kVerbTimes, kTime, {}, "--dedupe-tolerance", "N", "how much may change in a repeated "
+     "frame, where it changes most, in hundredths of white", {}, SetDedupeTolerance, {.whenNone = "1.5"}},
 
     {kVerbTimes, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
      "Weighted Energy Blend", kInterps,

@@ -9,7 +9,10 @@ namespace velorin {
 
 namespace {
 
-constexpr float kFarStiller = 0.25f;  // than its neighbours
+// Than its neighbours. Coding leaves up to half of a change in a frame that repeats another; where
+// motion turns there is a run of still frames that become so by and by.
+constexpr float kStiller = 0.5f;
+constexpr float kFarStiller = 0.35f;  // of a run
 constexpr int kShortestCycle = 2;
 constexpr int kLongestCycle = 12;
 constexpr std::int64_t kFewestCycles = 3;
@@ -38,7 +41,8 @@ class Sparse final : public ClipReader {
 bool StandsOut(const std::vector<float>& changes, std::size_t begin, std::size_t end) {
     const float most = *std::max_element(changes.begin() + static_cast<std::ptrdiff_t>(begin),
                                          changes.begin() + static_cast<std::ptrdiff_t>(end));
-    return most <= kFarStiller * std::min(changes[begin - 1], changes[end]);
+    const float share = end - begin > 1 ? kFarStiller : kStiller;
+    return most <= share * std::min(changes[begin - 1], changes[end]);
 }
 
 // The greatest change among the neighbours of a frame, as far as a run may reach.
@@ -58,7 +62,7 @@ std::vector<std::int64_t> RepeatsOf(const std::vector<float>& changes,
                                     const std::vector<std::int64_t>& cuts, float tolerance) {
     const auto isStill = [&](std::size_t frame) {
         return changes[frame] <= tolerance &&
-               changes[frame] <= kFarStiller * MostAround(changes, frame);
+               changes[frame] <= kStiller * MostAround(changes, frame);
     };
     std::vector<std::int64_t> repeats;
     for (std::size_t begin = 1; begin < changes.size(); ++begin) {

@@ -10,14 +10,14 @@
 namespace velorin {
 
 // Change between two frames up to which the later one may be a repetition, in hundredths of white.
-inline constexpr float kUsualTolerance = 1.0f;
+inline constexpr float kUsualTolerance = 1.5f;
 // More repetitions than these in a row are a freeze.
 inline constexpr std::int64_t kMostRepeats = 5;
 
 // The frames that only repeat the one before them. A run of them is up to kMostRepeats long, within
-// `tolerance`, and far stiller than the frames on both sides of it: what moves slowly, stands still
-// or freezes is none, and neither is what ends at a cut or the clip's end, as there is nothing to
-// compute it from.
+// `tolerance`, and much stiller than the frames on both sides of it: what moves slowly, stands
+// still or freezes is none, and neither is what ends at a cut or the clip's end, as there is
+// nothing to compute it from.
 //
 //   changes  of each frame from the one before, as of ClipSurvey
 //   cuts     the first frames of scenes, ascending

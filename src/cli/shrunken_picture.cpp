@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <functional>
+#include <numeric>
 
 #include "image/parallel_rows.h"
 #include "image/pixel_form.h"
@@ -125,21 +127,26 @@ ShrunkenPicture Shrink(const Picture& picture) {
     return shrunken;
 }
 
-float GreatestChange(const Picture& one, const Picture& other) {
+float ChangeBetween(const Picture& one, const Picture& other) {
     const int bands = (one.height + kChangeSide - 1) / kChangeSide;
-    std::vector<float> greatest(static_cast<std::size_t>(bands));
+    const int squares = (one.width + kChangeSide - 1) / kChangeSide;
+    std::vector<float> changes(static_cast<std::size_t>(bands) * squares);
     WithPictureType(one.pixelType, [&](auto zero) {
         ParallelRows(bands, [&](int firstBand, int lastBand) {
             for (int band = firstBand; band <= lastBand; ++band) {
-                for (int left = 0; left < one.width; left += kChangeSide) {
-                    const float change =
-                        ChangeOfSquare<decltype(zero)>(one, other, left, band * kChangeSide);
-                    greatest[band] = std::max(greatest[band], change);
+                for (int i = 0; i < squares; ++i) {
+                    changes[static_cast<std::size_t>(band) * squares + i] =
+                        ChangeOfSquare<decltype(zero)>(one, other, i * kChangeSide,
+                                                       band * kChangeSide);
                 }
             }
         });
     });
-    return *std::max_element(greatest.begin(), greatest.end());
+    std::sort(changes.begin(), changes.end(), std::greater<float>());
+    const std::size_t most = std::max<std::size_t>(1, changes.size() / 10);
+    return std::accumulate(changes.begin(), changes.begin() + static_cast<std::ptrdiff_t>(most),
+                           0.0f) /
+           static_cast<float>(most);
 }
 
 }  // namespace velorin

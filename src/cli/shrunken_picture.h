@@ -23,10 +23,10 @@ struct ShrunkenPicture {
 // count as 0, and what is brighter than twice white as that. The same on any number of threads.
 ShrunkenPicture Shrink(const Picture& picture);
 
-// How much changes between two pictures of one shape, alpha aside: the greatest mean difference of
-// samples in one of the squares of `kChangeSide` pixels that they are divided into, in hundredths
-// of white.
+// How much changes between two pictures of one shape, alpha aside, in hundredths of white: of the
+// squares of `kChangeSide` pixels that they are divided into, the tenth that changes most, so that
+// what moves in a small part counts and a single badly coded square does not.
 inline constexpr int kChangeSide = 16;
-float GreatestChange(const Picture& one, const Picture& other);
+float ChangeBetween(const Picture& one, const Picture& other);
 
 }  // namespace velorin

@@ -153,6 +153,7 @@ TEST(Repeats, AreFarStillerThanWhatIsAroundThem) {
         {"turning point", {none, 8, 4, 2, .8f, .3f, .8f, 2, 4, 8}, {}, {}},
         {"slow", {none, .9f, .8f, .9f, .7f, .9f}, {}, {}},
         {"before a cut and at the end", {none, 5, 0, 80, 5, 0, 5, 0}, {3}, {5}},
+        {"coded anew", {none, 3.2f, .9f, 3.3f, 3.1f}, {}, {2}},
         {"above the tolerance", {none, 50, 1.1f, 50}, {}, {}},
     };
     for (const auto& c : cases) {
