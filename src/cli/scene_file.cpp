@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "cli/nearest_name.h"
-#include "cli/option_values.h"
 #include "cli/toml_text.h"
 #include "media/text_file.h"
 
