@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "image/pixel_type.h"
+#include "media/sound.h"
 
 namespace velorin {
 
@@ -99,6 +100,9 @@ struct ClipInfo {
 
     std::vector<std::string> channelsLeftOut;  // of an EXR: those that are not read
     bool sceneLinear = false;                  // samples are proportional to light
+
+    std::optional<SoundInfo> sound;  // of a movie
+    double firstPicture = 0.0;       // of a movie: seconds on its clock, where sound may begin else
 };
 
 // "R, G, B, A"
@@ -153,6 +157,8 @@ struct OutputSettings {
     // That of each output frame, or of a movie as a whole for any; null: none. Called on whichever
     // thread writes.
     std::function<Stamp(std::int64_t frame)> stamp;
+    // That goes into a movie with its pictures; null: none. Read on the thread that writes.
+    std::shared_ptr<SoundSource> sound;
 };
 
 // Writes output frames, in ascending order and possibly with gaps (sequences only). Nothing stands

@@ -8,6 +8,7 @@
 #include "media/movie_index.h"
 #include "media/movie_pixels.h"
 #include "media/movie_stream.h"
+#include "media/sound_reader.h"
 #include "media/timecode.h"
 #include "media/video_matrix.h"
 
@@ -71,6 +72,10 @@ void MovieReader::Describe(const std::string& name) {
     info.channels = ChannelsOf(decoder.pix_fmt);
     info.depth = DepthOf(decoder.pix_fmt);
     info.frames = index.frames;
+    info.sound = FindSound(stream.Format());
+    if (!index.times.empty()) {
+        info.firstPicture = static_cast<double>(index.times.front()) * av_q2d(video.time_base);
+    }
 
     AVStream* asked = const_cast<AVStream*>(&video);
     auto* format = const_cast<AVFormatContext*>(&stream.Format());

@@ -9,6 +9,7 @@
 #include "media/movie_fields.h"
 #include "media/movie_pixels.h"
 #include "media/safe_file.h"
+#include "media/sound_writer.h"
 #include "media/stamp.h"
 #include "media/timecode.h"
 
@@ -113,6 +114,7 @@ class MovieWriter : public ClipWriter {
     void OpenFile();
     void MakeVideoFrame(const Picture& picture, const Encoding& encoding);
     void Encode(const AVFrame* picture);
+    void WriteSound(bool last);
 
     // Closes the file before it goes, or is given its name.
     struct CloseOutput {
@@ -131,6 +133,7 @@ class MovieWriter : public ClipWriter {
     AvFrame video;
     AvPacket packet;
     AVStream* stream = nullptr;
+    std::unique_ptr<SoundWriter> sound;  // null: none
     PixelConverter converter;
     std::int64_t written = 0;
     std::int64_t current = 0;                 // the frame in hand, for messages
@@ -226,6 +229,7 @@ void MovieWriter::OpenFile() {
     stream->sample_aspect_ratio = codec->sample_aspect_ratio;
     Check(avcodec_parameters_from_context(stream->codecpar, codec.get()));
     NameTimecode();
+    if (settings.sound) sound = std::make_unique<SoundWriter>(name, *output, settings.sound);
     Check(avio_open(&output->pb, output->url, AVIO_FLAG_WRITE));
     AVDictionary* options = nullptr;
     // The head first, so that players and this program can begin before the end has come.
@@ -274,6 +278,13 @@ void MovieWriter::Encode(const AVFrame* picture) {
     }
 }
 
+// As far as the pictures have come.
+void MovieWriter::WriteSound(bool last) {
+    if (!sound) return;
+    Check(sound->WriteUpTo(written, codec->framerate, last));
+    Check(output->pb->error);
+}
+
 void MovieWriter::Write(std::int64_t frame, const Picture& picture) {
     current = frame;
     if (!output) Start(picture);
@@ -286,11 +297,13 @@ void MovieWriter::Write(std::int64_t frame, const Picture& picture) {
     converter.ToFrame(picture, *video);
     video->pts = written++;
     Encode(video.get());
+    WriteSound(false);
 }
 
 void MovieWriter::Finish() {
     if (!output) return;
     Encode(nullptr);
+    WriteSound(true);
     Check(av_write_trailer(output.get()));
     avio_flush(output->pb);
     Check(output->pb->error);
