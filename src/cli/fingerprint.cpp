@@ -7,6 +7,7 @@
 #include "cli/layers.h"
 #include "cli/motion_options.h"
 #include "cli/motion_transfer.h"
+#include "cli/sound_options.h"
 #include "media/clip_files.h"
 #include "media/digest.h"
 #include "media/guide_tracks.h"
@@ -243,7 +244,7 @@ Stamp Fingerprints::Of(std::int64_t frame) const {
 }
 
 Stamp Fingerprints::OfMovie() const {
-    std::string pictures;
+    std::string pictures = SoundKey(options, plan);
     for (const std::int64_t frame : plan.frames) pictures += Of(frame).picture;
     const auto frames = static_cast<std::int64_t>(plan.frames.size());
     return {"velorin " VELORIN_VERSION, 0, frames, job, DigestOf(pictures)};

@@ -4,6 +4,7 @@
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
 #include "cli/scene_options.h"
+#include "cli/sound_options.h"
 #include "cli/time_options.h"
 
 namespace velorin {
@@ -62,6 +63,7 @@ Options MakeOptions(const std::vector<GivenOption>& given) {
         CompleteMotionOptions(options);
         CompleteTimeOptions(options);
         CompleteSceneOptions(options);
+        CompleteSoundOptions(options);
         CompleteJobOptions(options);
     } catch (const UsageError& failure) {
         throw UsageError(WithOrigins(failure.what(), options.setup));

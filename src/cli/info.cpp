@@ -8,6 +8,7 @@
 
 #include "cli/exit_codes.h"
 #include "cli/progress_line.h"
+#include "cli/sound_options.h"
 #include "media/clip.h"
 #include "media/media_facts.h"
 #include "media/number_ranges.h"
@@ -125,6 +126,21 @@ void AddColours(std::vector<Fact>& facts, const ClipInfo& clip) {
                      clip.sceneLinear ? "yes" : "no"});
 }
 
+void AddSound(std::vector<Fact>& facts, const ClipInfo& clip) {
+    if (!clip.isMovie) return;
+    if (!clip.sound) return facts.push_back({"sound", "sound", "null", "none"});
+    const SoundInfo& sound = *clip.sound;
+    facts.push_back(
+        {"sound", "sound",
+         "{\"codec\": " + JsonString(sound.codec) + ", \"rate\": " + std::to_string(sound.rate) +
+             ", \"channels\": " + std::to_string(sound.channels) + ", \"layout\": " +
+             JsonString(sound.layout) + ", \"bits\": " + std::to_string(sound.bits) +
+             ", \"float\": " + (sound.isFloat ? "true" : "false") + ", \"language\": " +
+             JsonString(sound.language) + ", \"stream\": " + std::to_string(sound.stream) +
+             ", \"furtherStreams\": " + std::to_string(sound.leftOut) + "}",
+         SoundName(sound)});
+}
+
 std::vector<Fact> FactsOf(const ClipInfo& clip) {
     std::vector<Fact> facts = {
         InWords("clip", "name", clip.name),
@@ -154,6 +170,7 @@ std::vector<Fact> FactsOf(const ClipInfo& clip) {
         facts.push_back(InWords("display window", "displayWindow", WindowText(clip.display)));
     }
     AddColours(facts, clip);
+    AddSound(facts, clip);
     return facts;
 }
 

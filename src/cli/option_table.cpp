@@ -8,6 +8,7 @@
 #include "cli/layer_options.h"
 #include "cli/motion_options.h"
 #include "cli/scene_options.h"
+#include "cli/sound_options.h"
 #include "cli/time_options.h"
 
 namespace velorin {
@@ -45,6 +46,8 @@ constexpr Choice kViews[] = {{"output", static_cast<int>(View::kOutput)},
                              {"flow", static_cast<int>(View::kFlow)}};
 constexpr Choice kTransfers[] = {
     {"none", kTransferNone}, {"log", kTransferLog}, {"auto", kTransferAuto}};
+constexpr Choice kAudioModes[] = {
+    {"pitch", kAudioPitch}, {"stretch", kAudioStretch}, {"drop", kAudioDrop}};
 constexpr Choice kOrigins[] = {{"bottom", 0}, {"top", 1}};
 constexpr Choice kFlows[] = {{"estimate", kFlowEstimated}, {"points", kFlowOfPoints}};
 constexpr Choice kFormats[] = {{"coded", kCodedVectors}, {"pixels", kPixelVectors}};
@@ -207,6 +210,10 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument&) { options.look.dedupes = true; }},
     {kVerbTimes, kTime, {}, "--dedupe-tolerance", "N", "how much may change in a repeated "
      "frame, where it changes most, in hundredths of white", {}, SetDedupeTolerance, {.whenNone = "1.5"}},
+    {kVerbTimes, kTime, {}, "--audio", "HOW", "the sound of a movie that is made of a movie: pitch "
+     "plays it along with the pictures, as a tape would; stretch keeps its pitch, at constant "
+     "speeds; drop leaves it out", kAudioModes, SetAudio,
+     {.toldWhenNone = true}},
 
     {kVerbTimes, kMotion, {}, "--interp", "METHOD", "how the two neighbours are mixed; energy is "
      "Weighted Energy Blend", kInterps,

@@ -69,6 +69,9 @@ struct VectorOptions {
 // those that are proportional to light.
 enum MotionTransfer { kTransferNone, kTransferLog, kTransferAuto };
 
+// What becomes of the input's sound: speed and pitch together, speed with the pitch kept, nothing.
+enum AudioMode { kAudioPitch, kAudioStretch, kAudioDrop };
+
 // What stands in for a number that an input sequence lacks.
 enum class MissingFrames { kError, kHold, kInterpolate };
 
@@ -165,6 +168,7 @@ struct Options {
     int interp = 1;                  // 0 nearest, 1 blend, 2 weighted energy blend
     int warp = 0;                    // 0 inverse, 1 inverse and smart blend, 2 forward
     float compensate = 0.0f;         // 0 to 5
+    std::optional<int> audio;        // an AudioMode
     int outputFields = 0;            // 0 none, 1 upper first, 2 lower first
     std::optional<SampleDepth> depth;
     std::optional<int> startNumber;

@@ -23,6 +23,7 @@
 #include "cli/run_log.h"
 #include "cli/run_plan.h"
 #include "cli/setup_text.h"
+#include "cli/sound_options.h"
 #include "cli/stop_request.h"
 #include "cli/time_notes.h"
 #include "cli/vector_notes.h"
@@ -38,11 +39,13 @@ namespace {
 constexpr int kWriteBehind = 1;
 
 std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& plan,
-                                         const RunClips& clips, const Fingerprints& prints) {
+                                         const RunClips& clips, const Fingerprints& prints,
+                                         std::shared_ptr<SoundSource> sound) {
     OutputSettings settings;
     settings.source = plan.source;
     settings.source.rate = plan.lawFacts.rate;
     settings.alsoRead = OtherClips(clips);
+    settings.sound = std::move(sound);
     settings.depth = plan.depth;
     settings.firstNumber = plan.firstNumber;
     settings.fieldOrder = OrderOfFields(plan.request.outputFields);
@@ -207,6 +210,7 @@ void NoteRun(const Options& options, const RunPlan& plan, const RunClips& clips,
                                                               : "; computed from those around"));
     }
     NoteWhatIsLeftOut(options, plan, progress);
+    NoteSound(options, plan, progress);
     NoteMotionSources(options, progress);
     NoteEmptyVectors(options, plan, clips, progress);
     NoteMotionTransfer(options, plan, clips, progress);
@@ -243,7 +247,8 @@ int RunRetime(const Options& given, RunLog& log) {
     std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
     const Fingerprints prints(options, plan, clips, guides, threads);
     if (options.job.resume) KeepFinished(options, plan, prints, progress);
-    const std::string description = Describe(plan, options, threads) + VectorsText(options, clips);
+    const std::string description =
+        Describe(plan, options, threads) + VectorsText(options, clips) + SoundText(options, plan);
     if (options.verbose) {
         progress.Note(description);
     } else {
@@ -253,7 +258,8 @@ int RunRetime(const Options& given, RunLog& log) {
         progress.Note("nothing to do");
         return kExitDone;
     }
-    std::unique_ptr<ClipWriter> writer = CreateWriter(options, plan, clips, prints);
+    std::unique_ptr<ClipWriter> writer =
+        CreateWriter(options, plan, clips, prints, MakeSound(options, plan));
     NoteRun(options, plan, clips, progress);
     WriteSetup(options);
     return Run(options, plan, std::move(clips), std::move(guides), std::move(writer), progress)

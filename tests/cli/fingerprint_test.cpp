@@ -87,6 +87,7 @@ std::vector<OptionCase> CasesOf(const Shot& shot) {
         {"--fit-length", {"18"}, true, {}, slow},
         {"--fit-rate", {"96"}, true, {}, slow},  // the speed is the same, the rate is not
         {"--length", {"20"}, false, slow, {}},
+        {"--audio", {"drop"}, false, slow, {}},  // of a movie alone
         {"--scenes", {"0:A,1:B"}, true, slow, {}},
         {"--dedupe", {}, false, slow, {}},  // while nothing is repeated
         {"--dedupe-tolerance", {"2"}, false, slow + Words{"--dedupe"}, {}},
