@@ -9,9 +9,12 @@
 #include "cli/exit_codes.h"
 #include "cli/progress_line.h"
 #include "cli/sound_options.h"
+#include "cli/time_law.h"
+#include "cli/uneven_times.h"
 #include "media/clip.h"
 #include "media/media_facts.h"
 #include "media/number_ranges.h"
+#include "media/picture_times.h"
 #include "media/timecode.h"
 
 namespace velorin {
@@ -36,11 +39,6 @@ std::string Digits(const char* format, double number) {
 
 double Quotient(const Rational& ratio) {
     return static_cast<double>(ratio.numerator) / static_cast<double>(ratio.denominator);
-}
-
-std::string RatioText(const Rational& ratio) {
-    const std::string above = std::to_string(ratio.numerator);
-    return ratio.denominator == 1 ? above : above + "/" + std::to_string(ratio.denominator);
 }
 
 std::string WindowText(const Window& window) {
@@ -84,8 +82,10 @@ void AddRate(std::vector<Fact>& facts, const ClipInfo& clip) {
     const double rate = Quotient(clip.rate);
     facts.push_back(InWords("rate", "rate", RatioText(clip.rate)));
     facts.push_back({"frames a second", "framesPerSecond", Digits("%.9g", rate), ""});
-    facts.push_back(
-        {"seconds", "seconds", Digits("%.3f", static_cast<double>(clip.frames) / rate), ""});
+    const double seconds =
+        clip.times ? SecondsOf(*clip.times) + 1.0 / rate : static_cast<double>(clip.frames) / rate;
+    facts.push_back({"seconds", "seconds", Digits("%.3f", seconds), ""});
+    if (clip.times) facts.push_back(InWords("times", "times", UnevenText(clip)));
 }
 
 std::string JsonList(const std::vector<std::string>& values) {

@@ -126,6 +126,11 @@ std::string DecimalText(Decimal number) {
     return text;
 }
 
+std::string RatioText(const Rational& ratio) {
+    const std::string above = std::to_string(ratio.numerator);
+    return ratio.denominator == 1 ? above : above + "/" + std::to_string(ratio.denominator);
+}
+
 Rational AsRational(Decimal number) {
     return {number.numerator, number.denominator};
 }

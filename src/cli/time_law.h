@@ -31,6 +31,9 @@ float AsFloat(Decimal number);
 // Every digit of the number, without zeros at the end: `12.5`.
 std::string DecimalText(Decimal number);
 
+// `24000/1001`, or `24` for a whole one.
+std::string RatioText(const Rational& ratio);
+
 // The number with as few digits as tell it from other floats, without an exponent, and with at most
 // as many after the point as ParseDecimal takes.
 std::string NumberText(float number);

@@ -2,9 +2,26 @@
 
 #include <string>
 
+#include "cli/uneven_times.h"
+
 namespace velorin {
 
+namespace {
+
+void NoteUnevenTimes(const Options& options, const RunPlan& plan, ProgressLine& progress) {
+    if (!plan.source.times) return;
+    const std::string rate = RatioText(plan.lawFacts.rate) + " frames a second";
+    progress.Note(
+        plan.source.name + ": its pictures stand at times that are " + UnevenText(plan.source) +
+        (NamesPictures(options)
+             ? "; " + LawOption(options) + " names them one by one, and the output has " + rate
+             : "; they are shown by these times, and the output has " + rate));
+}
+
+}  // namespace
+
 void NoteTimes(const Options& options, const RunPlan& plan, ProgressLine& progress) {
+    NoteUnevenTimes(options, plan, progress);
     if (plan.framesLeftOut) {
         progress.Note("--frames: what lies past " + std::to_string(plan.length - 1) +
                       ", the last output frame, is left out");

@@ -8,6 +8,7 @@
 #include "cli/curve_text.h"
 #include "cli/key_list.h"
 #include "cli/option_table.h"
+#include "cli/uneven_times.h"
 
 namespace velorin {
 
@@ -47,11 +48,6 @@ std::optional<Rational> ParseRatio(std::string_view text) {
     return Rational{above->numerator, below->numerator};
 }
 
-std::string RatioText(const Rational& ratio) {
-    const std::string above = std::to_string(ratio.numerator);
-    return ratio.denominator == 1 ? above : above + "/" + std::to_string(ratio.denominator);
-}
-
 std::vector<std::string> LawsGiven(const Options& options) {
     std::vector<std::string> laws;
     if (options.speed) laws.emplace_back("--speed");
@@ -71,7 +67,10 @@ void TakeSpeed(ChosenLaw& chosen, const Rational& speed) {
 // The first output frame shows the clip's first frame and the last one its last.
 void FitLength(ChosenLaw& chosen, std::int64_t length, const ClipInfo& source) {
     const bool moves = length > 1 && source.frames > 1;
-    TakeSpeed(chosen, moves ? Reduced({source.frames - 1, length - 1}) : Rational{0, 1});
+    const Rational span = source.times ? EvenTimeOfLast(source) : Rational{source.frames - 1, 1};
+    // Crosswise first, so that the products are small.
+    const Rational share = moves ? Reduced({span.numerator, length - 1}) : Rational{0, 1};
+    TakeSpeed(chosen, {share.numerator, share.denominator * (moves ? span.denominator : 1)});
     chosen.facts.length = length;
     chosen.facts.text = "speed " + RatioText(*chosen.facts.speed) + ", to last " +
                         std::to_string(length) + (length == 1 ? " frame" : " frames");
@@ -161,7 +160,15 @@ ChosenLaw ChooseLaw(const Options& options, const ClipInfo& source) {
         TakeSpeed(chosen, AsRational(speed));
         chosen.facts.text = "speed " + DecimalText(speed);
     }
+    if (source.times && !NamesPictures(options)) {
+        chosen.law = AlongPictures(std::move(chosen.law), source);
+        chosen.facts.speed.reset();  // in pictures it varies
+    }
     return chosen;
+}
+
+bool NamesPictures(const Options& options) {
+    return options.frameCurve || !options.curveFile.empty();
 }
 
 std::string LawOption(const Options& options) {

@@ -43,6 +43,9 @@ struct ChosenLaw {
 // Throws MediaError for a curve file that cannot be read.
 ChosenLaw ChooseLaw(const Options& options, const ClipInfo& source);
 
+// Whether the law says itself which pictures of the clip are shown; others go by time.
+bool NamesPictures(const Options& options);
+
 // The option that names the law, such as "--frame-curve".
 std::string LawOption(const Options& options);
 

@@ -70,6 +70,8 @@ struct Timecode {
 // Which field of a frame comes first, as far as a file tells. The upper field holds the top line.
 enum class FieldOrder { kUnknown, kProgressive, kUpperFirst, kLowerFirst };
 
+struct PictureTimes;
+
 struct ClipInfo {
     std::string name;  // as the user wrote it
     bool isMovie = false;
@@ -81,7 +83,9 @@ struct ClipInfo {
     std::int64_t frames = 0;
     std::vector<std::int64_t> missing;  // of these: holes of a sequence, ascending
     int firstNumber = 0;                // that of a sequence's first file; 0 for a movie
-    Rational rate;                      // frames a second
+    Rational rate;                      // frames a second; nominal at uneven times
+    // Of a movie whose pictures stand at uneven times; null: they are even, or not told.
+    std::shared_ptr<const PictureTimes> times;
     Rational pixelAspect;               // width over height of one pixel
     FieldOrder fieldOrder = FieldOrder::kUnknown;
 

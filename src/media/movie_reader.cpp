@@ -8,6 +8,7 @@
 #include "media/movie_index.h"
 #include "media/movie_pixels.h"
 #include "media/movie_stream.h"
+#include "media/picture_times.h"
 #include "media/sound_reader.h"
 #include "media/timecode.h"
 #include "media/video_matrix.h"
@@ -29,6 +30,7 @@ class MovieReader : public ClipReader {
 
   private:
     void Describe(const std::string& name);
+    void FindUnevenTimes();
     void DescribeColours();
     void FindTimecode();
     void FindFieldOrder();
@@ -52,6 +54,7 @@ class MovieReader : public ClipReader {
 MovieReader::MovieReader(const std::string& name)
     : stream(name), index(IndexMovie(stream)), turn(TurnOf(stream.Stream())), decoded(MakeFrame()) {
     Describe(name);
+    FindUnevenTimes();
     DescribeColours();
     FindTimecode();
     FindFieldOrder();
@@ -88,6 +91,21 @@ void MovieReader::Describe(const std::string& name) {
     if (aspect.num <= 0) aspect = {1, 1};
     info.pixelAspect = {aspect.num, aspect.den};
     if (turn.transposed) std::swap(info.pixelAspect.numerator, info.pixelAspect.denominator);
+}
+
+void MovieReader::FindUnevenTimes() {
+    const AVRational tick = stream.Stream().time_base;
+    if (index.counted || !AreUneven(index.times, {tick.num, tick.den})) return;
+    auto times = std::make_shared<PictureTimes>(PictureTimes{index.times, {tick.num, tick.den}});
+    info.rate = NominalRate(times->ticks, times->tick, info.rate);
+    // What a movie that is cut short lacks is looked for where it would most likely stand.
+    const AVRational rate{static_cast<int>(info.rate.numerator),
+                          static_cast<int>(info.rate.denominator)};
+    const std::int64_t last = times->ticks.back();
+    for (std::int64_t i = 1; std::ssize(times->ticks) < info.frames; ++i) {
+        times->ticks.push_back(last + std::max(av_rescale_q(i, av_inv_q(rate), tick), i));
+    }
+    info.times = std::move(times);
 }
 
 void MovieReader::DescribeColours() {
