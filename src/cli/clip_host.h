@@ -17,6 +17,8 @@
 
 namespace velorin {
 
+class PictureStream;
+
 // The source frame for any frame number: the last one past the end, the first one before the start.
 std::int64_t FrameInside(std::int64_t frame, std::int64_t frames);
 
@@ -26,6 +28,7 @@ void WrapPicture(KQImage& image, Picture& picture);
 // The clips of a run, all of one size. Frame k of each belongs to frame k of the source.
 struct RunClips {
     std::unique_ptr<ClipReader> source;
+    std::shared_ptr<PictureStream> stream;            // of standard input, where the source is it
     std::unique_ptr<ClipReader> motion;               // null: motion is measured on the source
     std::vector<std::unique_ptr<ClipReader>> mattes;  // the frontmost layer's first
     // Coded vectors to the next frame and to the one before; null: none of these.
@@ -62,6 +65,8 @@ class ClipHost final : public KQVelorin4 {
     void SetOutputFrame(std::int64_t frame, bool hasFields = false);
     // Whether the next request shows the nearest frames alone, whatever their scenes.
     void SetShowsNearest(bool newShowsNearest) { showsNearest = newShowsNearest; }
+    // From now on so many are known of: of a source whose end comes while it is read.
+    void SetSourceFrames(std::int64_t frames) { sourceFrames = frames; }
     // How the next request warps: see KQVelorin4::UsesWhichWarping. Inverse until it is set.
     void SetWarping(int method) { warping = method; }
     // Whether the passes of the next request look at a tracking clip with compressed tones.

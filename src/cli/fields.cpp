@@ -1,5 +1,6 @@
 #include "cli/fields.h"
 
+#include "cli/pipes.h"
 #include "media/still_format.h"
 
 namespace velorin {
@@ -45,7 +46,7 @@ void NoteFields(const Options& options, const RunPlan& plan, ProgressLine& progr
     if (options.view == View::kMatte) return;  // mattes are shown as they stand
     NoteInput(options, plan.source, progress);
     const bool isSequence = FindStillFormat(options.output) != nullptr;  // has no marks at all
-    if (plan.request.outputFields == 0 || isSequence) return;
+    if (plan.request.outputFields == 0 || isSequence || WritesPipe(options)) return;
     if (!CanMarkFields(options.output, plan.source.height)) {
         progress.Note("--output-fields " + WordOf(plan.request.outputFields) + ": " +
                       options.output + " holds the fields but cannot be marked as interlaced");

@@ -66,6 +66,22 @@ std::vector<std::int64_t> ChosenFrames(const std::vector<FrameRange>& ranges, st
     return frames;
 }
 
+std::optional<std::int64_t> NextChosen(const std::vector<FrameRange>& ranges, std::int64_t from) {
+    if (ranges.empty()) return from;
+    std::optional<std::int64_t> nearest;
+    for (const FrameRange& range : ranges) {
+        std::int64_t frame = range.first;
+        if (frame < from) {
+            const std::int64_t over = (from - frame) % range.step;
+            const std::int64_t wait = over == 0 ? 0 : range.step - over;
+            if (wait > range.last - from) continue;
+            frame = from + wait;
+        }
+        if (frame <= range.last && frame < nearest.value_or(kOpenEnd)) nearest = frame;
+    }
+    return nearest;
+}
+
 bool ReachesPast(const std::vector<FrameRange>& ranges, std::int64_t length) {
     return std::any_of(ranges.begin(), ranges.end(), [&](const FrameRange& range) {
         const std::int64_t last = range.last == kOpenEnd ? range.first : range.last;

@@ -21,6 +21,9 @@ std::optional<std::vector<FrameRange>> ParseFrames(std::string_view text);
 // The frames of all ranges that are below `length`: each once, in ascending order.
 std::vector<std::int64_t> ChosenFrames(const std::vector<FrameRange>& ranges, std::int64_t length);
 
+// The first frame from `from` on that a range names, or `from` itself without ranges.
+std::optional<std::int64_t> NextChosen(const std::vector<FrameRange>& ranges, std::int64_t from);
+
 // Whether a range names a frame at or past `length`; one with an open end names only its first.
 bool ReachesPast(const std::vector<FrameRange>& ranges, std::int64_t length);
 

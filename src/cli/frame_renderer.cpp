@@ -60,6 +60,7 @@ FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& newPlan, 
 }
 
 const Picture* FrameRenderer::Render(std::int64_t frame, Method method, ProgressLine& progress) {
+    host.SetSourceFrames(plan.SourceFrames());
     host.SetOutputFrame(frame, plan.request.outputFields != 0);
     const bool whole = options.view == View::kMatte  ? PaintMatteView(frame)
                        : options.view == View::kFlow ? PaintFlowView(frame, progress)
@@ -163,7 +164,7 @@ std::optional<FrameRenderer::Flows> FrameRenderer::MeasureFlows(std::int64_t fra
 }
 
 Handles FrameRenderer::MattesAt(const PassForecast& pass) {
-    const std::int64_t sourceFrame = FrameInside(pass.floorFrame, plan.source.frames);
+    const std::int64_t sourceFrame = FrameInside(pass.floorFrame, plan.SourceFrames());
     const int fields = plan.request.inputFields;
     Handles handles;
     for (int layer = 0; layer < static_cast<int>(options.mattes.size()); ++layer) {

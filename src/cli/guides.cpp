@@ -69,6 +69,7 @@ std::vector<GuideTrack> OpenTracks(const std::string& name, const Options& optio
                       (one ? " position lies outside the frame and is dropped"
                            : " positions lie outside the frame and are dropped"));
     }
+    if (source.frames == kFramesUnknown) return std::move(placed.tracks);
     CheckPairs(name, GuidedPairs(placed.tracks, source.frames), progress);
     return std::move(placed.tracks);
 }

@@ -15,6 +15,7 @@
 #include "media/media_facts.h"
 #include "media/number_ranges.h"
 #include "media/picture_times.h"
+#include "media/piped_frames.h"
 #include "media/timecode.h"
 
 namespace velorin {
@@ -73,6 +74,16 @@ std::string FieldsText(FieldOrder order) {
     }
 }
 
+std::string KindText(const ClipInfo& clip) {
+    if (clip.pipe) return *clip.pipe == PipeFormat::kNut ? "nut stream" : "y4m stream";
+    return clip.isMovie ? "movie" : "sequence";
+}
+
+ClipInfo InfoOf(const std::string& name) {
+    if (name != kPipeName) return OpenClip(name, true)->Info();
+    return PipedFrames([] { return false; }).Info();
+}
+
 Fact InWords(const char* title, const char* key, const std::string& words) {
     return {title, key, JsonString(words), words};
 }
@@ -82,6 +93,7 @@ void AddRate(std::vector<Fact>& facts, const ClipInfo& clip) {
     const double rate = Quotient(clip.rate);
     facts.push_back(InWords("rate", "rate", RatioText(clip.rate)));
     facts.push_back({"frames a second", "framesPerSecond", Digits("%.9g", rate), ""});
+    if (clip.frames == kFramesUnknown) return;
     const double seconds =
         clip.times ? SecondsOf(*clip.times) + 1.0 / rate : static_cast<double>(clip.frames) / rate;
     facts.push_back({"seconds", "seconds", Digits("%.3f", seconds), ""});
@@ -142,10 +154,12 @@ void AddSound(std::vector<Fact>& facts, const ClipInfo& clip) {
 }
 
 std::vector<Fact> FactsOf(const ClipInfo& clip) {
+    const bool isKnown = clip.frames != kFramesUnknown;
     std::vector<Fact> facts = {
         InWords("clip", "name", clip.name),
-        InWords("kind", "kind", clip.isMovie ? "movie" : "sequence"),
-        {"frames", "frames", std::to_string(clip.frames), ""},
+        InWords("kind", "kind", KindText(clip)),
+        {"frames", "frames", isKnown ? std::to_string(clip.frames) : "null",
+         isKnown ? "" : "as many as come"},
         {"width", "width", std::to_string(clip.width), ""},
         {"height", "height", std::to_string(clip.height), ""},
     };
@@ -160,6 +174,7 @@ std::vector<Fact> FactsOf(const ClipInfo& clip) {
     AddNames(facts, "channel names", "channelNames", clip.channelNames);
     AddNames(facts, "left out", "channelsLeftOut", clip.channelsLeftOut);
     facts.push_back(InWords("depth", "depth", DepthText(clip)));
+    if (clip.isMovie) facts.push_back(InWords("pixel format", "pixelFormat", clip.pixelFormat));
     if (clip.pixelAspect.numerator > 0) {
         facts.push_back(InWords("pixel aspect", "pixelAspect", RatioText(clip.pixelAspect)));
     }
@@ -196,7 +211,7 @@ void PrintJson(const std::vector<Fact>& facts) {
 }  // namespace
 
 int Info(const Options& options) {
-    const std::vector<Fact> facts = FactsOf(OpenClip(options.input, true)->Info());
+    const std::vector<Fact> facts = FactsOf(InfoOf(options.input));
     if (options.json) {
         PrintJson(facts);
     } else {

@@ -11,8 +11,12 @@
 #include "cli/hole_filler.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
+#include "cli/pipes.h"
 #include "cli/recent_frames.h"
+#include "cli/run_frames.h"
+#include "cli/stop_request.h"
 #include "media/converted_clip.h"
+#include "media/picture_stream.h"
 #include "media/vector_clip.h"
 
 namespace velorin {
@@ -21,6 +25,7 @@ namespace {
 
 constexpr int kReadAhead = 1;
 constexpr std::size_t kMostToLookAt = 8;
+constexpr int kSeenOfOpen = 1000;  // output frames of an open plan
 
 std::string SizeText(const ClipInfo& clip) {
     return std::to_string(clip.width) + "x" + std::to_string(clip.height);
@@ -37,7 +42,7 @@ void RequireAlike(const ClipReader& clip, const std::string& option, const ClipI
         refuse(" has frames of " + SizeText(info) + " pixels and " + source.name + " of " +
                SizeText(source) + "; both must be of one size");
     }
-    if (info.frames < frames) {
+    if (source.frames != kFramesUnknown && info.frames < frames) {
         refuse(
             " has " + std::to_string(info.frames) + " frames and " + source.name + " has " +
             std::to_string(source.frames) + "; " +
@@ -130,6 +135,7 @@ std::function<std::int64_t()> WithoutHoles(std::function<std::int64_t()> order,
 
 std::unique_ptr<ClipReader> ReadSource(std::unique_ptr<ClipReader> clip, const Options& options,
                                        const RunPlan& plan) {
+    if (plan.stream) return clip;  // runs ahead by itself
     const auto order = OrderFor(ClipRole::kSource, options, plan);
     if (plan.source.missing.empty()) return ReadAhead(std::move(clip), order, kReadAhead);
     auto ahead = ReadAhead(std::move(clip), WithoutHoles(order, options, plan), kReadAhead);
@@ -147,7 +153,12 @@ std::unique_ptr<ClipReader> OpenAlike(const std::string& name, const std::string
 
 RunClips OpenRunClips(const Options& options) {
     RunClips clips;
-    clips.source = OpenSource(options);
+    if (ReadsPipe(options)) {
+        clips.stream = std::make_shared<PictureStream>([] { return StopRequested() != 0; });
+        clips.source = ReadStream(clips.stream);
+    } else {
+        clips.source = OpenSource(options);
+    }
     const ClipInfo& info = clips.source->Info();
     if (!options.motionFrom.empty()) {
         clips.motion = OpenAlike(options.motionFrom, "--motion-from", info);
@@ -179,12 +190,12 @@ std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const
     for (const PassForecast& pass : ForecastOf(*plan.law, outputFrame, plan.request)) {
         if (!Reads(role, options, pass)) continue;
         if (role == ClipRole::kForwardVectors || role == ClipRole::kBackwardVectors) {
-            AddVectorFrame(frames, role, pass, plan.source.frames);
+            AddVectorFrame(frames, role, pass, plan.SourceFrames());
             continue;
         }
-        frames.push_back(FrameInside(pass.floorFrame, plan.source.frames));
+        frames.push_back(FrameInside(pass.floorFrame, plan.SourceFrames()));
         if (options.view == View::kMatte) continue;
-        frames.push_back(FrameInside(pass.ceilFrame, plan.source.frames));
+        frames.push_back(FrameInside(pass.ceilFrame, plan.SourceFrames()));
     }
     return frames;
 }
@@ -206,11 +217,17 @@ std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, co
     };
 }
 
-std::vector<std::int64_t> FramesToLookAt(ClipRole role, const Options& options,
-                                         const RunPlan& plan) {
-    const std::function<std::int64_t()> order = OrderFor(role, options, plan);
+std::vector<std::int64_t> FramesToLookAt(ClipRole role, const ClipInfo& clip,
+                                         const Options& options, const RunPlan& plan) {
     std::vector<std::int64_t> all;
-    for (std::int64_t frame = order(); frame >= 0; frame = order()) all.push_back(frame);
+    RunFrames frames(plan);
+    int asked = 0;
+    for (auto frame = frames.Next(); frame; frame = frames.Next()) {
+        if (plan.isOpen && ++asked > kSeenOfOpen) break;
+        for (const std::int64_t read : FramesRead(role, options, plan, *frame)) {
+            if (!plan.isOpen || read < clip.frames) all.push_back(read);
+        }
+    }
     std::sort(all.begin(), all.end());
     all.erase(std::unique(all.begin(), all.end()), all.end());
     if (all.size() <= kMostToLookAt) return all;
@@ -240,6 +257,7 @@ HostChoices ChoicesFor(const Options& options, std::vector<LayerGuides> guides) 
 RunClips ReadForRun(RunClips clips, const Options& options, const RunPlan& plan) {
     const int pixelType = PixelTypeOf(plan.source.depth);
     const auto ahead = [&](ClipRole role, std::unique_ptr<ClipReader> clip) {
+        if (plan.isOpen) return clip;  // nobody knows how far ahead there is something to read
         return ReadAhead(std::move(clip), OrderFor(role, options, plan), kReadAhead);
     };
     RunClips ready;

@@ -34,12 +34,12 @@ std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const
                                     std::int64_t outputFrame);
 
 // The frames that a ClipHost will read of a clip in that role while the plan's output frames are
-// rendered, in their order; -1 at the end. `options` and `plan` outlive it.
+// rendered, in their order; -1 at the end, and for an open plan. `options` and `plan` outlive it.
 std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan);
 
-// A few of these frames, evenly from the first to the last, for a look at the clip.
-std::vector<std::int64_t> FramesToLookAt(ClipRole role, const Options& options,
-                                         const RunPlan& plan);
+// A few of these frames, evenly from the first to the last, for a look at that clip.
+std::vector<std::int64_t> FramesToLookAt(ClipRole role, const ClipInfo& clip,
+                                         const Options& options, const RunPlan& plan);
 
 // What the options say to a ClipHost.
 HostChoices ChoicesFor(const Options& options, std::vector<LayerGuides> guides);

@@ -91,8 +91,8 @@ std::string NoteOn(const SeenMatte& matte, const std::string& where, const std::
 
 void NoteMatteRanges(const Options& options, const RunPlan& plan, const RunClips& clips,
                      ProgressLine& progress) {
-    if (options.quiet || clips.mattes.empty() || plan.frames.empty()) return;
-    const Frames frames = FramesToLookAt(ClipRole::kMatte, options, plan);
+    if (options.quiet || clips.mattes.empty() || (plan.frames.empty() && !plan.isOpen)) return;
+    const Frames frames = FramesToLookAt(ClipRole::kMatte, clips.mattes[0]->Info(), options, plan);
     if (frames.empty()) {
         progress.Note("--matte: changes nothing here, as no frame is moved along its motion");
         return;

@@ -60,6 +60,8 @@ constexpr Choice kDepths[] = {{"8", static_cast<int>(SampleDepth::kByte)},
                               {"16", static_cast<int>(SampleDepth::kWord)},
                               {"half", static_cast<int>(SampleDepth::kHalf)},
                               {"float", static_cast<int>(SampleDepth::kFloat)}};
+constexpr Choice kPipes[] = {{"y4m", static_cast<int>(PipeFormat::kY4m)},
+                             {"nut", static_cast<int>(PipeFormat::kNut)}};
 constexpr Choice kHostFormats[] = {
     {"auto", kFormatOfClip}, {"8", kHostByte}, {"12", kHostTwelveBits}, {"half", kHostHalf}};
 constexpr Choice kMissing[] = {{"error", static_cast<int>(MissingFrames::kError)},
@@ -81,8 +83,16 @@ void SetFlows(Options& options, const Argument& argument) {
     SetOutputName(options, argument, "name a sequence such as flow.%04d.exr");
 }
 
-void SetOutput(Options& options, const Argument& argument) {
+void SetMovieOrSequence(Options& options, const Argument& argument) {
     SetOutputName(options, argument, "name a movie or a sequence such as slow.%04d.png");
+}
+
+void SetOutput(Options& options, const Argument& argument) {
+    if (argument.text == kPipeName) {
+        options.output = kPipeName;
+        return;
+    }
+    SetMovieOrSequence(options, argument);
 }
 
 void SetSheet(Options& options, const Argument& argument) {
@@ -131,8 +141,10 @@ void SetHostFormat(Options& options, const Argument& argument) {
 
 // clang-format off
 constexpr OptionEntry kOptions[] = {
-    {kVerbRetime | kVerbSparkRender, {}, "-o", "--output", "OUTPUT", "the movie or sequence to "
-     "write", {}, SetOutput, {.required = true}},
+    {kVerbRetime, {}, "-o", "--output", "OUTPUT", "the movie or sequence to write, or - for standard "
+     "output", {}, SetOutput, {.required = true}},
+    {kVerbSparkRender, {}, "-o", "--output", "OUTPUT", "the movie or sequence to write", {},
+     SetMovieOrSequence, {.required = true}},
     {kVerbScenes, {}, "-o", "--output", "FILE", "write the scenes into this file, which retime "
      "--scenes takes and which can be corrected by hand", {}, SetScenesOutput},
     {kVerbScenes, {}, {}, "--threshold", "T", "score from which on a frame is a cut, 0 to 100", {},
@@ -373,6 +385,12 @@ constexpr OptionEntry kOptions[] = {
      [](Options& options, const Argument& argument) {
          options.depth = static_cast<SampleDepth>(argument.AsChoice());
      }, {.firstIsDefault = false}},
+    {kVerbRetime, kRun, {}, "--pipe", "FORMAT", "what -o - writes; by default as INPUT comes through a "
+     "pipe, else y4m for 8 bits without alpha, and nut, which holds RGB as it is, for all else",
+     kPipes,
+     [](Options& options, const Argument& argument) {
+         options.pipe = static_cast<PipeFormat>(argument.AsChoice());
+     }, {.firstIsDefault = false}},
     {kVerbRetime | kVerbVectors | kVerbSparkRender, kRun, {}, "--start-number", "N", "number of output frame 0 in the names of a "
      "sequence; by default the input's first", {},
      [](Options& options, const Argument& argument) {
@@ -415,13 +433,14 @@ constexpr VerbText kVerbTexts[] = {
      "INPUT and OUTPUT are each a movie or an image sequence: shot.%04d.png, shot.####.png, or "
      "for\n"
      "INPUT a folder that holds one sequence. Frames count from 0; the numbers in a sequence's\n"
-     "names go on from the input's first.\n",
+     "names go on from the input's first. - stands for a pipe of y4m or NUT, however long it is.\n",
      "  velorin retime shot.mov -o slow.mov --speed 0.4\n"
      "  velorin retime shot.mov -o ramp.mov --speed-curve 0:1,24:0.25~,48:1\n"
      "  velorin retime plates/shot.%04d.exr -o slow/shot.%04d.exr --speed 0.25 --quality full\n"
      "  velorin retime shot.####.png -o test.####.png --speed 0.5 --frames 40-59 --interp "
      "nearest\n"
-     "  velorin retime shot.####.exr -o slow.####.exr --setup shot.toml --chunk 2/8 --resume\n",
+     "  velorin retime shot.####.exr -o slow.####.exr --setup shot.toml --chunk 2/8 --resume\n"
+     "  ffmpeg -i shot.mov -f yuv4mpegpipe - | velorin retime - -o - --speed 0.5 | ffplay -\n",
      "render a clip at another speed"},
     {kVerbPlan, "plan", "INPUT",
      "Tells what retime would do, without doing it: for each output frame its source time, the\n"
@@ -467,7 +486,8 @@ constexpr VerbText kVerbTexts[] = {
      "  velorin verify slow.%04d.png --frames 100-199 --json\n",
      "look whether an output is whole and of one piece"},
     {kVerbScenes, "scenes", "INPUT",
-     "Looks for the hard cuts of a clip: tells its scenes with their first and last frames and the\n"
+     "Looks for the hard cuts of a clip: tells its scenes with their first and last frames and "
+     "the\n"
      "score of the cut that each begins with, from 0 to 100. Pans, shaking, fades, dissolves, "
      "flicker\n"
      "and flashes of up to 3 frames are no cuts. INPUT is a movie, an image sequence such as\n"

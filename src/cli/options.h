@@ -172,6 +172,7 @@ struct Options {
     int outputFields = 0;            // 0 none, 1 upper first, 2 lower first
     std::optional<SampleDepth> depth;
     std::optional<int> startNumber;
+    std::optional<PipeFormat> pipe;  // of standard output
     bool keepFlows = true;
     bool verbose = false;
     View view = View::kOutput;

@@ -63,6 +63,7 @@ void Put(const std::string& text) {
 }  // namespace
 
 std::string BarText(const ProgressState& state, int columns) {
+    if (state.total <= 0) return PlainText(state).substr(0, static_cast<std::size_t>(columns - 1));
     const std::string figures = Format(
         " %lld/%lld  %.2f frames/s  %s left", static_cast<long long>(state.done),
         static_cast<long long>(state.total), Speed(state), TimeText(SecondsLeft(state)).c_str());
@@ -77,12 +78,23 @@ std::string BarText(const ProgressState& state, int columns) {
 }
 
 std::string PlainText(const ProgressState& state) {
+    if (state.total <= 0) {
+        return Format("%lld frames, %.2f frames a second", static_cast<long long>(state.done),
+                      Speed(state));
+    }
     return Format("%lld of %lld frames, %.2f frames a second, %s left",
                   static_cast<long long>(state.done), static_cast<long long>(state.total),
                   Speed(state), TimeText(SecondsLeft(state)).c_str());
 }
 
 std::string JsonText(const ProgressState& state, std::int64_t frame) {
+    if (state.total <= 0) {
+        return Format(
+            "{\"event\":\"frame\",\"frame\":%lld,\"done\":%lld,\"total\":null,\"seconds\":%.3f,"
+            "\"framesPerSecond\":%.3f,\"secondsLeft\":null}",
+            static_cast<long long>(frame), static_cast<long long>(state.done), state.seconds,
+            Speed(state));
+    }
     return Format(
         "{\"event\":\"frame\",\"frame\":%lld,\"done\":%lld,\"total\":%lld,\"seconds\":%.3f,"
         "\"framesPerSecond\":%.3f,\"secondsLeft\":%.1f}",
@@ -132,7 +144,7 @@ void ProgressLine::FrameDone(std::int64_t frame) {
 }
 
 void ProgressLine::FrameFailed(std::int64_t frame, const std::string& why) {
-    --state.total;
+    if (state.total > 0) --state.total;
     state.part = 0.0;
     ClearBar();
     const std::string number = std::to_string(frame);

@@ -13,7 +13,7 @@ namespace velorin {
 // How far a run is.
 struct ProgressState {
     std::int64_t done = 0;   // whole frames
-    std::int64_t total = 0;  // frames of the run
+    std::int64_t total = 0;  // frames of the run; 0 where nobody knows
     double part = 0.0;       // of the frame in hand, 0.0 to 1.0
     double seconds = 0.0;    // since the start
 };

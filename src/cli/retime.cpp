@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,8 +19,10 @@
 #include "cli/matte_range.h"
 #include "cli/motion_options.h"
 #include "cli/motion_transfer.h"
+#include "cli/pipes.h"
 #include "cli/progress_line.h"
 #include "cli/resume.h"
+#include "cli/run_frames.h"
 #include "cli/run_log.h"
 #include "cli/run_plan.h"
 #include "cli/setup_text.h"
@@ -39,7 +42,7 @@ namespace {
 constexpr int kWriteBehind = 1;
 
 std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& plan,
-                                         const RunClips& clips, const Fingerprints& prints,
+                                         const RunClips& clips, const Fingerprints* prints,
                                          std::shared_ptr<SoundSource> sound) {
     OutputSettings settings;
     settings.source = plan.source;
@@ -51,9 +54,12 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
     settings.fieldOrder = OrderOfFields(plan.request.outputFields);
     settings.overwrite = options.overwrite || options.job.resume;
     settings.madeOf = [&plan](std::int64_t frame) { return SourceFramesOf(plan, frame); };
-    settings.stamp = [&prints](std::int64_t frame) { return prints.Of(frame); };
-    if (!FindStillFormat(options.output)) {
-        settings.stamp = [stamp = prints.OfMovie()](std::int64_t) { return stamp; };
+    if (WritesPipe(options)) {
+        settings.pipe = PipeFormatFor(options, plan);
+    } else if (prints && FindStillFormat(options.output)) {
+        settings.stamp = [prints](std::int64_t frame) { return prints->Of(frame); };
+    } else if (prints) {
+        settings.stamp = [stamp = prints->OfMovie()](std::int64_t) { return stamp; };
     }
     // Painted pictures are in colour, whatever the source is.
     const bool painted = options.view == View::kMatte || options.view == View::kFlow;
@@ -90,14 +96,16 @@ void NoteWhatIsLeftOut(const Options& options, const RunPlan& plan, ProgressLine
                       " are left out; " + ListOf(source.channelNames) + " are retimed");
     }
     const bool painted = options.view == View::kMatte || options.view == View::kFlow;
-    if (source.channels % 2 == 0 && !painted && !CanHoldAlpha(options.output)) {
+    if (source.channels % 2 == 0 && !painted && !WritesPipe(options) &&
+        !CanHoldAlpha(options.output)) {
         progress.Note("-o " + options.output +
                       ": cannot hold the input's alpha, which is left out; exr, dpx, tif, png, mov "
                       "and mkv can");
     }
 }
 
-// The whole run. However it ends, the frames of a sequence that were rendered are on the disk.
+// The whole run. However it ends, the frames of a sequence that were rendered are on the disk, and
+// those of a pipe are whole.
 class Run {
   public:
     Run(const Options& options, const RunPlan& newPlan, RunClips clips,
@@ -106,6 +114,7 @@ class Run {
         : plan(newPlan),
           progress(newProgress),
           isSequence(FindStillFormat(options.output) != nullptr),
+          isPipe(WritesPipe(options)),
           writer(std::move(newWriter)),
           continueOnError(options.job.continueOnError),
           method{options.interp, options.warp},
@@ -115,6 +124,7 @@ class Run {
 
   private:
     enum class Outcome { kWritten, kFailed, kStopped };
+    std::int64_t Total() const;
     int RenderAll();
     Outcome RenderOne(std::int64_t frame);
     int Stop(int code);
@@ -123,6 +133,7 @@ class Run {
     const RunPlan& plan;
     ProgressLine& progress;
     const bool isSequence;
+    const bool isPipe;
     std::unique_ptr<ClipWriter> writer;
     const bool continueOnError;
     const Method method;
@@ -132,12 +143,12 @@ class Run {
 };
 
 int Run::Execute() {
-    progress.Start(static_cast<std::int64_t>(plan.frames.size()));
+    progress.Start(Total());
     try {
         return RenderAll();
     } catch (...) {
         try {
-            if (isSequence) writer->Finish();
+            if (isSequence || isPipe) writer->Finish();
         } catch (const MediaError&) {
             // What ended the run is thrown on; it tells more, or the same.
         }
@@ -145,9 +156,23 @@ int Run::Execute() {
     }
 }
 
+// 0 where nobody knows.
+std::int64_t Run::Total() const {
+    if (!plan.isOpen) return static_cast<std::int64_t>(plan.frames.size());
+    return plan.length == kFramesUnknown || !plan.asked.empty() ? 0 : plan.length;
+}
+
 int Run::RenderAll() {
-    for (const std::int64_t frame : plan.frames) {
+    RunFrames frames(plan);
+    std::optional<std::int64_t> next = frames.Next();
+    while (next) {
         if (const int code = StopRequested()) return Stop(code);
+        const std::int64_t frame = *std::exchange(next, frames.Next());
+        if (plan.isOpen) {
+            const SourceState state = AwaitSource(plan, frame, next);
+            if (state == SourceState::kStopped) return Stop(StopRequested());
+            if (state == SourceState::kEnded) break;
+        }
         const Outcome outcome = RenderOne(frame);
         if (outcome == Outcome::kStopped) return Stop(StopRequested());
         if (outcome == Outcome::kFailed) continue;
@@ -184,19 +209,22 @@ Run::Outcome Run::RenderOne(std::int64_t frame) {
 int Run::End() {
     progress.Finish();
     if (failed.empty()) return kExitDone;
-    progress.Note(std::to_string(failed.size()) + " of " + std::to_string(plan.frames.size()) +
-                  " frames failed: " + NumberRanges(failed) +
-                  "; once their source is mended, --resume renders them");
+    progress.Note(std::to_string(failed.size()) + " of " +
+                  std::to_string(done + std::ssize(failed)) +
+                  " frames failed: " + NumberRanges(failed) + "; once their source is mended, " +
+                  (plan.isOpen ? "--frames" : "--resume") + " renders them");
     return kExitSomeFailed;
 }
 
 // A movie that lacks frames is no whole movie, and goes.
 int Run::Stop(int code) {
-    if (isSequence) writer->Finish();
+    if (isSequence || isPipe) writer->Finish();
     const std::string count =
-        std::to_string(done) + " of " + std::to_string(plan.frames.size()) + " frames";
-    progress.Stopped(code, isSequence
-                               ? "stopped on request; " + count + " are written; --resume goes on"
+        std::to_string(done) + (Total() > 0 ? " of " + std::to_string(Total()) : "") + " frames";
+    progress.Stopped(code, isPipe ? "stopped on request after " + count + ", the last of them whole"
+                           : isSequence
+                               ? "stopped on request; " + count + " are written" +
+                                     (plan.isOpen ? "" : "; --resume goes on")
                                : "stopped on request after " + count + "; no movie is left");
     return code;
 }
@@ -211,6 +239,7 @@ void NoteRun(const Options& options, const RunPlan& plan, const RunClips& clips,
     }
     NoteWhatIsLeftOut(options, plan, progress);
     NoteSound(options, plan, progress);
+    NotePipe(options, plan, progress);
     NoteMotionSources(options, progress);
     NoteEmptyVectors(options, plan, clips, progress);
     NoteMotionTransfer(options, plan, clips, progress);
@@ -224,7 +253,8 @@ void CheckRun(const Options& options, int threads) {
     const RunClips clips = OpenRunClips(options);
     const RunPlan plan = MakePlan(options, clips.source->Info());
     if (!plan.frames.empty()) {
-        CreateWriter(options, plan, clips, Fingerprints(options, plan, clips, {}, threads));
+        const Fingerprints prints(options, plan, clips, {}, threads);
+        CreateWriter(options, plan, clips, &prints, nullptr);
     }
     if (!options.setup.to.empty()) {
         CheckTarget(options.setup.to, options.overwrite || options.job.resume);
@@ -232,6 +262,7 @@ void CheckRun(const Options& options, int threads) {
 }
 
 int RunRetime(const Options& given, RunLog& log) {
+    CheckPipes(given);
     const int threads = StartThreads(given);
     ProgressLine progress(given.progress, given.quiet, &log);
     if (NeedsLook(given)) CheckRun(given, threads);
@@ -243,10 +274,13 @@ int RunRetime(const Options& given, RunLog& log) {
     const Options& options = *found;
     RunClips clips = OpenRunClips(options);
     RunPlan plan = MakePlan(options, clips.source->Info());
+    plan.stream = clips.stream;
     NoteTimes(options, plan, progress);
     std::vector<LayerGuides> guides = OpenGuides(options, plan.source, progress);
-    const Fingerprints prints(options, plan, clips, guides, threads);
-    if (options.job.resume) KeepFinished(options, plan, prints, progress);
+    // What comes through a pipe bears nothing to know it by.
+    std::optional<Fingerprints> prints;
+    if (!plan.isOpen) prints.emplace(options, plan, clips, guides, threads);
+    if (options.job.resume) KeepFinished(options, plan, *prints, progress);
     const std::string description =
         Describe(plan, options, threads) + VectorsText(options, clips) + SoundText(options, plan);
     if (options.verbose) {
@@ -254,12 +288,12 @@ int RunRetime(const Options& given, RunLog& log) {
     } else {
         log.Add(description);
     }
-    if (plan.frames.empty()) {
+    if (plan.frames.empty() && !plan.isOpen) {
         progress.Note("nothing to do");
         return kExitDone;
     }
     std::unique_ptr<ClipWriter> writer =
-        CreateWriter(options, plan, clips, prints, MakeSound(options, plan));
+        CreateWriter(options, plan, clips, prints ? &*prints : nullptr, MakeSound(options, plan));
     NoteRun(options, plan, clips, progress);
     WriteSetup(options);
     return Run(options, plan, std::move(clips), std::move(guides), std::move(writer), progress)

@@ -9,8 +9,11 @@
 #include "cli/job_options.h"
 #include "cli/layers.h"
 #include "cli/motion_options.h"
+#include "cli/pipes.h"
+#include "cli/run_frames.h"
 #include "cli/scene_options.h"
 #include "cli/time_options.h"
+#include "media/picture_stream.h"
 #include "media/sequence_name.h"
 #include "media/still_format.h"
 #include "media/vector_writer.h"
@@ -22,6 +25,9 @@ namespace {
 constexpr int kSmallestSide = 2;
 // The filters' lines hold 16384 samples, margins included.
 constexpr int kLargestSide = 16000;
+
+// Frames of an open plan that tell whether motion is estimated at all.
+constexpr int kSeenOfOpen = 1000;
 
 // Halvings of the frame before motion is estimated, by the engine's quality.
 int HalvingsOf(int quality) {
@@ -72,6 +78,7 @@ std::int64_t LengthOf(const Options& options, const RunPlan& plan) {
                          "; say how long with --length N");
     }
     if (*length > std::numeric_limits<std::int32_t>::max()) {
+        if (plan.isOpen) return kFramesUnknown;
         throw UsageError(LawOption(options) + " makes " + std::to_string(*length) +
                          " frames of the clip; say how many are wanted with --length N");
     }
@@ -79,7 +86,9 @@ std::int64_t LengthOf(const Options& options, const RunPlan& plan) {
 }
 
 void ChooseFrames(const Options& options, RunPlan& plan) {
-    if (options.frames.empty()) {
+    if (plan.isOpen) {
+        plan.asked = options.frames;
+    } else if (options.frames.empty()) {
         plan.frames.resize(static_cast<std::size_t>(plan.length));
         std::iota(plan.frames.begin(), plan.frames.end(), std::int64_t{0});
     } else {
@@ -106,9 +115,12 @@ void CountOutside(RunPlan& plan) {
 void CountPairs(const Options& options, RunPlan& plan) {
     std::optional<std::int64_t> lastPair;
     plan.pairs = plan.onFrame = 0;
-    for (const std::int64_t frame : plan.frames) {
+    RunFrames frames(plan);
+    int seen = 0;
+    for (auto frame = frames.Next(); frame; frame = frames.Next()) {
+        if (plan.isOpen && ++seen > kSeenOfOpen) return;
         bool onFrame = true;
-        for (const PassForecast& pass : ForecastOf(*plan.law, frame, plan.request)) {
+        for (const PassForecast& pass : ForecastOf(*plan.law, *frame, plan.request)) {
             onFrame = onFrame && pass.onFrame;
             if (!EstimatesMotion(options, pass)) continue;
             if (pass.pair != lastPair) ++plan.pairs;
@@ -177,6 +189,10 @@ std::string DepthText(SampleDepth depth) {
 std::string MotionText(const RunPlan& plan, const Options& options) {
     const std::string unit = plan.request.inputFields != 0 ? "field" : "frame";
     const std::string onFrame = std::to_string(plan.onFrame) + " on a source " + unit;
+    if (plan.isOpen) {
+        return plan.pairs == 0 ? "none estimated"
+                               : "estimated at " + SizeText(plan.flowWidth, plan.flowHeight);
+    }
     if (plan.pairs == 0) return "none estimated; " + onFrame;
     if (TakesVectors(options)) {
         return "from vectors, between " + std::to_string(plan.pairs) +
@@ -199,9 +215,13 @@ SampleDepth HeldDepth(const std::string& output, SampleDepth wanted) {
     return OfOutputName([&] { return DepthForOutput(output, wanted); });
 }
 
+std::int64_t RunPlan::SourceFrames() const {
+    return stream ? stream->Frames() : source.frames;
+}
+
 SourceFrames SourceFramesOf(const RunPlan& plan, std::int64_t outputFrame) {
     const auto inside = [&](std::int64_t frame) {
-        return std::clamp<std::int64_t>(frame, 0, plan.source.frames - 1);
+        return std::clamp<std::int64_t>(frame, 0, plan.SourceFrames() - 1);
     };
     const auto shownBy = [&](const PassForecast& pass) {
         return inside(pass.numbers.ShowsFloor() ? pass.floorFrame : pass.ceilFrame);
@@ -258,6 +278,8 @@ RunPlan MakeTimePlan(const Options& options, const ClipInfo& source) {
     plan.law = std::move(chosen.law);
     plan.lawFacts = std::move(chosen.facts);
     plan.request = RequestFor(options, source);
+    plan.isOpen = source.frames == kFramesUnknown;
+    if (plan.isOpen) CheckPipedLaw(options, plan.lawFacts);
     plan.length = plan.lawFacts.length ? *plan.lawFacts.length : LengthOf(options, plan);
     ChooseFrames(options, plan);
     CountOutside(plan);
@@ -330,12 +352,16 @@ VectorsPlan MakeVectorsPlan(const Options& options, const ClipInfo& source) {
 
 std::string Describe(const RunPlan& plan, const Options& options, int threads) {
     const ClipInfo& source = plan.source;
-    std::string text = "input: " + source.name + ", " + std::to_string(source.frames) +
+    std::string text = "input: " + source.name + ", " +
+                       (plan.isOpen ? "a stream of" : std::to_string(source.frames)) +
                        " frames of " + SizeText(source.width, source.height) + ", " +
                        std::to_string(source.channels) + " channels, " + DepthText(source.depth);
-    text += "\noutput: " + options.output + ", " + std::to_string(plan.frames.size()) + " of " +
-            std::to_string(plan.length) + " frames, " + DepthText(plan.depth) +
-            ", frame 0 has number " + std::to_string(plan.firstNumber);
+    text +=
+        "\noutput: " + options.output + ", " +
+        (plan.isOpen ? "as many"
+                     : std::to_string(plan.frames.size()) + " of " + std::to_string(plan.length)) +
+        " frames, " + DepthText(plan.depth) + ", frame 0 has number " +
+        std::to_string(plan.firstNumber);
     text += "\nsettings: " + plan.lawFacts.text + ", interp " +
             std::string(ChoiceWord("--interp", options.interp)) + ", quality " +
             std::string(ChoiceWord("--quality", options.quality)) + ", warp " +

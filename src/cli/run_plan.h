@@ -13,6 +13,8 @@
 
 namespace velorin {
 
+class PictureStream;
+
 // What a run will do, worked out and checked before anything is written.
 struct RunPlan {
     ClipInfo source;
@@ -22,8 +24,12 @@ struct RunPlan {
     std::int64_t outside = 0;
     std::int64_t firstOutside = 0;
     RequestSettings request;
-    std::int64_t length = 0;           // output frames of the whole clip
-    std::vector<std::int64_t> frames;  // those to render, ascending
+    // The source comes through a pipe: the frames to render are those asked for, one by one.
+    bool isOpen = false;
+    std::vector<FrameRange> asked;          // empty: all of them
+    std::shared_ptr<PictureStream> stream;  // while it runs
+    std::int64_t length = 0;  // output frames of the whole clip; kFramesUnknown where it says so
+    std::vector<std::int64_t> frames;  // those to render, ascending; none of an open plan
     bool framesLeftOut = false;        // some were asked for that lie past the end
     SampleDepth depth = SampleDepth::kByte;
     int firstNumber = 0;
@@ -31,6 +37,9 @@ struct RunPlan {
     std::int64_t pairs = 0;    // pairs of these that motion is estimated between
     int flowWidth = 0;         // size at which it is estimated
     int flowHeight = 0;
+
+    // Of a source that comes through a pipe, kFramesUnknown before its end is seen. Any thread.
+    std::int64_t SourceFrames() const;
 };
 
 // The source frames inside the clip that an output frame is made of.

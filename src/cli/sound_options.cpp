@@ -3,6 +3,7 @@
 #include <cmath>
 #include <utility>
 
+#include "cli/pipes.h"
 #include "cli/sound_law.h"
 #include "media/clip.h"
 #include "media/movie_writer.h"
@@ -90,7 +91,9 @@ std::shared_ptr<SoundSource> MakeSound(const Options& options, const RunPlan& pl
 void NoteSound(const Options& options, const RunPlan& plan, ProgressLine& progress) {
     const bool asked = options.audio && *options.audio != kAudioDrop;
     if (asked && !IsMovieName(options.output)) {
-        progress.Note("--audio: " + options.output + " is a sequence, which holds no sound");
+        progress.Note("--audio: " + options.output +
+                      (WritesPipe(options) ? " holds pictures alone; name a movie"
+                                           : " is a sequence, which holds no sound"));
     } else if (asked && !plan.source.sound) {
         progress.Note("--audio: " + plan.source.name + " has no sound");
     }

@@ -42,7 +42,7 @@ void NoteEmptyVectors(const Options& options, const RunPlan& plan, const RunClip
     if (options.quiet) return;
     const auto look = [&](const std::unique_ptr<ClipReader>& clip, ClipRole role) {
         if (!clip) return;
-        const std::vector<std::int64_t> frames = FramesToLookAt(role, options, plan);
+        const std::vector<std::int64_t> frames = FramesToLookAt(role, clip->Info(), options, plan);
         const bool isEmpty =
             !frames.empty() && std::none_of(frames.begin(), frames.end(), [&](std::int64_t frame) {
                 return HasVectors(*clip, frame);

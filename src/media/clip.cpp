@@ -4,6 +4,7 @@
 
 #include "media/movie_reader.h"
 #include "media/movie_writer.h"
+#include "media/pipe_writer.h"
 #include "media/sequence_name.h"
 #include "media/sequence_reader.h"
 #include "media/sequence_writer.h"
@@ -50,6 +51,11 @@ void Picture::SetShape(int newWidth, int newHeight, int newPixelType, int newCha
 }
 
 std::unique_ptr<ClipReader> OpenClip(const std::string& name, bool mayHaveHoles) {
+    if (name == kPipeName) {
+        throw MediaError(MediaError::Kind::kInput,
+                         "-: only the INPUT of velorin retime and velorin info can come through a "
+                         "pipe; name a file");
+    }
     const Holes holes = mayHaveHoles ? Holes::kKeep : Holes::kRefuse;
     if (const auto sequence = FindSequenceMeant(name, holes)) return OpenSequence(name, *sequence);
     std::error_code ignored;
@@ -66,6 +72,9 @@ std::unique_ptr<ClipReader> OpenClip(const std::string& name, bool mayHaveHoles)
 SampleDepth DepthForOutput(const std::string& name, SampleDepth wanted) {
     if (const StillFormat* format = FindStillFormat(name)) return StillDepth(*format, wanted);
     if (IsMovieName(name)) return MovieDepth(name, wanted);
+    if (name == kPipeName) {
+        return wanted == SampleDepth::kByte ? SampleDepth::kByte : SampleDepth::kWord;
+    }
     throw MediaError(MediaError::Kind::kFailure, UnknownExtension(name));
 }
 
@@ -86,6 +95,7 @@ std::unique_ptr<ClipWriter> CreateClip(const std::string& name, const OutputSett
         return CreateSequence(*sequence, *format, settings, frames);
     }
     if (IsMovieName(name)) return CreateMovie(name, settings);
+    if (name == kPipeName) return CreatePipe(settings);
     throw MediaError(MediaError::Kind::kFailure, UnknownExtension(name));
 }
 

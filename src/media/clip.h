@@ -34,6 +34,14 @@ class MediaError : public std::runtime_error {
     Kind kind;
 };
 
+// Stands as a clip's name for standard input, and as an output's for standard output.
+inline constexpr const char* kPipeName = "-";
+enum class PipeFormat { kY4m, kNut };
+
+// More than any clip has: the number of frames of one that is read from a pipe, whose end shows
+// when it comes.
+inline constexpr std::int64_t kFramesUnknown = std::int64_t{1} << 40;
+
 // A picture as the engine works on it: RGBA, interleaved, the top line first in memory, without a
 // gap between rows. Values are the file's own: 0 to 255, 0 to 65535, or float as stored. A matte
 // is a picture of one channel.
@@ -86,18 +94,20 @@ struct ClipInfo {
     Rational rate;                      // frames a second; nominal at uneven times
     // Of a movie whose pictures stand at uneven times; null: they are even, or not told.
     std::shared_ptr<const PictureTimes> times;
-    Rational pixelAspect;               // width over height of one pixel
+    Rational pixelAspect;  // width over height of one pixel
     FieldOrder fieldOrder = FieldOrder::kUnknown;
 
     // What an output of the same format keeps.
     int storedBits = 0;  // of a sample, where fewer than the depth's, as in 10-bit DPX; else 0
-    bool straightAlpha = true;  // false: colours are stored multiplied by alpha
-    int primaries = 2;          // of a movie, as ITU-T H.273 numbers them; 2 where nothing is known
-    int transfer = 2;           // of a movie, likewise
-    int matrix = 2;             // of a movie in Y'CbCr, likewise; never 2 there
-    bool fullRange = false;     // of a movie in Y'CbCr: black is code 0
-    Window window;              // the part of the plane that the picture covers
-    Window display;             // the part that is shown; the same but in EXR
+    std::optional<PipeFormat> pipe;  // that it comes through; nothing: a file
+    std::string pixelFormat;         // of a movie, as the libraries call it
+    bool straightAlpha = true;       // false: colours are stored multiplied by alpha
+    int primaries = 2;       // of a movie, as ITU-T H.273 numbers them; 2 where nothing is known
+    int transfer = 2;        // of a movie, likewise
+    int matrix = 2;          // of a movie in Y'CbCr, likewise; never 2 there
+    bool fullRange = false;  // of a movie in Y'CbCr: black is code 0
+    Window window;           // the part of the plane that the picture covers
+    Window display;          // the part that is shown; the same but in EXR
     std::vector<std::string> channelNames;  // of an EXR: those that are read, as many as `channels`
     std::optional<Timecode> timecode;       // of the first frame
     int timecodeRate = 24;                  // frames a second that it counts
@@ -155,6 +165,7 @@ struct OutputSettings {
     int firstNumber = 0;                           // of output frame 0 in a sequence's names
     FieldOrder fieldOrder = FieldOrder::kUnknown;  // a movie is marked with upper or lower first
     bool overwrite = false;
+    PipeFormat pipe = PipeFormat::kY4m;  // of standard output
     // Whose headers an output frame's follows; called on the thread that writes. Without it all
     // follow that of the source's first frame.
     std::function<SourceFrames(std::int64_t outputFrame)> madeOf;
@@ -176,6 +187,14 @@ class ClipWriter {
     // Makes a movie whole and gives it its name. Throws MediaError, as Write does.
     virtual void Finish() = 0;
 };
+
+// Whether standard output can hold alpha in that format, and can mark pictures as interlaced.
+inline bool PipeCanHoldAlpha(PipeFormat format) {
+    return format == PipeFormat::kNut;
+}
+inline bool PipeCanMarkFields(PipeFormat format) {
+    return format == PipeFormat::kY4m;
+}
 
 // The depth in which `name`'s format can hold samples of `wanted`: itself, or the nearest that
 // loses nothing, or else the best it has. Throws MediaError of kind kFailure for an unknown

@@ -85,14 +85,15 @@ void CopyRows(const std::uint8_t* from, std::ptrdiff_t fromBytes, std::uint8_t* 
     }
 }
 
-// The counterpart of UnpackRgb, for formats of as many bits as the picture.
+// The counterpart of UnpackRgb, for formats of as many bits as the picture; gray is taken of red.
 template <typename Value>
 void PackRgb(const Picture& picture, AVFrame& frame) {
     const auto* pixels = reinterpret_cast<const Value*>(picture.pixels.data());
     const int channels = Descriptor(frame.format).nb_components;
     for (int c = 0; c < channels; ++c) {
         const Channel channel = ChannelOf(frame, c);
-        const Value* in = pixels + c;
+        const bool isAlpha = c == 3 || (c == 1 && channels == 2);
+        const Value* in = pixels + (isAlpha ? 3 : c);
         for (int y = 0; y < frame.height; ++y) {
             std::uint8_t* out = channel.data + y * channel.rowBytes;
             for (int x = 0; x < frame.width; ++x, in += 4, out += channel.step) {
@@ -366,7 +367,8 @@ void PixelConverter::ToPicture(const AVFrame& frame, const Turn& turn, Picture& 
 void PixelConverter::ToFrame(const Picture& picture, AVFrame& frame) {
     const bool deep = picture.pixelType != ZPPixUChar;
     const AVPixelFormat format = FormatBetween(frame.format, deep);
-    const bool direct = IsPlainRgb(frame.format) || format == frame.format;
+    const bool plain = IsPlainRgb(frame.format) || IsGray(frame.format);
+    const bool direct = plain || format == frame.format;
     if (!direct && !scalers[0]) {
         between = MakeBetween(frame.width, frame.height, format);
         between->colorspace = frame.colorspace;
@@ -379,7 +381,7 @@ void PixelConverter::ToFrame(const Picture& picture, AVFrame& frame) {
         CopyRows(reinterpret_cast<const std::uint8_t*>(picture.pixels.data()), bytes,
                  target.data[0], target.linesize[0], picture.height,
                  static_cast<std::size_t>(bytes));
-    } else if (!IsPlainRgb(target.format)) {
+    } else if (!plain && !IsPlainRgb(target.format)) {
         PackVideo(picture, target);
     } else if (deep) {
         PackRgb<std::uint16_t>(picture, target);

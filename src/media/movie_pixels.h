@@ -27,8 +27,9 @@ class PixelConverter {
   public:
     // Throws std::bad_alloc, or std::runtime_error for a format that cannot be converted.
     void ToPicture(const AVFrame& frame, const Turn& turn, Picture& picture);
-    // `frame` has its format, size, matrix and range set, and memory of its own. One converter is
-    // for frames of one kind, and pictures of one type.
+    // `frame` has its format, size, matrix and range set, and memory of its own. Gray has
+    // the full range and as many bits as the picture, of which it takes red. One converter is for
+    // frames of one kind, and pictures of one type.
     void ToFrame(const Picture& picture, AVFrame& frame);
     // From now on fields of frames that are marked as interlaced are converted each by itself where
     // lines share chroma: that of one field then never colours the other. Left aside are heights

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "media/movie_colours.h"
 #include "media/movie_fields.h"
 #include "media/movie_index.h"
 #include "media/movie_pixels.h"
@@ -11,7 +12,6 @@
 #include "media/picture_times.h"
 #include "media/sound_reader.h"
 #include "media/timecode.h"
-#include "media/video_matrix.h"
 
 namespace velorin {
 namespace {
@@ -31,7 +31,6 @@ class MovieReader : public ClipReader {
   private:
     void Describe(const std::string& name);
     void FindUnevenTimes();
-    void DescribeColours();
     void FindTimecode();
     void FindFieldOrder();
     bool Decode(std::int64_t frame);
@@ -55,7 +54,6 @@ MovieReader::MovieReader(const std::string& name)
     : stream(name), index(IndexMovie(stream)), turn(TurnOf(stream.Stream())), decoded(MakeFrame()) {
     Describe(name);
     FindUnevenTimes();
-    DescribeColours();
     FindTimecode();
     FindFieldOrder();
 }
@@ -68,12 +66,10 @@ void MovieReader::Describe(const std::string& name) {
                          name + ": no picture in it can be decoded; copy or export it again");
     }
     info.name = name;
-    info.isMovie = true;
     info.width = turn.transposed ? decoder.height : decoder.width;
     info.height = turn.transposed ? decoder.width : decoder.height;
     info.window = info.display = {0, 0, info.width, info.height};
-    info.channels = ChannelsOf(decoder.pix_fmt);
-    info.depth = DepthOf(decoder.pix_fmt);
+    DescribePictures(decoder, info);
     info.frames = index.frames;
     info.sound = FindSound(stream.Format());
     if (!index.times.empty()) {
@@ -106,21 +102,6 @@ void MovieReader::FindUnevenTimes() {
         times->ticks.push_back(last + std::max(av_rescale_q(i, av_inv_q(rate), tick), i));
     }
     info.times = std::move(times);
-}
-
-void MovieReader::DescribeColours() {
-    const AVCodecContext& decoder = stream.Decoder();
-    info.primaries = decoder.color_primaries;
-    info.transfer = decoder.color_trc;
-    info.sceneLinear = decoder.color_trc == AVCOL_TRC_LINEAR;
-    const std::uint64_t flags = av_pix_fmt_desc_get(decoder.pix_fmt)->flags;
-    if (info.channels <= 2 || (flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0) return;
-    info.fullRange = HasFullRange(decoder.pix_fmt, decoder.color_range);
-    try {
-        info.matrix = MatrixOf(decoder.colorspace, decoder.height);
-    } catch (const std::runtime_error&) {
-        // Told with the number of the frame that is read.
-    }
 }
 
 void MovieReader::FindTimecode() {

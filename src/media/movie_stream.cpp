@@ -17,10 +17,31 @@ std::int64_t TimeOf(const AVFrame& frame) {
     return frame.pts != AV_NOPTS_VALUE ? frame.pts : frame.best_effort_timestamp;
 }
 
+// Each holds a picture of its own; the engine, which the decoder runs beside, is slower than two.
+constexpr int kDecoderThreads = 2;
+
+AvCodec OpenDecoder(const AVStream& stream, const std::string& name) {
+    const AVCodecParameters& parameters = *stream.codecpar;
+    const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
+    const std::string codecName = avcodec_get_name(parameters.codec_id);
+    if (codec == nullptr) ThrowInput(name + ": nothing here decodes its codec, " + codecName);
+    AvCodec decoder(avcodec_alloc_context3(codec));
+    if (!decoder) throw std::bad_alloc();
+    avcodec_parameters_to_context(decoder.get(), &parameters);
+    decoder->pkt_timebase = stream.time_base;
+    decoder->thread_count = kDecoderThreads;
+    const int result = avcodec_open2(decoder.get(), codec, nullptr);
+    if (result < 0) {
+        ThrowInput(name + ": its codec " + codecName + " cannot be decoded (" + AvText(result) +
+                   ")");
+    }
+    return decoder;
+}
+
 MovieStream::MovieStream(const std::string& fileName) : name(fileName), pending(MakePacket()) {
     SilenceLibraries();
     Open();
-    OpenDecoder();
+    decoder = OpenDecoder(Stream(), name);
 }
 
 void MovieStream::Open() {
@@ -39,26 +60,6 @@ void MovieStream::Open() {
     streamIndex = found;
     for (unsigned i = 0; i < opened->nb_streams; ++i) {
         if (static_cast<int>(i) != found) opened->streams[i]->discard = AVDISCARD_ALL;
-    }
-}
-
-// Each holds a picture of its own; the engine, which the decoder runs beside, is slower than two.
-constexpr int kDecoderThreads = 2;
-
-void MovieStream::OpenDecoder() {
-    const AVCodecParameters& parameters = *Stream().codecpar;
-    const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
-    const std::string codecName = avcodec_get_name(parameters.codec_id);
-    if (codec == nullptr) ThrowInput(name + ": nothing here decodes its codec, " + codecName);
-    decoder.reset(avcodec_alloc_context3(codec));
-    if (!decoder) throw std::bad_alloc();
-    avcodec_parameters_to_context(decoder.get(), &parameters);
-    decoder->pkt_timebase = Stream().time_base;
-    decoder->thread_count = kDecoderThreads;
-    const int result = avcodec_open2(decoder.get(), codec, nullptr);
-    if (result < 0) {
-        ThrowInput(name + ": its codec " + codecName + " cannot be decoded (" + AvText(result) +
-                   ")");
     }
 }
 

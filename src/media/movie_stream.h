@@ -31,7 +31,6 @@ class MovieStream {
 
   private:
     void Open();
-    void OpenDecoder();
     bool SkipToKey(std::int64_t time);
     bool Feed();
 
@@ -46,6 +45,9 @@ class MovieStream {
     bool hasPending = false;
     int streamIndex = -1;
 };
+
+// An open decoder for that stream of a movie of that name. Throws MediaError of kind kInput.
+AvCodec OpenDecoder(const AVStream& stream, const std::string& name);
 
 // When a picture is shown, in the stream's time base; AV_NOPTS_VALUE where nobody knows.
 std::int64_t TimeOf(const AVFrame& frame);

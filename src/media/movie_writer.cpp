@@ -6,6 +6,7 @@
 #include <new>
 
 #include "media/libav.h"
+#include "media/movie_colours.h"
 #include "media/movie_fields.h"
 #include "media/movie_pixels.h"
 #include "media/safe_file.h"
@@ -109,10 +110,9 @@ class MovieWriter : public ClipWriter {
     }
     void Start(const Picture& picture);
     void OpenCodec(const Picture& picture, const Encoding& encoding);
-    void NameColours(bool rgb);
     void NameTimecode();
     void OpenFile();
-    void MakeVideoFrame(const Picture& picture, const Encoding& encoding);
+    void MakeVideoFrame();
     void Encode(const AVFrame* picture);
     void WriteSound(bool last);
 
@@ -146,23 +146,6 @@ void MovieWriter::Throw(int error) const {
     throw MediaError(MediaError::Kind::kFailure, named + ": cannot be written: " + AvText(error));
 }
 
-// Those of a movie stay as they are told, and so do its codes: matrix and range. Stills are taken
-// for ITU-R BT.709. ProRes has no mark for a full range.
-void MovieWriter::NameColours(bool rgb) {
-    const ClipInfo& source = settings.source;
-    const bool coded = source.matrix != AVCOL_SPC_UNSPECIFIED;
-    const bool full = source.fullRange && codec->codec_id != AV_CODEC_ID_PRORES;
-    codec->colorspace = rgb     ? AVCOL_SPC_RGB
-                        : coded ? static_cast<AVColorSpace>(source.matrix)
-                                : AVCOL_SPC_BT709;
-    codec->color_range = rgb || full ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-    const bool named = source.isMovie || rgb || source.primaries != AVCOL_PRI_UNSPECIFIED;
-    codec->color_primaries =
-        named ? static_cast<AVColorPrimaries>(source.primaries) : AVCOL_PRI_BT709;
-    codec->color_trc =
-        named ? static_cast<AVColorTransferCharacteristic>(source.transfer) : AVCOL_TRC_BT709;
-}
-
 // Time code begins with that of the first output frame that is written.
 void MovieWriter::NameTimecode() {
     const ClipInfo& source = settings.source;
@@ -181,7 +164,6 @@ void MovieWriter::OpenCodec(const Picture& picture, const Encoding& encoding) {
     const bool hasRate = source.rate.numerator > 0;
     const AVRational rate{hasRate ? static_cast<int>(source.rate.numerator) : 24,
                           hasRate ? static_cast<int>(source.rate.denominator) : 1};
-    const bool rgb = (av_pix_fmt_desc_get(encoding.pixelFormat)->flags & AV_PIX_FMT_FLAG_RGB) != 0;
     codec->width = picture.width;
     codec->height = picture.height;
     codec->pix_fmt = encoding.pixelFormat;
@@ -189,8 +171,7 @@ void MovieWriter::OpenCodec(const Picture& picture, const Encoding& encoding) {
     codec->time_base = av_inv_q(rate);
     codec->sample_aspect_ratio = {static_cast<int>(source.pixelAspect.numerator),
                                   static_cast<int>(source.pixelAspect.denominator)};
-    NameColours(rgb);
-    if (!rgb) codec->chroma_sample_location = AVCHROMA_LOC_LEFT;
+    NameColours(*codec, source);
     MarkFields(*codec, order);
     codec->thread_count = 0;
     codec->thread_type = FF_THREAD_SLICE;  // within a picture: each held one costs memory
@@ -205,17 +186,9 @@ void MovieWriter::OpenCodec(const Picture& picture, const Encoding& encoding) {
     Check(result);
 }
 
-void MovieWriter::MakeVideoFrame(const Picture& picture, const Encoding& encoding) {
+void MovieWriter::MakeVideoFrame() {
     video = MakeFrame();
-    video->width = picture.width;
-    video->height = picture.height;
-    video->format = encoding.pixelFormat;
-    video->colorspace = codec->colorspace;
-    video->color_range = codec->color_range;
-    video->color_primaries = codec->color_primaries;
-    video->color_trc = codec->color_trc;
-    video->chroma_location = codec->chroma_sample_location;
-    video->sample_aspect_ratio = codec->sample_aspect_ratio;
+    NameColours(*codec, *video);
     MarkFields(*video, order);
     if (IsInterlaced(order)) converter.KeepFieldsApart();
     Check(av_frame_get_buffer(video.get(), 0));
@@ -259,7 +232,7 @@ void MovieWriter::Start(const Picture& picture) {
     }
     OpenCodec(picture, encoding);
     OpenFile();
-    MakeVideoFrame(picture, encoding);
+    MakeVideoFrame();
     packet = MakePacket();
 }
 

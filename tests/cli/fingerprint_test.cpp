@@ -128,6 +128,7 @@ std::vector<OptionCase> CasesOf(const Shot& shot) {
         {"--flow-scale", {"3"}, true, slow + Words{"--view", "flow"}, {}},
         {"--threads", {"1"}, false, slow, {}},
         {"--depth", {"16"}, true, slow, {}},
+        {"--pipe", {"nut"}, false, slow, {}},
         {"--start-number", {"7"}, false, slow, {}},
         {"--no-cache", {}, false, slow, {}},
         {"--overwrite", {}, false, slow, {}},

@@ -15,7 +15,7 @@ expect 2 '-o' retime "$in"
 expect 2 '--speed' retime "$in" -o "$frames" --speed 10.1
 expect 2 '--length' retime "$in" -o "$frames" --speed 0
 expect 2 '--frames' retime "$in" -o "$frames" --frames ''
-expect 2 'standard output' retime "$in" -o -
+expect 2 'standard output' vectors "$in" -o -
 expect 2 '=' retime "$in" -o="$out/slow.mkv"
 expect 2 'slow.%04d.png' retime "$in" -o "$out/slow.png"
 expect 2 'slow.xyz' retime "$in" -o "$out/slow.xyz"
