@@ -1,7 +1,10 @@
 #include "cli/sound_law.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+
+#include "media/picture_times.h"
 
 namespace velorin {
 
@@ -10,14 +13,32 @@ namespace {
 // What movies are taken for that know of no rate.
 constexpr Rational kUsualRate{24, 1};
 
+double EvenSeconds(const ClipInfo& source, double frames) {
+    const Rational rate = source.rate.numerator > 0 ? source.rate : kUsualRate;
+    return frames * static_cast<double>(rate.denominator) / static_cast<double>(rate.numerator);
+}
+
 }  // namespace
 
+double Quotient(const Rational& ratio) {
+    return static_cast<double>(ratio.numerator) / static_cast<double>(ratio.denominator);
+}
+
 double SecondsOf(const ClipInfo& source, const SourceTime& time) {
-    const Rational rate = source.rate.numerator > 0 ? source.rate : kUsualRate;
-    const double frames =
-        static_cast<double>(time.frame) +
-        static_cast<double>(time.numerator) / static_cast<double>(time.denominator);
-    return frames * static_cast<double>(rate.denominator) / static_cast<double>(rate.numerator);
+    const double part = static_cast<double>(time.numerator) / static_cast<double>(time.denominator);
+    if (!source.times) return EvenSeconds(source, static_cast<double>(time.frame) + part);
+    const std::vector<std::int64_t>& ticks = source.times->ticks;
+    const auto secondsTo = [&](std::int64_t picture) {
+        return static_cast<double>(ticks[static_cast<std::size_t>(picture)] - ticks[0]) *
+               Quotient(source.times->tick);
+    };
+    // Beyond its ends the clip goes on at its nominal rate.
+    const std::int64_t picture = std::clamp<std::int64_t>(time.frame, 0, std::ssize(ticks) - 1);
+    const double here = secondsTo(picture);
+    if (picture != time.frame || picture == std::ssize(ticks) - 1) {
+        return here + EvenSeconds(source, static_cast<double>(time.frame - picture) + part);
+    }
+    return here + part * (secondsTo(picture + 1) - here);
 }
 
 double LengthInSeconds(const ClipInfo& source) {

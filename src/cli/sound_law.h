@@ -9,6 +9,8 @@
 
 namespace velorin {
 
+double Quotient(const Rational& ratio);
+
 // When the movie shows that moment, in seconds since its first picture.
 double SecondsOf(const ClipInfo& source, const SourceTime& time);
 

@@ -21,10 +21,6 @@ bool KeepsSound(const Options& options, const RunPlan& plan) {
     return plan.source.sound && IsMovieName(options.output) && options.audio != kAudioDrop;
 }
 
-double Quotient(const Rational& ratio) {
-    return static_cast<double>(ratio.numerator) / static_cast<double>(ratio.denominator);
-}
-
 // Of a constant speed: seconds of the source in a second of the output, whose rate may be another.
 double TempoOf(const RunPlan& plan) {
     const double speed = Quotient(*plan.lawFacts.speed);
