@@ -125,12 +125,4 @@ inline bool IsBlack(const std::vector<std::byte>& frame) {
     return std::all_of(frame.begin(), frame.end(), [](std::byte b) { return b == std::byte{0}; });
 }
 
-// What work() writes on the standard output.
-template <typename Work>
-std::string StdoutOf(Work&& work) {
-    testing::internal::CaptureStdout();
-    work();
-    return testing::internal::GetCapturedStdout();
-}
-
 }  // namespace velorin

@@ -14,4 +14,12 @@ std::string StderrOf(Work&& work) {
     return testing::internal::GetCapturedStderr();
 }
 
+// What work() writes on the standard output.
+template <typename Work>
+std::string StdoutOf(Work&& work) {
+    testing::internal::CaptureStdout();
+    work();
+    return testing::internal::GetCapturedStdout();
+}
+
 }  // namespace velorin
