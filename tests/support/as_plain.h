@@ -18,8 +18,11 @@ inline void FillTrying(Noise& noise, ZPImage& image) {
     const int pixels = image.width * image.height;
     for (int i = 0; i < pixels; ++i) {
         const float value = i % 2 == 0 ? 0.0f : image.whitePoint;
-        PutValue(image, noise.Int(0, image.width - 1), noise.Int(0, image.height - 1),
-                 noise.Int(0, image.channels - 1), value);
+        // One by one: compilers differ in the order of a call's arguments.
+        const int c = noise.Int(0, image.channels - 1);
+        const int y = noise.Int(0, image.lastRow);
+        const int x = noise.Int(0, image.lastColumn);
+        PutValue(image, x, y, c, value);
     }
     if (image.pixelType == ZPPixFloat) noise.Sprinkle(image, pixels / 64);
 }
