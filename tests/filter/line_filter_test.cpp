@@ -2,13 +2,48 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <vector>
 
-#include "filter/plain_line.h"
 #include "support/noise.h"
 
 namespace velorin {
 namespace {
+
+// The line filter as it is told: one line in a buffer with a margin of a kernel's length on each
+// side, each output on its own.
+std::vector<float> PlainLine(const std::vector<float>& line, const std::vector<float>& w,
+                             AbsentSample absent) {
+    const int length = static_cast<int>(line.size());
+    const int n = static_cast<int>(w.size());
+    std::vector<float> padded(length + 2 * n, -1.0f);
+    std::copy(line.begin(), line.end(), padded.begin() + n);
+    const float* v = padded.data() + n;
+    const int middleBegin = std::min(length, n);
+    const int middleEnd = middleBegin + std::max(length - 2 * n, 0);
+    std::vector<float> out(length);
+    for (int i = 0; i < length; ++i) {
+        const bool middle = i >= middleBegin && i < middleEnd;
+        float sum = w[0] * v[i];
+        float norm = w[0];
+        for (int j = n - 1; j >= 1; --j) {
+            if (middle) {
+                sum += w[j] * (v[i + j] + v[i - j]);
+                continue;
+            }
+            for (int at : {i + j, i - j}) {
+                const bool there =
+                    absent == AbsentSample::kMinusOne ? v[at] != -1.0f : at >= 0 && at < length;
+                if (!there) continue;
+                sum += w[j] * v[at];
+                norm += w[j];
+            }
+        }
+        out[i] = middle ? sum : sum / norm;
+    }
+    return out;
+}
 
 constexpr float kUntouched = 777.0f;
 
