@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 #include "image/err.h"
 #include "support/failing_allocator.h"
 
