@@ -2,86 +2,63 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
-#include <cmath>
-
-#include "support/in_place.h"
-#include "support/plain_stored.h"
-#include "support/put_each.h"
+#include "image/copy.h"
+#include "support/checksum.h"
 #include "support/stderr_text.h"
 
 namespace velorin {
 namespace {
 
-using Pixel = std::array<float, 4>;
-
-Pixel PlainFourChannels(int type, const Pixel& target, const Pixel& other, float share) {
-    const float white = WhiteOf(type);
-    Pixel mixed;
-    for (int c = 0; c < 4; ++c) mixed[c] = other[c] + (target[c] - other[c]) * share;
-    const float w = mixed[3] / white;
-    if (!(w > 0.0f)) return {0, 0, 0, 0};
-    for (int c = 0; c < 3; ++c) {
-        if (w > 1.0f) mixed[c] /= w;
-    }
-    mixed[3] = std::min(mixed[3], white);
-    if (type == ZPPixFloat) return mixed;
-    for (float& value : mixed) {
-        const double clamped = std::min(std::max(value, 0.0f), white);
-        value = static_cast<float>(std::floor(clamped + 0.5));
-    }
-    for (int c = 0; c < 3; ++c) mixed[c] = std::min(mixed[c], mixed[3]);
-    return mixed;
-}
-
-void PlainBlend(ZPImage& target, const ZPImage& other, float share, int y) {
-    const int type = target.pixelType;
-    if (share == 1.0f) return;
-    for (int x = 0; x < target.width; ++x) {
-        Pixel t{}, o{};
-        for (int c = 0; c < target.channels; ++c) {
-            t[c] = ValueAt(target, x, y, c);
-            o[c] = ValueAt(other, x, y, c);
-        }
-        if (share == 0.0f) {
-            t = o;
-        } else if (target.channels == 4) {
-            t = PlainFourChannels(type, t, o, share);
-        } else if (target.channels == 3 && type == ZPPixFloat) {
-            for (int c = 0; c < 3; ++c) t[c] = o[c] + (t[c] - o[c]) * share;
-        } else if (target.channels == 3 && type == ZPPixUChar) {
-            for (int c = 0; c < 3; ++c) {
-                t[c] = PlainStored(type, t[c] * share + o[c] * (1.0f - share));
-            }
-        }
-        for (int c = 0; c < target.channels; ++c) PutValue(target, x, y, c, t[c]);
-    }
-}
-
-TEST(BlendRows, EqualsPlainRuleInEveryForm) {
-    ForEachPictureForm([](int type, int channels) {
-        Noise noise(21);
-        ZPImage first(19, 67, channels, type, 0), second(19, 67, channels, type, 0);
-        ZPImage flipped(19, 67, channels, type, 1);
+// Two pictures of noise.
+struct NoisePair {
+    NoisePair(int type, int channels)
+        : first(19, 67, channels, type, 0), second(19, 67, channels, type, 0) {
+        Noise noise(26);
         noise.Fill(first);
         noise.Fill(second);
-        CopyExact(&flipped, &second);
-        // Beyond 0 to 1 alphas leave their range on both sides.
-        for (float share : {0.3f, -0.6f, 1.9f, 0.0f, 1.0f}) {
+    }
+    ZPImage first;
+    ZPImage second;
+};
+
+// Runs blend(target, other) on copies of the pair, in both row orders and on all thread counts, and
+// expects the same bits each time. Answers their sum, going on from `sum`.
+template <typename Work>
+std::uint64_t BlendSum(const NoisePair& pair, std::uint64_t sum, const Work& blend) {
+    Snapshot expected(pair.first);
+    blend(*expected, pair.second);
+    ForEachThreadCount([&] {
+        for (int bottomUp : {0, 1}) {
+            const ZPImage& like = pair.first;
+            GapImage target(19, 67, like.channels, like.pixelType, bottomUp);
+            ZPImage other(19, 67, like.channels, like.pixelType, bottomUp);
+            other.whitePoint = pair.second.whitePoint;
+            CopyPixels(*target, pair.first);
+            CopyPixels(other, pair.second);
+            blend(*target, other);
+            EXPECT_SAME_IMAGE(*target, *expected);
+            EXPECT_TRUE(target.GapsUntouched());
+        }
+    });
+    return Checksum(*expected, sum);
+}
+
+// Beyond 0 to 1 alphas leave their range on both sides.
+constexpr float kShares[] = {0.3f, -0.6f, 1.9f, 0.0f, 1.0f};
+
+TEST(BlendRows, SameBitsInEveryFormAndRowMode) {
+    std::uint64_t sum = kEmptySum;
+    ForEachPictureForm([&](int type, int channels) {
+        const NoisePair pair(type, channels);
+        for (float share : kShares) {
             for (int rowMode : {0, 1, 2, 3}) {
-                Snapshot expected(first);
-                for (int y = 0; y < 67; ++y) {
-                    const bool chosen = rowMode == 1 || y % 2 == (rowMode == 3 ? 1 : 0);
-                    if (chosen) PlainBlend(*expected, second, share, y);
-                }
-                ExpectInPlace(first, *expected, [&](ZPImage& target) {
-                    const ZPImage& other = target.bottomUp ? flipped : second;
+                sum = BlendSum(pair, sum, [&](ZPImage& target, const ZPImage& other) {
                     EXPECT_EQ(ZPBlendRows(target, other, rowMode, share), 1);
                 });
             }
         }
     });
+    EXPECT_EQ(sum, 14193623373273738832u);
 }
 
 TEST(BlendRows, RefusesImagesThatDoNotFit) {
@@ -106,84 +83,42 @@ TEST(BlendRows, RefusesImagesThatDoNotFit) {
     EXPECT_SAME_IMAGE(target, *before);
 }
 
-// Two pictures of noise, the second in a row order of its own.
-struct NoisePair {
-    NoisePair(int type, int channels, int secondOrder = 0)
-        : first(19, 67, channels, type, 0), second(19, 67, channels, type, secondOrder) {
-        Noise noise(26);
-        noise.Fill(first);
-        noise.Fill(second);
-    }
-    ZPImage first;
-    ZPImage second;
-};
-
-TEST(Blend, EqualsPlainRuleWithFourChannelsAndBlendRowsWithFewer) {
-    ForEachPictureForm([](int type, int channels) {
+TEST(Blend, SameBitsInEveryForm) {
+    std::uint64_t sum = kEmptySum;
+    ForEachPictureForm([&](int type, int channels) {
         NoisePair pair(type, channels);
-        ZPImage& first = pair.first;
-        ZPImage& second = pair.second;
-        if (type == ZPPixFloat && channels == 4) second.whitePoint = 0.75f;
-        for (float share : {0.0f, 0.3f, -0.6f, 1.9f, 1.0f}) {
-            Snapshot expected(share == 0.0f ? second : first);
-            if (channels != 4) ZPBlendRows(*expected, second, 1, share);
-            const auto mix = [&](int x, int y, int c) {
-                const float o = ValueAt(second, x, y, c);
-                return o + (ValueAt(first, x, y, c) - o) * share;
-            };
-            const auto rule = [&](int x, int y, int c) {
-                if (!(mix(x, y, 3) > 0.0f)) return 0.0f;
-                if (c < 3) return PlainStored(type, mix(x, y, c));
-                const float alpha = std::min(mix(x, y, 3), second.whitePoint);
-                return type == ZPPixFloat ? alpha : std::floor(alpha);
-            };
-            if (channels == 4 && share != 0.0f && share != 1.0f) PutEach(*expected, rule);
-            ForEachThreadCount([&] {
-                GapImage target(19, 67, channels, type, 0);
-                CopyExact(&*target, &first);
-                EXPECT_EQ(ZPBlend(*target, second, share), 1);
-                EXPECT_SAME_IMAGE(*target, *expected);
-                EXPECT_TRUE(target.GapsUntouched());
+        if (type == ZPPixFloat && channels == 4) pair.second.whitePoint = 0.75f;
+        for (float share : kShares) {
+            sum = BlendSum(pair, sum, [&](ZPImage& target, const ZPImage& other) {
+                EXPECT_EQ(ZPBlend(target, other, share), 1);
             });
         }
         // With four channels what does not fit is no failure.
         const ZPImage flipped(19, 67, channels, type, 1);
-        Snapshot before(first);
-        EXPECT_EQ(ZPBlend(first, flipped, 0.3f), channels == 4 ? 1 : 0);
-        EXPECT_SAME_IMAGE(first, *before);
+        Snapshot before(pair.first);
+        EXPECT_EQ(ZPBlend(pair.first, flipped, 0.3f), channels == 4 ? 1 : 0);
+        EXPECT_SAME_IMAGE(pair.first, *before);
     });
+    EXPECT_EQ(sum, 6402692495148066556u);
 }
 
-TEST(BlendTwo, EqualsPlainRuleInEveryForm) {
-    ForEachPictureForm([](int type, int channels) {
-        const NoisePair pair(type, channels, 1);
+TEST(BlendTwo, SameBitsInEveryForm) {
+    std::uint64_t sum = kEmptySum;
+    ForEachPictureForm([&](int type, int channels) {
+        const NoisePair pair(type, channels);
         for (float share : {0.3f, 0.5f, 0.0051f, -0.25f, 1.2f}) {
+            // Pictures that are weighed have to agree in row order.
             const bool weighs = channels == 4 && (share < 0.0f || share > 1.0f);
-            ZPImage black(19, 67, channels, type, 0), expected(19, 67, channels, type, 0);
-            ClearImage(&black);
-            ClearImage(&expected);
-            if (weighs) {
-                ZPImage sameOrder(19, 67, 4, type, 0);
-                CopyExact(&sameOrder, &pair.second);
-                CopyExact(&expected, &pair.first);
-                EXPECT_EQ(ZPBlendRows(expected, sameOrder, 1, 1.0f - share), 1);
-            } else if (channels != 2) {
-                PutEach(expected, [&](int x, int y, int c) {
-                    const float f = ValueAt(pair.first, x, y, c);
-                    const float mixed = f + (ValueAt(pair.second, x, y, c) - f) * share;
-                    if (type == ZPPixFloat) return mixed;
-                    // No clamp: what does not fit keeps its low bits.
-                    const int cut = static_cast<int>(mixed + 0.5f);
-                    return static_cast<float>(cut & static_cast<int>(WhiteOf(type)));
-                });
-            }
-            ExpectInPlace(black, expected, [&](ZPImage& dest) {
-                // Pictures that are weighed have to agree in row order.
-                if (weighs && !dest.bottomUp) return CopyExact(&dest, &expected);
-                ZPBlendTwo(dest, pair.first, pair.second, share);
+            sum = BlendSum(pair, sum, [&](ZPImage& dest, const ZPImage& second) {
+                const int order = weighs ? dest.bottomUp : 1 - dest.bottomUp;
+                ZPImage first(19, 67, channels, type, order);
+                CopyPixels(first, pair.first);
+                ClearImage(&dest);
+                ZPBlendTwo(dest, first, second, share);
             });
         }
     });
+    EXPECT_EQ(sum, 17323531918375297674u);
 }
 
 TEST(BlendTwo, CopiesWithinFiveThousandthsOfAnEnd) {

@@ -14,7 +14,7 @@
 #include "support/plain_bilinear.h"
 #include "support/plain_stored.h"
 #include "support/put_each.h"
-#include "support/stderr_text.h"
+#include "support/refusal.h"
 
 namespace velorin {
 namespace {
@@ -215,34 +215,21 @@ TEST(InverseWarp, PinnedInFourChannels) {
 }
 
 TEST(InverseWarp, RefusesImagesThatDoNotFit) {
-    ZPImage dest(8, 8, 4, ZPPixUChar, 0), narrow(7, 8, 4, ZPPixUChar, 0);
-    ZPImage three(8, 8, 3, ZPPixUChar, 0), words(8, 8, 4, ZPPixUShort, 0);
-    ZPImage five(8, 8, 5, ZPPixUChar, 0), line(1, 8, 4, ZPPixUChar, 0);
-    ZPImage flow(8, 8, 2, ZPPixFloat, 0), oneChannel(8, 8, 1, ZPPixFloat, 0);
-    ZPImage wordFlow(8, 8, 2, ZPPixUShort, 0), narrowCoverage(7, 8, 1, ZPPixUChar, 0);
-    ZPImage wordCoverage(8, 8, 1, ZPPixUShort, 0), twoChannels(8, 8, 2, ZPPixUChar, 0);
-    const ZPImage source(8, 8, 4, ZPPixUChar, 0), fives(8, 8, 5, ZPPixUChar, 0);
-    const ZPImage lines(1, 8, 4, ZPPixUChar, 0);
+    const Shape fits{8, 8, 4, 0}, line{1, 8, 4, 0}, five{8, 8, 5, 0}, flow{8, 8, 2, 2};
+    const Shape covered{8, 8, 1, 0}, lineCovered{1, 8, 1, 0};
     const struct {
-        ZPImage& dest;
-        const ZPImage& source;
-        const ZPImage& flow;
-        ZPImage* coverage;
-    } kCases[] = {{narrow, source, flow, nullptr},       {three, source, flow, nullptr},
-                  {words, source, flow, nullptr},        {five, fives, flow, nullptr},
-                  {dest, source, oneChannel, nullptr},   {dest, source, wordFlow, nullptr},
-                  {dest, source, flow, &narrowCoverage}, {dest, source, flow, &wordCoverage},
-                  {dest, source, flow, &twoChannels},    {line, lines, flow, nullptr}};
+        Shape dest, source, flow, coverage;
+    } kCases[] = {{{7, 8, 4, 0}, fits, flow, covered},       {{8, 8, 3, 0}, fits, flow, covered},
+                  {{8, 8, 4, 1}, fits, flow, covered},       {five, five, flow, covered},
+                  {fits, fits, {8, 8, 1, 2}, covered},       {fits, fits, {8, 8, 2, 1}, covered},
+                  {fits, fits, flow, {7, 8, 1, ZPPixUChar}}, {fits, fits, flow, {8, 8, 1, 1}},
+                  {fits, fits, flow, {8, 8, 2, ZPPixUChar}}, {line, line, flow, lineCovered}};
     for (const auto& it : kCases) {
-        PutAll(it.dest, 7.0f);
-        Snapshot before(it.dest);
-        int result = 1;
-        const auto run = [&] {
-            result = ZPInverseWarp(it.dest, it.source, it.flow, 1, it.coverage, 1, 1.0f);
-        };
-        EXPECT_EQ(StderrOf(run), "can't warp image, input files not of correct types and sizes\n");
-        EXPECT_EQ(result, 0);
-        EXPECT_SAME_IMAGE(it.dest, *before);
+        ExpectRefused({it.dest, it.source, it.flow, it.coverage},
+                      "can't warp image, input files not of correct types and sizes\n",
+                      [](Images& i) {
+                          EXPECT_EQ(ZPInverseWarp(*i[0], *i[1], *i[2], 1, i[3].get(), 1, 1.0f), 0);
+                      });
     }
 }
 

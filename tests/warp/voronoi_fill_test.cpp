@@ -9,7 +9,7 @@
 #include "image/arithmetic.h"
 #include "support/in_place.h"
 #include "support/put_each.h"
-#include "support/stderr_text.h"
+#include "support/refusal.h"
 
 namespace velorin {
 namespace {
@@ -132,16 +132,12 @@ TEST(VoronoiFill, TakesTheEarliestOfEquallyNearSeeds) {
 }
 
 TEST(VoronoiFill, RefusesMarksThatDoNotFit) {
-    ZPImage image(9, 7, 4, ZPPixUChar, 0);
-    Noise noise(54);
-    noise.Fill(image);
-    Snapshot before(image);
-    ZPImage narrow(8, 7, 1, ZPPixUChar, 0), low(9, 6, 1, ZPPixUChar, 0),
-        two(9, 7, 2, ZPPixUChar, 0), shorts(9, 7, 1, ZPPixShort, 0);
-    for (ZPImage* marks : {&narrow, &low, &two, &shorts}) {
-        EXPECT_EQ(StderrOf([&] { ZPVoronoiFill(image, *marks); }),
-                  "input problem in ZPVoronoiFill\n");
-        EXPECT_SAME_IMAGE(image, *before);
+    for (const Shape& marks : {Shape{8, 7, 1, ZPPixUChar},
+                               {9, 6, 1, ZPPixUChar},
+                               {9, 7, 2, ZPPixUChar},
+                               {9, 7, 1, ZPPixShort}}) {
+        ExpectRefused({{9, 7, 4, ZPPixUChar}, marks}, "input problem in ZPVoronoiFill\n",
+                      [](Images& i) { ZPVoronoiFill(*i[0], *i[1]); });
     }
 }
 
