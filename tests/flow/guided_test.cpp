@@ -3,14 +3,8 @@
 #include <cmath>
 #include <string>
 
-#include "flow/level_solver.h"
 #include "flow/optical_flow.h"
-#include "flow/propagate.h"
-#include "image/arithmetic.h"
-#include "image/copy.h"
-#include "support/forms.h"
-#include "support/noise.h"
-#include "support/put_each.h"
+#include "support/checksum.h"
 
 namespace velorin {
 namespace {
@@ -18,11 +12,11 @@ namespace {
 constexpr int kWidth = 48;
 constexpr int kHeight = 38;
 
-void FillFrame(ZPImage& frame, double shiftX, double shiftY) {
+// Integer arithmetic alone makes it, the same on every machine.
+void FillFrame(ZPImage& frame, int shiftX, int shiftY) {
     PutEach(frame, [=](int x, int y, int) {
-        const double px = x - shiftX, py = y - shiftY;
-        const double waves = std::sin(0.4 * px + 0.2 * py) + std::sin(0.15 * px - 0.5 * py);
-        return static_cast<float>(std::floor(128 + 50 * waves));
+        const int px = x - shiftX, py = y - shiftY;
+        return static_cast<float>(128 + ((px * px + 3 * px * py + 2 * py * py) >> 2) % 100);
     });
 }
 
@@ -40,79 +34,30 @@ void FillHints(ZPOpticalFlowUChar& flow) {
     }
 }
 
-// The level loop as it is told, on the pyramids that `in` loaded, with the whole pyramid in use.
-struct PlainLoop {
-    ZPOpticalFlowUChar& in;
-    bool skipPropagation;
-    KQIdleAndProgressClass progress{nullptr};
-
-    void Hints(int n) {
-        if (in.guided) in.ImposeHints(n);
-    }
-    void Propagate(int n) {
-        if (skipPropagation) return;
-        PropagateCandidates(*in.flowPyramid[n], *in.imagePyramidA[n], *in.imagePyramidB[n],
-                            in.mattePyramidA[n].get(), in.mattePyramidB[n].get(), progress);
-    }
-    void Level(int n) {
-        ZPImage& flow = *in.flowPyramid[n];
-        ZPImage gx(flow.width, flow.height, 1, ZPPixFloat, 0);
-        ZPImage gy(flow.width, flow.height, 1, ZPPixFloat, 0);
-        ZPImage tensor(flow.width, flow.height, 3, ZPPixFloat, 0);
-        ZPImage mismatch(flow.width, flow.height, 2, ZPPixFloat, 0);
-        Hints(n);
-        ComputeGradients(gx, gy, *in.imagePyramidA[n]);
-        if (in.masked) ClearGradientsAtMatte(gx, gy, *in.mattePyramidA[n]);
-        ComputeTensor(tensor, gx, gy);
-        BlurStage(tensor, true, 1);
-        for (int i = 0; i < 3; ++i) {
-            ComputeMismatch(mismatch, {*in.imagePyramidA[n], *in.imagePyramidB[n], gx, gy, flow,
-                                       in.mattePyramidB[n].get()});
-            BlurStage(mismatch, true, 1);
-            SolveFlow(flow, tensor, mismatch);
-            BlurStage(flow, false, 1);
-            if (n == 0 && i == 1) {
-                Propagate(n);
-                Hints(n);
-            }
-        }
-        if (n != 0) Propagate(n);
-        Hints(n);
-    }
-    void Run() {
-        in.HighPass();
-        ClearImage(in.flowPyramid[in.levelCount - 1].get());
-        for (int n = in.levelCount - 1; n >= 0; --n) {
-            Level(n);
-            if (n > 0) ResampleFlow(*in.flowPyramid[n - 1], *in.flowPyramid[n]);
-        }
-        ScaleValues(*in.Flow(), -1.0f);
-    }
-};
-
 TEST(Guided, TheWholeLoopHonoursHintsAndMattes) {
     ZPImage a(kWidth, kHeight, 1, ZPPixUChar, 0), b(kWidth, kHeight, 1, ZPPixUChar, 0);
     ZPImage matte(kWidth, kHeight, 1, ZPPixUChar, 0);
     FillFrame(a, 0, 0);
-    FillFrame(b, 1.5, -1.0);
+    FillFrame(b, 2, -1);
     PutEach(matte, [](int x, int y, int) { return x > 30 && y < 9 ? 0.0f : 255.0f; });
+    constexpr std::uint64_t kSums[] = {
+        10298549366135448232u, 11323819552029682332u, 17414321054501034566u, 17934539365799818727u,
+        4276000312902821661u,  961095014601415441u,   1442908987640196424u,  10038542202765612381u};
     for (int variant = 0; variant < 8; ++variant) {
         const bool guided = variant & 1, masked = variant & 2, skip = variant & 4;
         SCOPED_TRACE("variant " + std::to_string(variant));
         ZPOpticalFlowUChar flow(kWidth, kHeight, 0, guided, masked, 2);
-        ZPOpticalFlowUChar plain(kWidth, kHeight, 0, guided, masked, 2);
-        for (ZPOpticalFlowUChar* each : {&flow, &plain}) {
-            for (bool toB : {false, true}) each->LoadMatte(matte, toB);
-            each->LoadImage(b, nullptr, nullptr, true, false);
-            each->LoadImage(a, nullptr, nullptr, false, false);
-            if (guided) FillHints(*each);
-        }
+        for (bool toB : {false, true}) flow.LoadMatte(matte, toB);
+        if (guided) FillHints(flow);
         ForEachThreadCount([&] {
-            flow.LoadImage(b, nullptr, nullptr, true, false);
-            flow.LoadImage(a, nullptr, nullptr, false, false);
-            flow.ComputeFlow(nullptr, 1, 1, skip, nullptr);
-            if (GetThreadCount() == 1) PlainLoop{plain, skip}.Run();
-            EXPECT_SAME_IMAGE(*flow.Flow(), *plain.Flow());
+            std::uint64_t sum = kEmptySum;
+            for (int mode : {0, 1, 2}) {
+                flow.LoadImage(b, nullptr, nullptr, true, false);
+                flow.LoadImage(a, nullptr, nullptr, false, false);
+                flow.ComputeFlow(nullptr, 1, mode, skip, nullptr);
+                sum = Checksum(*flow.Flow(), sum);
+            }
+            EXPECT_EQ(sum, kSums[variant]);
         });
         if (!guided) continue;
         // The last word on level 0: the hint, with the sign turned.
@@ -165,7 +110,7 @@ TEST(Guided, SanityTestLooksAlongTheInternalVector) {
 TEST(Guided, ANarrowLevelWithoutHintsIsCleared) {
     ZPImage a(2, 40, 1, ZPPixUChar, 0), b(2, 40, 1, ZPPixUChar, 0);
     FillFrame(a, 0, 0);
-    FillFrame(b, 0, 1.0);
+    FillFrame(b, 0, 1);
     for (int guided : {0, 1, 2}) {
         ZPOpticalFlowUChar flow(2, 40, 0, guided > 0, 0, 2);
         if (guided == 2) PutValue(*flow.hintWeightPyramid[0], 0, 0, 0, 1.0f);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 #include "flow/optical_flow.h"
@@ -77,52 +76,6 @@ TEST(Hints, PointsOnAPixelAverageAndLevelsFollow) {
     unguided.ClearHints();
     unguided.AddHint(1.0f, 1.0f, 2.0f, 2.0f, 39.0f, 29.0f);
     unguided.FinishHints();
-}
-
-constexpr int kWidth = 320, kHeight = 160;
-constexpr float kMoveX = 13.0f, kMoveY = -2.0f;
-
-// A weave that repeats every 20 pixels and moves by more than half of that: the nearest match is
-// the wrong one.
-void DrawWeave(ZPImage& frame, float shiftX, float shiftY) {
-    PutEach(frame, [=](int x, int y, int) {
-        const double k = 2.0 * 3.14159265358979 / 20.0;
-        const double weave = std::sin(k * (x - shiftX)) + std::sin(k * (y - shiftY));
-        return static_cast<float>(std::floor(128.0 + 50.0 * weave));
-    });
-}
-
-TEST(Hints, LeadTheEstimatorWhereItGoesAstray) {
-    ZPImage a(kWidth, kHeight, 1, ZPPixUChar, 0), b(kWidth, kHeight, 1, ZPPixUChar, 0);
-    DrawWeave(a, 0.0f, 0.0f);
-    DrawWeave(b, kMoveX, kMoveY);
-    ZPOpticalFlowUChar flow(kWidth, kHeight, 0, 1, 0, 2);
-    flow.SetSensitivity(0.7f);
-    // The mean error within 8 pixels of 8 points.
-    const auto measure = [&](bool hinted) {
-        const auto isPoint = [](int x, int y) { return x % 80 == 40 && y % 80 == 40; };
-        flow.ClearHints();
-        ForEachPixel(a, [&](int x, int y) {
-            if (!hinted || !isPoint(x, y)) return;
-            const float px = static_cast<float>(x), py = static_cast<float>(y);
-            flow.AddHint(px, py, px + kMoveX, py + kMoveY, kWidth - 1, kHeight - 1);
-        });
-        flow.FinishHints();
-        flow.ComputeFlowFromImages(nullptr, &a, &b, 1, 1, 0, nullptr, false);
-        double sum = 0.0;
-        int count = 0;
-        ForEachPixel(a, [&](int x, int y) {
-            if (std::hypot(x % 80 - 40, y % 80 - 40) > 8.0) return;
-            sum += std::hypot(ValueAt(*flow.Flow(), x, y, 0) - kMoveX,
-                              ValueAt(*flow.Flow(), x, y, 1) - kMoveY);
-            ++count;
-        });
-        return sum / count;
-    };
-    const double without = measure(false), with = measure(true);
-    std::printf("error around 8 points: %.3f pixels, as hints %.3f\n", without, with);
-    EXPECT_GT(without, 10.0);
-    EXPECT_LT(with, 0.5);
 }
 
 }  // namespace

@@ -146,21 +146,6 @@ TEST(OpticalFlow, BlackPairsAndNoSensitivityGiveZeros) {
     EXPECT_EQ(ValueAt(*flow.flowPyramid[1], 3, 3, 0), 0.0f);  // coarser levels are not touched
 }
 
-TEST(OpticalFlow, SkippedPropagationAndModesChangeTheResult) {
-    FramePair frames(60, 50, 1, ZPPixUChar);
-    ZPOpticalFlowUChar plain(60, 50, 0, 0, 0, 2), other(60, 50, 0, 0, 0, 2);
-    Compute(plain, *frames.a, *frames.b);
-    Compute(other, *frames.a, *frames.b, 1, 1);
-    EXPECT_NE(FirstDifference(*plain.Flow(), *other.Flow()), "");
-    for (int mode : {0, 2}) {
-        Compute(other, *frames.a, *frames.b, mode);
-        EXPECT_NE(FirstDifference(*plain.Flow(), *other.Flow()), "");
-        EXPECT_NEAR(ValueAt(*other.Flow(), 30, 25, 0), 1.5, 0.3);
-    }
-    Compute(other, *frames.a, *frames.b);
-    EXPECT_SAME_IMAGE(*plain.Flow(), *other.Flow());
-}
-
 TEST(OpticalFlow, MessagesAndDestinations) {
     FramePair frames(40, 30, 3, ZPPixUChar), wide(41, 30, 3, ZPPixUChar);
     FramePair words(40, 30, 3, ZPPixUShort), four(40, 30, 4, ZPPixUChar);

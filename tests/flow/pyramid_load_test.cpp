@@ -1,81 +1,42 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <memory>
 #include <string>
 #include <utility>
 
-#include "filter/convolve.h"
-#include "filter/gaussian_blur.h"
-#include "filter/resample.h"
-#include "flow/level_solver.h"
-#include "flow/luminance.h"
 #include "flow/optical_flow.h"
 #include "image/copy.h"
-#include "support/forms.h"
-#include "support/noise.h"
-#include "support/put_each.h"
+#include "support/checksum.h"
 #include "support/stderr_text.h"
 
 namespace velorin {
 namespace {
 
-std::unique_ptr<ZPImage> Reduced(ZPImage& larger, int width, int height) {
-    auto smaller = std::make_unique<ZPImage>(width, height, 1, ZPPixFloat, 0);
-    SmoothBinomial(larger);
-    Resample(*smaller, larger);
-    return smaller;
+std::uint64_t SumOf(const ImagePyramid& pyramid, int levels, std::uint64_t sum = kEmptySum) {
+    for (int n = 0; n < levels; ++n) sum = Checksum(*pyramid[n], sum);
+    return sum;
 }
 
-std::unique_ptr<ZPImage> LuminanceOf(const ZPImage& frame) {
-    auto luma = std::make_unique<ZPImage>(frame.width, frame.height, 1, ZPPixFloat, 0);
-    ConvertToLuminance(*luma, frame, false);
-    return luma;
-}
-
-TEST(PyramidLoad, ReducesTheFrameStepByStepAndThenTheLevels) {
-    ForEachPictureForm([](int type, int channels) {
+TEST(PyramidLoad, SameLevelsInEveryForm) {
+    std::uint64_t plain = kEmptySum, passed = kEmptySum;
+    ForEachPictureForm([&](int type, int channels) {
         if (channels == 2) return;
-        ZPImage frame(75, 62, channels, type, 1);
+        ZPImage a(75, 62, channels, type, 1), b(75, 62, channels, type, 0);
         Noise noise(61);
-        noise.Fill(frame);
-        for (bool toB : {false, true}) {
-            ZPOpticalFlowUChar flow(75, 62, 2, 0, 0, 2);
-            flow.LoadImage(frame, nullptr, nullptr, toB, false);
-            const ImagePyramid& pyramid = toB ? flow.imagePyramidB : flow.imagePyramidA;
-            std::unique_ptr<ZPImage> level = LuminanceOf(frame);
-            level = Reduced(*level, 37, 31);
-            level = Reduced(*level, 18, 15);
-            EXPECT_SAME_IMAGE(*pyramid[0], *level);
-            EXPECT_SAME_IMAGE(*pyramid[1], *(level = Reduced(*level, 9, 7)));
-            EXPECT_SAME_IMAGE(*pyramid[2], *(level = Reduced(*level, 4, 3)));
+        noise.Fill(a);
+        noise.Fill(b);
+        for (int reductionSteps : {0, 2}) {
+            ZPOpticalFlowUChar flow(75, 62, reductionSteps, 0, 0, 2);
+            flow.LoadImage(a, nullptr, nullptr, false, false);
+            flow.LoadImage(b, &a, &b, true, false);
+            plain = SumOf(flow.imagePyramidA, flow.levelCount, plain);
+            plain = SumOf(flow.imagePyramidB, flow.levelCount, plain);
+            flow.HighPass();
+            passed = SumOf(flow.imagePyramidA, flow.levelCount, passed);
+            passed = SumOf(flow.imagePyramidB, flow.levelCount, passed);
         }
     });
-}
-
-TEST(PyramidLoad, HighPassSubtractsTheSmoothedLevel) {
-    ZPImage a(40, 33, 1, ZPPixUChar, 0), b(40, 33, 1, ZPPixUChar, 0);
-    Noise noise(62);
-    noise.Fill(a);
-    noise.Fill(b);
-    ZPOpticalFlowUChar flow(40, 33, 0, 0, 0, 2), loaded(40, 33, 0, 0, 0, 2);
-    for (ZPOpticalFlowUChar* each : {&flow, &loaded}) {
-        each->LoadImage(a, nullptr, nullptr, false, false);
-        each->LoadImage(b, &a, &b, true, false);
-    }
-    flow.HighPass();
-    const auto check = [&](const ZPImage& passed, const ZPImage& image) {
-        Snapshot smooth(image), expected(image);
-        SmoothBinomial(*smooth);
-        PutEach(*expected, [&](int x, int y, int) {
-            return ValueAt(image, x, y, 0) - ValueAt(*smooth, x, y, 0);
-        });
-        EXPECT_SAME_IMAGE(passed, *expected);
-    };
-    for (int n = 0; n < flow.levelCount; ++n) {
-        check(*flow.imagePyramidA[n], *loaded.imagePyramidA[n]);
-        check(*flow.imagePyramidB[n], *loaded.imagePyramidB[n]);
-    }
+    EXPECT_EQ(plain, 11212474158446433498u);
+    EXPECT_EQ(passed, 4574875549016194843u);
 }
 
 // A flat region keeps half its contrast, an edge is lifted towards white; next to a hole of the
@@ -90,20 +51,8 @@ TEST(PyramidLoad, EnhanceLiftsEdges) {
         for (bool toB : {false, true}) {
             flow.LoadMatte(hole, toB);
             flow.LoadImage(frame, nullptr, nullptr, toB, true);
-            std::unique_ptr<ZPImage> blurred = LuminanceOf(frame);
-            GaussianBlur(*blurred, 0, 2.0f);
-            ZPImage gx(40, 30, 1, ZPPixFloat, 0), gy(40, 30, 1, ZPPixFloat, 0);
-            ComputeGradients(gx, gy, *blurred);
-            if (masked) ClearGradientsAtMatte(gx, gy, *flow.mattePyramidA[0]);
-            ZPImage expected(40, 30, 1, ZPPixFloat, 0);
-            PutEach(expected, [&](int x, int y, int) {
-                const float p = ValueAt(gx, x, y, 0), q = ValueAt(gy, x, y, 0);
-                const float m = std::sqrt(p * p + q * q);
-                const double edge = m / 20.0f < 1.0f ? m / 20.0f : 1.0f;
-                return static_cast<float>((ValueAt(*blurred, x, y, 0) + 255.0 * edge) * 0.5);
-            });
             const ImagePyramid& pyramid = toB ? flow.imagePyramidB : flow.imagePyramidA;
-            EXPECT_SAME_IMAGE(*pyramid[0], expected);
+            EXPECT_EQ(SumOf(pyramid, 1), masked ? 14694870412954096472u : 7051153353639337448u);
             EXPECT_EQ(ValueAt(*pyramid[0], 5, 15, 0), 20.0f);
             EXPECT_EQ(ValueAt(*pyramid[0], 19, 15, 0) < 127.0f, masked);
             EXPECT_GT(ValueAt(*pyramid[0], 19, 5, 0), 150.0f);
