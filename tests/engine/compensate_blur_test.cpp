@@ -5,40 +5,28 @@
 #include <algorithm>
 #include <cmath>
 
-#include "filter/blur_along_flow.h"
-#include "support/as_plain.h"
-#include "warp/blend.h"
+#include "support/checksum.h"
 
 namespace velorin {
 namespace {
 
-// Made of the operations that it names; an edge, besides, gets sharper and stays within its type.
+// An edge, besides, gets sharper and stays within its type.
 TEST(CompensateBlur, TakesItsBranchInEveryForm) {
     KQIdleAndProgressClass progress(nullptr);
     ZPImage flow(9, 20, 2, ZPPixFloat, 0);
     PutAll(flow, 2.0f);
+    std::uint64_t sum = kEmptySum;
     ForEachPictureForm([&](int type, int channels) {
         ZPImage source(17, 40, channels, type, 0), dest(17, 40, channels, type, 0);
         Noise noise(5);
         FillTrying(noise, source);
-        Snapshot expected(source);
-        const auto unseen = [&](int x, int y, int c) {
-            return channels == 4 && c < 3 && ValueAt(*expected, x, y, 3) == 0.0f;
-        };
         // 1e-6f lies below 0.000001.
         for (float amount : {1e-6f, -1e-6f, 1.1e-6f, -1.1e-6f, 0.7f, 45.0f, -0.4f, -99.0f}) {
-            if (std::fabs(amount) > 1e-6f) {
-                const float share = amount < 0.0f ? 0.5f : std::min(amount, 20.0f);
-                BlurAlongFlow(*expected, source, flow, 1, nullptr, 0, 0, 16, 0, 39, share);
-            }
-            if (amount < -1e-6f) ZPBlend(*expected, source, std::max(amount, -10.0f));
-            if (amount > 1e-6f) {
-                PutEach(*expected, [&](int x, int y, int c) {
-                    return unseen(x, y, c) ? 0.0f : ValueAt(*expected, x, y, c);
-                });
-            }
             CompensateBlur(dest, source, flow, true, progress, amount);
-            EXPECT_EQ(FirstDifference(dest, *expected), "") << amount;
+            sum = Checksum(dest, sum);
+            if (std::fabs(amount) <= 1e-6f) {
+                EXPECT_SAME_IMAGE(dest, source);
+            }
         }
         if (channels < 4 || type == ZPPixFloat) return;
         PutEach(source, [&](int x, int, int c) {
@@ -51,6 +39,7 @@ TEST(CompensateBlur, TakesItsBranchInEveryForm) {
         for (int x = 0; x < 17; ++x) EXPECT_TRUE(x <= 8 ? change(x) <= 0 : change(x) >= 0) << x;
         EXPECT_TRUE(change(4) < 0.0f && change(12) > 0.0f);
     });
+    EXPECT_EQ(sum, 13630171868380524552u);
 }
 
 }  // namespace

@@ -4,67 +4,43 @@
 
 #include <cstring>
 
-#include "support/in_place.h"
+#include "support/checksum.h"
 #include "support/memory_host.h"
-#include "support/plain_stored.h"
-#include "support/put_each.h"
+#include "support/recorder.h"
 
 namespace velorin {
 namespace {
 
-// By the plain rule, in double precision.
 TEST(Fields, RowsOfTheOtherFieldBecomeMeans) {
-    ForEachPictureForm([](int type, int channels) {
+    std::uint64_t sum = kEmptySum;
+    ForEachPictureForm([&](int type, int channels) {
         for (const auto& [height, mode] :
              {std::pair{8, 2}, {8, 3}, {7, 2}, {7, 3}, {2, 2}, {7, 1}}) {
-            SCOPED_TRACE("height " + std::to_string(height) + ", mode " + std::to_string(mode));
-            ZPImage source(21, height, channels, type, 0);
-            Noise noise(7);
-            PutEach(source, [&](int, int, int) { return WhiteOf(type) * noise.Float(0.0f, 1.0f); });
-            Snapshot expected(source);
-            for (int y = 0; y < height; ++y) {
-                const bool odd = (height - 1 - y) % 2 != 0;
-                if (mode == 1 || odd != (mode == 2)) continue;
-                const int up = y > 0 ? y - 1 : 1;
-                const int down = y < height - 1 ? y + 1 : height - 2;
-                for (int x = 0; x < 21; ++x) {
-                    for (int c = 0; c < channels; ++c) {
-                        const float sum = ValueAt(source, x, up, c) + ValueAt(source, x, down, c);
-                        PutValue(*expected, x, y, c, PlainStored(type, sum * 0.5f));
-                    }
-                }
-            }
-            ExpectInPlace(source, *expected,
-                          [&, m = mode](ZPImage& image) { ExtractField(image, m); });
+            sum = ChecksumOfNoise(
+                {21, height, channels, type}, {1, 1, 1, ZPPixUChar},
+                [m = mode](ZPImage& image, ZPImage&) { ExtractField(image, m); }, sum);
         }
     });
+    EXPECT_EQ(sum, 8879420420083661474u);
     ZPImage row(5, 1, 4, ZPPixUChar, 0);
     ExtractField(row, 2);
     ExtractField(row, 3);
 }
 
 TEST(Fields, WeavingTakesTheRowsOfOneField) {
+    std::uint64_t sum = kEmptySum;
     for (int height : {6, 7}) {
         for (int mode : {1, 2, 3}) {
-            ZPImage first(9, height, 4, ZPPixUShort, 0), second(9, height, 4, ZPPixUShort, 1);
-            PutEach(first, [](int x, int y, int c) { return static_cast<float>(x + 100 * y + c); });
-            PutAll(second, 7.0f);
-            Snapshot expected(first);
-            for (int y = 0; y < height; ++y) {
-                const bool odd = (height - 1 - y) % 2 != 0;
-                if (mode == 1 || odd != (mode == 3)) continue;
-                std::fill_n(expected->Row<std::uint16_t>(y), 9 * 4, std::uint16_t{7});
-            }
-            ExpectInPlace(first, *expected,
-                          [&](ZPImage& image) { WeaveFields(image, second, mode); });
-            const ZPImage other(9, height, 4, ZPPixUChar, 0),
-                shorter(9, height - 1, 4, ZPPixUShort, 0);
-            ExpectInPlace(first, *Snapshot(first), [&](ZPImage& image) {
-                WeaveFields(image, other, mode);
-                WeaveFields(image, shorter, mode);
-            });
+            const Shape shape{9, height, 4, ZPPixUShort};
+            const auto weave = [&](ZPImage& first, ZPImage& second) {
+                WeaveFields(first, second, mode);
+            };
+            sum = ChecksumOfNoise(shape, shape, weave, sum);
+            ExpectAsPlain(shape, {9, height, 4, ZPPixUChar}, weave, kNothing);
+            ExpectAsPlain(shape, {9, height - 1, 4, ZPPixUShort}, weave, kNothing);
         }
     }
+    EXPECT_EQ(sum, 11039113571020851641u);
 }
 
 TEST(Fields, AFieldsNumberTellsItsRows) {
@@ -93,24 +69,17 @@ TEST(Fields, InAndOutGiveBackTheSource) {
     }
 }
 
-// Counts the reports of what runs while flows are estimated.
-struct Counter : KQIdleAndProgressClass {
-    Counter() : KQIdleAndProgressClass(nullptr) {}
-    void ReportProgress(float) override { ++reports; }
-    int reports = 0;
-};
-
 TEST(Fields, PassesOfOnePairShareItsFlows) {
     const auto reports = [](float speed, std::int64_t keepFlows) {
         MemoryHost host(DrawClip(4, 32, 24, ZPPixUChar));
-        Counter counter;
-        host.progress = &counter;
+        Recorder recorder;
+        host.progress = &recorder;
         host.outputFieldsAsked = 1;
         host.keepFlows = keepFlows;
         host.timeMap = [=](float t) { return 0.3f + speed * t; };
         EXPECT_EQ(host.Render(0.0f), 0);
         EXPECT_EQ(host.asked.size(), 4u);
-        return counter.reports;
+        return static_cast<int>(recorder.fractions.size());
     };
     const int twice = reports(2.0f, 1);  // passes at 0.3 and 1.3
     EXPECT_LT(reports(0.5f, 1), 0.6 * twice);

@@ -2,15 +2,13 @@
 
 #include <climits>
 #include <cmath>
-#include <cstdio>
 
 #include "engine/method_matrix.h"
 #include "image/arithmetic.h"
 #include "support/clean_render.h"
 #include "support/disc_scene.h"
+#include "support/engine_clips.h"
 #include "support/forms.h"
-#include "support/memory_host.h"
-#include "support/noise.h"
 
 namespace velorin {
 namespace {
@@ -51,38 +49,26 @@ constexpr View kViews[] = {{"output", 1, 0, DiscPart::kAll},
                            {"background", 1, 1, DiscPart::kGround},
                            {"foreground", 0, 0, DiscPart::kDisc}};
 
-// Calls work(host) for each pair of method and warping, which the host has.
 template <typename Work>
-void ForEachCell(Work&& work) {
-    for (int method = 0; method < 3; ++method) {
-        for (int warping = 0; warping < 4; ++warping) {
-            SCOPED_TRACE(std::string(kMethodNames[method]) + ", " + kWarpingNames[warping]);
-            DiscHost host;
-            host.method = method;
-            host.warping = warping;
-            work(host);
-        }
-    }
+void ForEachDiscCell(Work&& work) {
+    ForEachCell([] { return DiscHost(); }, work);
 }
 
 TEST(Layered, EveryCellComesNearTheTruthOfEveryView) {
     const float time = 0.5f;
-    std::printf("mean error in levels at %.1f / around the disc's edge:\n  %-45s%-18s", time, "",
-                "one layer");
-    for (const View& view : kViews) std::printf("%-18s", view.name);
-    std::printf("\n");
-    ForEachCell([&](DiscHost& host) {
+    ForEachDiscCell([&](DiscHost& host) {
         MemoryHost single(DiscClip());
         single.method = host.method;
         single.warping = host.warping;
         ASSERT_EQ(single.Render(time), 0);
         const DiscErrors flat = CompareDisc(*single.result, *DrawDisc(time), time);
-        std::printf("  %-21s  %-21s %6.3f / %6.3f  ", kMethodNames[host.method],
-                    kWarpingNames[host.warping], flat.all, flat.edge);
+        // Without coverage a forward warp leaves its holes black.
+        const bool mayHaveHoles = host.warping == kForwardPlain;
+        EXPECT_LT(flat.all, mayHaveHoles ? 2.5 : 1.5);
+        EXPECT_TRUE(flat.black == 0 || mayHaveHoles);
         for (const View& view : kViews) {
             host.SetView(view.start, view.end);
             ASSERT_EQ(host.Render(time), 0);
-            EXPECT_EQ(host.held, 0);
             // Ground that is hidden on all frames which the method looks at cannot be known.
             const bool both = host.method > 0;
             const auto known = [&](int x, int y) {
@@ -91,38 +77,17 @@ TEST(Layered, EveryCellComesNearTheTruthOfEveryView) {
             };
             const auto truth = DrawDisc(time, view.part);
             const DiscErrors found = CompareDisc(*host.result, *truth, time, known);
-            std::printf("%6.3f / %6.3f   ", found.all, found.edge);
-            // Without coverage a forward warp leaves its holes black.
-            const bool mayHaveHoles = host.warping == kForwardPlain;
             EXPECT_LT(found.edge, flat.edge * (mayHaveHoles ? 0.8 : 0.5)) << view.name;
             EXPECT_TRUE(found.black == 0 || mayHaveHoles || view.start == 0) << view.name;
         }
-        std::printf("\n");
     });
 }
 
-TEST(Layered, TheForegroundAloneIsNothingOutsideItsMatte) {
-    ForEachCell([&](DiscHost& host) {
+TEST(Layered, OnASourceFrameTheForegroundIsCutOutAsItStands) {
+    ForEachDiscCell([](DiscHost& host) {
         host.SetView(0, 0);
-        for (float time : {0.0f, 0.5f}) {
-            host.timeMap = [=](float t) { return time + t; };
-            ASSERT_EQ(host.Render(0.0f), 0);
-            int stray = 0, covered = 0;
-            for (int y = 0; y < kDiscHeight; ++y) {
-                const std::uint8_t* pixel = host.result->Row<std::uint8_t>(y);
-                for (int x = 0; x < kDiscWidth; ++x, pixel += 4) {
-                    const bool zero = (pixel[0] | pixel[1] | pixel[2] | pixel[3]) == 0;
-                    if (OutsideDisc(x, y, time) > 6.0f && !zero) ++stray;
-                    if (OutsideDisc(x, y, time) < -6.0f && pixel[3] > 250) ++covered;
-                }
-            }
-            EXPECT_EQ(stray, 0);
-            EXPECT_GT(covered, 700);
-            // On a source frame the layer is cut out as it stands.
-            if (time == 0.0f) {
-                EXPECT_SAME_IMAGE(*AlphaOf(*host.result), *host.mattes[0]);
-            }
-        }
+        ASSERT_EQ(host.Render(0.0f), 0);
+        EXPECT_SAME_IMAGE(*AlphaOf(*host.result), *host.mattes[0]);
     });
 }
 
@@ -166,7 +131,7 @@ TEST(Layered, EveryChangedSettingOfALayerEstimatesAnew) {
 
 // Flows that are kept and those that layers share one after the other give the same picture.
 TEST(Layered, APictureDoesNotDependOnWhatIsKeptNorOnThreads) {
-    ForEachCell([](DiscHost& kept) {
+    ForEachDiscCell([](DiscHost& kept) {
         const float shrink = 1.5f;
         kept.layerShrink = &shrink;
         ASSERT_EQ(kept.Render(0.2f), 0);
@@ -191,7 +156,7 @@ void FillEach(std::vector<std::unique_ptr<ZPImage>>& images, float fraction) {
 }
 
 TEST(Layered, TheTrackingClipGivesMotionAndNoPixel) {
-    ForEachCell([](DiscHost& host) {
+    ForEachDiscCell([](DiscHost& host) {
         host.sameClip = 0;
         host.trackingFrames = DiscClip();
         FillEach(host.frames, 0.3f);
@@ -227,13 +192,10 @@ TEST(Layered, WithoutVectorsTheLaterFrameLiesOverItsTrackedCopy) {
 // Two mattes over each other: the first is in front, and each cuts what lies behind it.
 TEST(Layered, MattesAreStackedFrontFirst) {
     MemoryHost host({});
-    const auto add = [&](auto& images, int channels, std::uint8_t value, int from, int to) {
+    const auto add = [&](auto& images, int channels, float value, int from, int to) {
         images.push_back(std::make_unique<ZPImage>(32, 16, channels, ZPPixUChar, 0));
-        ClearImage(images.back().get());
-        for (int y = 0; y < 16; ++y) {
-            std::uint8_t* row = images.back()->template Row<std::uint8_t>(y);
-            std::fill(row + from * channels, row + to * channels, value);
-        }
+        PutEach(*images.back(),
+                [=](int x, int, int) { return x >= from && x < to ? value : 0.0f; });
     };
     add(host.frames, 4, 255, 0, 32);
     add(host.mattes, 1, 255, 4, 16);

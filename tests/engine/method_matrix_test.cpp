@@ -2,39 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 #include "support/disc_scene.h"
 #include "support/memory_host.h"
 #include "support/noise.h"
 
 namespace velorin {
 namespace {
-
-TEST(MethodMatrix, EveryCellComesNearTheTrueFrameOfADiscOverAMovingGround) {
-    const float time = 0.5f;
-    const auto truth = DrawDisc(time);
-    DiscErrors errors[3][4];
-    std::printf("mean error in levels at %.1f, and around the disc's edge:\n", time);
-    for (int method = 0; method < 3; ++method) {
-        for (int warping = 0; warping < 4; ++warping) {
-            MemoryHost host(DiscClip());
-            host.method = method;
-            host.warping = warping;
-            ASSERT_EQ(host.Render(time), 0);
-            DiscErrors& found = errors[method][warping] = CompareDisc(*host.result, *truth, time);
-            std::printf("  %-21s  %-21s  %6.3f  %6.3f\n", kMethodNames[method],
-                        kWarpingNames[warping], found.all, found.edge);
-            // Without coverage a forward warp leaves its holes black.
-            EXPECT_TRUE(found.black == 0 || warping == kForwardPlain);
-            EXPECT_LT(found.all, warping == kForwardPlain ? 2.5 : 1.5);
-        }
-        // A single frame has no other one to take its place from.
-        EXPECT_LT(errors[method][kInverseSmart].edge,
-                  errors[method][kInverse].edge + (method == 0 ? 0.001 : 0.0));
-        EXPECT_LT(errors[method][kForward].edge, errors[method][kInverse].edge);
-    }
-}
 
 // Luma in the first channel has a coverage blend of its own, which the forward warp never takes.
 TEST(MethodMatrix, YCbCrBlendsByItsOwnRuleAfterTheInverseWarpAlone) {

@@ -4,11 +4,9 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "support/checksum.h"
 #include "support/clean_render.h"
-#include "support/forms.h"
-#include "support/gap_image.h"
-#include "support/memory_host.h"
-#include "support/noise.h"
+#include "support/engine_clips.h"
 #include "warp/blend.h"
 
 namespace velorin {
@@ -26,21 +24,6 @@ class Interrupter : public KQIdleAndProgressClass {
     int after;
     int reports = 0;
 };
-
-// Calls work(host) for a host over `clip()` in each cell of the matrix of methods.
-template <typename Clip, typename Work>
-void ForEachCell(Clip&& clip, Work&& work) {
-    for (std::int64_t method : {0, 1, 2}) {
-        for (int warping : {0, 1, 2, 3}) {
-            SCOPED_TRACE("method " + std::to_string(method) + ", warping " +
-                         std::to_string(warping));
-            MemoryHost host(clip());
-            host.method = method;
-            host.warping = warping;
-            work(host);
-        }
-    }
-}
 
 TEST(RenderFrame, BadRequestsAreRefused) {
     const float zeros[kMaxLayers] = {};
@@ -135,7 +118,7 @@ TEST(RenderFrame, FailingMemoryLeavesNothingBehind) {
         const int forwardWarps = host.warping < 2 ? 0 : host.method == 0 ? 1 : 2;
         EXPECT_EQ(CountSurvivingRenders(host), 1 + forwardWarps);
     };
-    ForEachCell([] { return DrawClip(2, 16, 16, ZPPixUChar); }, expectClean);
+    ForEachCell([] { return MemoryHost(DrawClip(2, 16, 16, ZPPixUChar)); }, expectClean);
 }
 
 TEST(RenderFrame, AnInterruptedRenderKeepsNothing) {
@@ -147,15 +130,15 @@ TEST(RenderFrame, AnInterruptedRenderKeepsNothing) {
         EXPECT_EQ(host.internal->opticalFlow, nullptr);
         return true;
     };
-    const auto clip = [] { return DrawClip(2, 32, 32, ZPPixUChar); };
-    ForEachCell(clip, [&](MemoryHost& host) {
+    const auto make = [] { return MemoryHost(DrawClip(2, 32, 32, ZPPixUChar)); };
+    ForEachCell(make, [&](MemoryHost& host) {
         int after = 0;
         while (after < 1000 && interruptedAt(host, after, 0.5f)) ++after;
         EXPECT_GT(after, 20);
         EXPECT_LT(after, 1000);
     });
     for (float time : {0.5f, 1.0f}) {  // kept flows, and a frame on a source frame
-        MemoryHost host(clip());
+        MemoryHost host = make();
         ASSERT_EQ(host.Render(0.4f), 0);
         EXPECT_TRUE(interruptedAt(host, 0, time));
     }
@@ -172,11 +155,12 @@ TEST(RenderFrame, SmallFramesRenderAsLongAsTheirFlowHasTwoByTwoPixels) {
                                                        {1, 8, 0, 5},
                                                        {8, 1, 0, 5}}) {
         SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
-        ForEachCell([&, w = width, h = height] { return DrawClip(2, w, h, ZPPixUChar); },
-                    [&, q = quality, wanted = code](MemoryHost& host) {
-                        host.quality = q;
-                        EXPECT_EQ(host.Render(0.5f), wanted);
-                    });
+        ForEachCell(
+            [&, w = width, h = height] { return MemoryHost(DrawClip(2, w, h, ZPPixUChar)); },
+            [&, q = quality, wanted = code](MemoryHost& host) {
+                host.quality = q;
+                EXPECT_EQ(host.Render(0.5f), wanted);
+            });
     }
 }
 
@@ -184,10 +168,10 @@ TEST(RenderFrame, TheHostsChannelOrderComesBack) {
     MemoryHost plain(DrawClip(2, 30, 20, ZPPixUChar));
     MemoryHost swapped(DrawClip(2, 30, 20, ZPPixUChar));
     const auto swap = [](ZPImage& image) {
-        for (int y = 0; y < image.height; ++y) {
-            std::uint8_t* pixel = image.Row<std::uint8_t>(y);
-            for (int x = 0; x < image.width; ++x) std::swap(pixel[4 * x], pixel[4 * x + 2]);
-        }
+        Snapshot before(image);
+        PutEach(image, [&](int x, int y, int c) {
+            return ValueAt(*before, x, y, c == 0 ? 2 : c == 2 ? 0 : c);
+        });
     };
     for (auto& frame : swapped.frames) swap(*frame);
     swapped.redIndex = 2;
@@ -217,7 +201,7 @@ TEST(RenderFrame, SamePixelsOnAnyThreadCountAndRowOrder) {
 }
 
 TEST(RenderFrame, NotANumberDoesNotCrash) {
-    ForEachCell([] { return DrawClip(2, 200, 60, ZPPixFloat); },
+    ForEachCell([] { return MemoryHost(DrawClip(2, 200, 60, ZPPixFloat)); },
                 [](MemoryHost& host) {
                     ZPImage& first = *host.frames[0];
                     ZPImage corner(first.data, 8, 60, first.rowBytes, 4, ZPPixFloat, 0);
@@ -263,7 +247,7 @@ TEST(RenderFrame, AFrameOfAnotherSizeNeverShowsStrayMemory) {
         clip.push_back(DrawTexture(width, height, ZPPixUChar, 0.0f, 0.0f));
         return clip;
     };
-    ForEachCell([&] { return clipWith(20, 15); },
+    ForEachCell([&] { return MemoryHost(clipWith(20, 15)); },
                 [](MemoryHost& host) {
                     ASSERT_EQ(host.Render(0.25f), 0);
                     Snapshot clean(*host.result);
@@ -281,39 +265,6 @@ TEST(RenderFrame, AFrameOfAnotherSizeNeverShowsStrayMemory) {
     ClearImage(&black);
     ZPBlendTwo(wanted, *host.frames[0], black, 0.25f);
     EXPECT_SAME_IMAGE(*host.result, wanted);
-}
-
-// FNV-1a over all samples: whatever changes a pixel changes it.
-std::uint64_t Checksum(const ZPImage& image) {
-    std::uint64_t sum = 14695981039346656037u;
-    for (int y = 0; y < image.height; ++y) {
-        const std::uint8_t* row = image.Row<std::uint8_t>(y);
-        for (std::size_t i = 0; i < image.RowPixelBytes(); ++i) {
-            sum = (sum ^ row[i]) * 1099511628211u;
-        }
-    }
-    return sum;
-}
-
-// A clip that is the same on every machine: integer arithmetic alone makes it.
-std::vector<std::unique_ptr<ZPImage>> GoldenClip() {
-    std::vector<std::unique_ptr<ZPImage>> clip;
-    for (int n = 0; n < 2; ++n) {
-        auto image = std::make_unique<ZPImage>(96, 72, 4, ZPPixUChar, 0);
-        for (int y = 0; y < 72; ++y) {
-            std::uint8_t* pixel = image->Row<std::uint8_t>(y);
-            for (int x = 0; x < 96; ++x, pixel += 4) {
-                const int px = x - 3 * n, py = y + n;
-                for (int c = 0; c < 3; ++c) {
-                    pixel[c] = static_cast<std::uint8_t>(
-                        128 + (((px * px + 3 * py * px + c * 40) >> 4) % 100));
-                }
-                pixel[3] = 255;
-            }
-        }
-        clip.push_back(std::move(image));
-    }
-    return clip;
 }
 
 TEST(RenderFrame, GoldenChecksums) {
@@ -367,25 +318,19 @@ struct LayeredScene : MemoryHost {
         for (int n : order) {
             frames.push_back(std::make_unique<ZPImage>(96, 72, 4, ZPPixUShort, 0));
             CopyConverted(*frames.back(), *bytes[n]);
-            for (int y = 0; y < 72; ++y) {
-                std::uint16_t* pixel = frames.back()->Row<std::uint16_t>(y);
-                for (int x = 0; x < 96; ++x) {
-                    pixel[4 * x + 3] = static_cast<std::uint16_t>(65535 - 300 * y);
-                }
-            }
+            ForEachPixel(*frames.back(), [&](int x, int y) {
+                PutValue(*frames.back(), x, y, 3, static_cast<float>(65535 - 300 * y));
+            });
         }
         return frames;
     }
 
     void AddMatte(int centre) {
         mattes.push_back(std::make_unique<ZPImage>(96, 72, 1, ZPPixUShort, 0));
-        for (int y = 0; y < 72; ++y) {
-            for (int x = 0; x < 96; ++x) {
-                const int apart = (x - centre) * (x - centre) + (y - 30) * (y - 30);
-                mattes.back()->Row<std::uint16_t>(y)[x] =
-                    static_cast<std::uint16_t>(std::clamp(180 * (640 - apart), 0, 65535));
-            }
-        }
+        PutEach(*mattes.back(), [=](int x, int y, int) {
+            const int apart = (x - centre) * (x - centre) + (y - 30) * (y - 30);
+            return static_cast<float>(std::clamp(180 * (640 - apart), 0, 65535));
+        });
     }
 
     const float shrinks[2] = {1.5f, 0.0f};

@@ -16,8 +16,6 @@ namespace velorin {
 
 inline constexpr int kDiscWidth = 192;
 inline constexpr int kDiscHeight = 128;
-inline constexpr const char* kMethodNames[] = {"Nearest", "Blend", "Weighted Energy Blend"};
-inline constexpr const char* kWarpingNames[] = {"Inverse", "Inverse + Smart Blend", "Forward", "3"};
 
 // How far a place lies outside the disc, in pixels.
 inline float OutsideDisc(int x, int y, float time) {
