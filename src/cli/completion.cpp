@@ -6,6 +6,7 @@
 #include "cli/completion_parts.h"
 #include "cli/exit_codes.h"
 #include "cli/option_values.h"
+#include "cli/verb_texts.h"
 
 namespace velorin {
 

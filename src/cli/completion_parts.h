@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/option_table.h"
+#include "cli/verb_texts.h"
 
 // What the completions of all shells are made of.
 namespace velorin {

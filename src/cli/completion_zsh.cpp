@@ -1,5 +1,6 @@
 #include "cli/completion_parts.h"
 #include "cli/option_values.h"
+#include "cli/verb_texts.h"
 
 namespace velorin {
 

@@ -25,6 +25,7 @@
 #include "cli/standard_streams.h"
 #include "cli/terminal_style.h"
 #include "cli/vectors.h"
+#include "cli/verb_texts.h"
 #include "cli/verify.h"
 #include "cli/version_text.h"
 #include "image/err.h"

@@ -7,6 +7,7 @@
 #include "cli/exit_codes.h"
 #include "cli/option_table.h"
 #include "cli/option_values.h"
+#include "cli/verb_texts.h"
 
 namespace velorin {
 

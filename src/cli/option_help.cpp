@@ -3,6 +3,7 @@
 #include "cli/option_table.h"
 #include "cli/option_values.h"
 #include "cli/terminal_style.h"
+#include "cli/verb_texts.h"
 
 namespace velorin {
 

@@ -45,18 +45,4 @@ std::vector<const OptionEntry*> OptionsOf(Verb verb);
 // Whether setup files hold it: it says how a clip is retimed, and not what one run does.
 bool BelongsInSetup(const OptionEntry& option);
 
-// What the help of a verb says above its options.
-struct VerbText {
-    Verb verb;
-    std::string_view word;
-    std::string_view form;  // "INPUT -o OUTPUT"; its first word, if any, must be given
-    std::string_view about;
-    std::string_view examples;
-    std::string_view summary;  // in a few words
-};
-
-std::span<const VerbText> VerbTexts();
-
-const VerbText& TextOf(Verb verb);
-
 }  // namespace velorin

@@ -10,6 +10,7 @@
 #include "cli/option_values.h"
 #include "cli/setup_file.h"
 #include "cli/setup_text.h"
+#include "cli/verb_texts.h"
 
 namespace velorin {
 

@@ -11,19 +11,15 @@
 #include "cli/exit_codes.h"
 #include "cli/fields.h"
 #include "cli/fingerprint.h"
-#include "cli/frame_list.h"
 #include "cli/frame_renderer.h"
 #include "cli/guides.h"
-#include "cli/job_options.h"
 #include "cli/layer_clips.h"
-#include "cli/matte_range.h"
-#include "cli/motion_options.h"
-#include "cli/motion_transfer.h"
 #include "cli/pipes.h"
 #include "cli/progress_line.h"
 #include "cli/resume.h"
 #include "cli/run_frames.h"
 #include "cli/run_log.h"
+#include "cli/run_notes.h"
 #include "cli/run_plan.h"
 #include "cli/setup_text.h"
 #include "cli/sound_options.h"
@@ -68,40 +64,6 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
         settings.source.channelNames.clear();
     }
     return WriteBehind(CreateClip(options.output, settings, plan.frames), kWriteBehind);
-}
-
-void NoteIdleCompensation(const Options& options, const RunPlan& plan, ProgressLine& progress) {
-    if (!(options.compensate > 0.0f)) return;
-    // Fields count by steps of their own, and mattes cut layers out of frames that are not still.
-    const bool plain =
-        plan.request.inputFields == 0 && plan.request.outputFields == 0 && options.mattes.empty();
-    if (options.view == View::kFlow || options.view == View::kMatte) {
-        progress.Note("--compensate: changes nothing in this --view");
-    } else if (options.quality == 0) {
-        progress.Note("--compensate: changes nothing with --quality none");
-    } else if (!(options.compensate > 0.005f)) {
-        progress.Note("--compensate: up to 0.005 changes nothing");
-    } else if (const std::optional<Rational>& speed = plan.lawFacts.speed;
-               speed &&
-               (speed->numerator == 0 || (speed->numerator == speed->denominator && plain))) {
-        progress.Note("--compensate: changes nothing at " + plan.lawFacts.text);
-    }
-}
-
-// What of the input's pixels the output will lack.
-void NoteWhatIsLeftOut(const Options& options, const RunPlan& plan, ProgressLine& progress) {
-    const ClipInfo& source = plan.source;
-    if (!source.channelsLeftOut.empty()) {
-        progress.Note(source.name + ": the channels " + ListOf(source.channelsLeftOut) +
-                      " are left out; " + ListOf(source.channelNames) + " are retimed");
-    }
-    const bool painted = options.view == View::kMatte || options.view == View::kFlow;
-    if (source.channels % 2 == 0 && !painted && !WritesPipe(options) &&
-        !CanHoldAlpha(options.output)) {
-        progress.Note("-o " + options.output +
-                      ": cannot hold the input's alpha, which is left out; exr, dpx, tif, png, mov "
-                      "and mkv can");
-    }
 }
 
 // The whole run. However it ends, the frames of a sequence that were rendered are on the disk, and
@@ -227,25 +189,6 @@ int Run::Stop(int code) {
                                      (plan.isOpen ? "" : "; --resume goes on")
                                : "stopped on request after " + count + "; no movie is left");
     return code;
-}
-
-// What is said before the first frame.
-void NoteRun(const Options& options, const RunPlan& plan, const RunClips& clips,
-             ProgressLine& progress) {
-    if (!HolesOf(options, plan.source).empty()) {
-        const bool held = options.missing == MissingFrames::kHold;
-        progress.Note(HolesText(options, plan.source) + (held ? "; the frames before them stand in"
-                                                              : "; computed from those around"));
-    }
-    NoteWhatIsLeftOut(options, plan, progress);
-    NoteSound(options, plan, progress);
-    NotePipe(options, plan, progress);
-    NoteMotionSources(options, progress);
-    NoteEmptyVectors(options, plan, clips, progress);
-    NoteMotionTransfer(options, plan, clips, progress);
-    NoteFields(options, plan, progress);
-    NoteIdleCompensation(options, plan, progress);
-    NoteMatteRanges(options, plan, clips, progress);
 }
 
 // What is wrong with a run is told before its clip is looked through.

@@ -10,6 +10,7 @@
 #include "cli/option_help.h"
 #include "cli/option_values.h"
 #include "cli/setup_file.h"
+#include "cli/verb_texts.h"
 #include "media/safe_file.h"
 
 namespace velorin {

@@ -9,6 +9,7 @@
 #include "cli/option_help.h"
 #include "cli/option_values.h"
 #include "cli/setup_text.h"
+#include "cli/verb_texts.h"
 
 namespace velorin {
 namespace {
