@@ -15,7 +15,7 @@ namespace velorin {
 namespace {
 
 // Counts up whenever sound comes out otherwise than before.
-constexpr int kSoundRules = 1;
+constexpr int kSoundRules = 2;
 
 bool KeepsSound(const Options& options, const RunPlan& plan) {
     return plan.source.sound && IsMovieName(options.output) && options.audio != kAudioDrop;

@@ -22,12 +22,19 @@ constexpr double kHeldSeconds = 1.0;
 constexpr double kBlockSeconds = 4.0;
 // Up to here it is as quick to decode on as to seek.
 constexpr double kShortWaySeconds = 10.0;
+// What is louder is damaged, as is what is no number, and counts as 0: encoders refuse it, and it
+// would be heard in all samples around.
+constexpr float kLoudest = 65536.0f;
 
 template <typename Value>
 double AsDouble(Value value) {
-    if constexpr (std::is_floating_point_v<Value>) return static_cast<double>(value);
-    if constexpr (std::is_same_v<Value, std::uint8_t>) return (value - 128) / 128.0;
-    return static_cast<double>(value) / -static_cast<double>(std::numeric_limits<Value>::min());
+    if constexpr (std::is_floating_point_v<Value>) {
+        return std::abs(value) < kLoudest ? static_cast<double>(value) : 0.0;
+    } else if constexpr (std::is_same_v<Value, std::uint8_t>) {
+        return (value - 128) / 128.0;
+    } else {
+        return static_cast<double>(value) / -static_cast<double>(std::numeric_limits<Value>::min());
+    }
 }
 
 template <typename Value>
@@ -131,7 +138,7 @@ SoundReader::SoundReader(const std::string& movieName, const SoundInfo& soundInf
     OpenDecoder();
     // What cannot be decoded at all is told before anything is rendered.
     const bool decodes = info.rate > 0 && info.channels > 0 && DecodeChunk(kAlways);
-    if (!decodes && everDecoded) Throw("nothing of it can be decoded");
+    if (!decodes && everRead) Throw("nothing of it can be decoded");
 }
 
 void SoundReader::Throw(const std::string& problem) const {
@@ -184,7 +191,7 @@ bool SoundReader::DecodeFrame() {
             av_packet_unref(packet.get());
             read = av_read_frame(format.get(), packet.get());
         } while (read == AVERROR(EAGAIN) || (read >= 0 && packet->stream_index != info.stream));
-        if (read >= 0) everDecoded = true;
+        if (read >= 0) everRead = true;
         if (avcodec_send_packet(decoder.get(), read < 0 ? nullptr : packet.get()) < 0 && read < 0) {
             return false;
         }
@@ -202,9 +209,8 @@ std::int64_t SoundReader::PlaceFrame() {
         const double trusted = std::max(kTrustedSeconds, 2.0 * tick) * info.rate;
         const auto strays = static_cast<double>(std::llabs(stamped - next));
         if (decodesFirst || strays > trusted) place = stamped;
-        if (marks.empty() || place >= marks.back().sample + info.rate) {
-            marks.push_back({time, place});
-        }
+        const std::int64_t end = place + frame->nb_samples;
+        if (marks.empty() || end >= marks.back().end + info.rate) marks.push_back({time, end});
     } else if (decodesFirst) {
         place = 0;
     }
@@ -239,7 +245,7 @@ void SoundReader::Rewind() {
     ended = false;
 }
 
-// Decodes up to the frame of the mark, which stands in `chunks` then. False if it does not come by.
+// Decodes up to the frame of the mark and behind it. False if it does not come by.
 bool SoundReader::GoToMark(const Mark& mark, double secondsBefore, int stream) {
     const AVRational base = format->streams[stream]->time_base;
     const double seconds = static_cast<double>(mark.time) * tick - secondsBefore;
@@ -251,7 +257,7 @@ bool SoundReader::GoToMark(const Mark& mark, double secondsBefore, int stream) {
     avcodec_flush_buffers(decoder.get());
     while (DecodeFrame() && frame->pts != AV_NOPTS_VALUE && frame->pts <= mark.time) {
         if (frame->pts != mark.time) continue;
-        next = mark.sample + frame->nb_samples;
+        next = mark.end;
         decodesFirst = ended = false;
         return true;
     }
@@ -263,9 +269,9 @@ void SoundReader::GoTo(std::int64_t sample) {
     chunks.clear();
     held = sample;
     const std::int64_t from = sample - std::llround(kLeadSeconds * info.rate);
-    const auto behind = std::upper_bound(
-        marks.begin(), marks.end(), from,
-        [](std::int64_t wanted, const Mark& mark) { return wanted < mark.sample; });
+    const auto behind =
+        std::upper_bound(marks.begin(), marks.end(), from,
+                         [](std::int64_t wanted, const Mark& mark) { return wanted < mark.end; });
     const int pictures = av_find_best_stream(format.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     // The first mark is the beginning of the stream, where decoding lacks nothing.
     for (const double before : {0.0, 2.0, 10.0}) {
@@ -284,7 +290,7 @@ void SoundReader::Read(std::int64_t first, std::int64_t count, double* samples) 
         wanted = first - samplesOf(kBlockSeconds);
         GoTo(wanted);
     } else if (first > next + samplesOf(kShortWaySeconds) && !marks.empty() &&
-               marks.back().sample > next) {
+               marks.back().end > next) {
         GoTo(wanted);
     }
     while (!chunks.empty() && chunks.front().end <= wanted) {

@@ -17,8 +17,8 @@ std::optional<SoundInfo> FindSound(const AVFormatContext& format);
 
 // A movie's sound by the number of the sample, whichever way it is read. Samples count from the
 // moment that the movie shows its first picture; those of a stream that begins between two samples
-// are moved to the nearer. A sample has the same value wherever reading begins. Only a few seconds
-// are held.
+// are moved to the nearer. A sample has the same value wherever reading begins, but for what codecs
+// fill with noise of their own. Only a few seconds are held.
 //
 // Timestamps place the sound. Those that stray by less than kTrustedSeconds do not break it: many
 // containers round them.
@@ -42,10 +42,10 @@ class SoundReader {
         std::int64_t end;
         std::vector<double> samples;
     };
-    // A decoded piece to begin from.
+    // A decoded frame to begin behind.
     struct Mark {
         std::int64_t time;  // in the stream's time base
-        std::int64_t sample;
+        std::int64_t end;   // the sample behind it
     };
     struct CloseInput {
         void operator()(AVFormatContext* input) const { avformat_close_input(&input); }
@@ -76,7 +76,7 @@ class SoundReader {
     std::int64_t next = 0;     // where the next frame belongs by count
     std::int64_t held;         // from this sample on `chunks` lack nothing, up to `next`
     bool ended = false;
-    bool everDecoded = false;
+    bool everRead = false;  // a packet of it, whole or not
 };
 
 }  // namespace velorin

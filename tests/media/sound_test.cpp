@@ -111,6 +111,31 @@ TEST(Sound, FormatsThatLoseNothingGiveTheSamplesBack) {
     }
 }
 
+// Packets of half a second, in which what is no sound counts as silence.
+TEST(Sound, LongPacketsAreWholeWhereverReadingBegins) {
+    const TemporaryFolder folder;
+    const double noSounds[] = {std::nan(""), HUGE_VAL, -1e30};
+    SoundInfo info = InfoOf(1, 0, true);
+    info.rate = 8000;
+    const auto reader =
+        ReaderOf(WriteSound(folder / "a.mkv", info, [&](std::int64_t i, int channel) {
+            return i % 1000 == 0 ? noSounds[i / 1000 % 3] : Hash(i, channel);
+        }));
+    const std::int64_t count = info.rate * kSeconds;
+    ReadAll(*reader, 4001, false);
+    std::vector<double> samples(500);
+    for (std::int64_t k = 0; k < 50; ++k) {
+        const std::int64_t first = k * 37199 % (count - 500);
+        reader->Read(first, 500, samples.data());
+        int wrong = 0;
+        for (std::int64_t i = 0; i < 500; ++i) {
+            const double wanted = (first + i) % 1000 == 0 ? 0.0 : Hash(first + i, 0);
+            wrong += samples[static_cast<std::size_t>(i)] != wanted;
+        }
+        EXPECT_EQ(wrong, 0) << first;
+    }
+}
+
 TEST(Sound, AacStandsInItsPlaceWhicheverWayItIsRead) {
     const TemporaryFolder folder;
     const auto reader = ReaderOf(WriteSound(folder / "a.mp4", InfoOf(1, 16), Pulse));
