@@ -24,7 +24,7 @@ inline constexpr std::int64_t kMostRepeats = 5;
 std::vector<std::int64_t> RepeatsOf(const std::vector<float>& changes,
                                     const std::vector<std::int64_t>& cuts, float tolerance);
 
-// "every 5th frame" or "3 of 5 frames" where the frames come back in a cycle; else empty.
+// "every 5th frame" or "3 of every 5 frames" where the frames come back in a cycle; else empty.
 std::string PatternOf(const std::vector<std::int64_t>& frames);
 
 // The clip with these of its frames, ascending, told as missing beside the holes that it has.

@@ -127,8 +127,9 @@ int Scenes(const Options& options) {
     }
     PrintTable(scenes);
     if (options.look.tellsScores) PrintScores(survey->cutScores, scenes);
-    progress.Note(std::to_string(cuts.size()) + (cuts.size() == 1 ? " cut" : " cuts") +
-                  " that score " + NumberText(threshold) +
+    progress.Note(std::to_string(cuts.size()) +
+                  (cuts.size() == 1 ? " cut that scores " : " cuts that score ") +
+                  NumberText(threshold) +
                   " of 100 or more; --threshold changes "
                   "this, and --scores tells the score of every frame");
     return kExitDone;
