@@ -17,9 +17,8 @@ namespace {
 constexpr std::int64_t kAlways = std::numeric_limits<std::int64_t>::min();
 // Of decoding before a sample is right: MP3 leans on some packets before, Opus on 80 ms.
 constexpr double kLeadSeconds = 0.25;
-// That stay in memory before what was asked for, and that are fetched on the way back.
-constexpr double kHeldSeconds = 1.0;
-constexpr double kBlockSeconds = 4.0;
+// That stay in memory before what was asked for: on the way back so much is decoded at a time.
+constexpr double kHeldSeconds = 4.0;
 // Up to here it is as quick to decode on as to seek.
 constexpr double kShortWaySeconds = 10.0;
 // What is louder is damaged, as is what is no number, and counts as 0: encoders refuse it, and it
@@ -284,15 +283,9 @@ void SoundReader::GoTo(std::int64_t sample) {
 
 void SoundReader::Read(std::int64_t first, std::int64_t count, double* samples) {
     const auto samplesOf = [&](double seconds) { return std::llround(seconds * info.rate); };
-    std::int64_t wanted = first - samplesOf(kHeldSeconds);
-    if (first < held) {
-        // Most likely the next ones lie farther back.
-        wanted = first - samplesOf(kBlockSeconds);
-        GoTo(wanted);
-    } else if (first > next + samplesOf(kShortWaySeconds) && !marks.empty() &&
-               marks.back().end > next) {
-        GoTo(wanted);
-    }
+    const std::int64_t wanted = first - samplesOf(kHeldSeconds);
+    const bool isFar = first > next + samplesOf(kShortWaySeconds);
+    if (first < held || (isFar && !marks.empty() && marks.back().end > next)) GoTo(wanted);
     while (!chunks.empty() && chunks.front().end <= wanted) {
         held = chunks.front().end;
         chunks.pop_front();
