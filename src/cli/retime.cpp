@@ -235,12 +235,16 @@ int RunRetime(const Options& given, RunLog& log) {
         progress.Note("nothing to do");
         return kExitDone;
     }
+    const std::shared_ptr<SoundSource> sound = MakeSound(options, plan);
     std::unique_ptr<ClipWriter> writer =
-        CreateWriter(options, plan, clips, prints ? &*prints : nullptr, MakeSound(options, plan));
+        CreateWriter(options, plan, clips, prints ? &*prints : nullptr, sound);
     NoteRun(options, plan, clips, progress);
     WriteSetup(options);
-    return Run(options, plan, std::move(clips), std::move(guides), std::move(writer), progress)
-        .Execute();
+    const int code =
+        Run(options, plan, std::move(clips), std::move(guides), std::move(writer), progress)
+            .Execute();
+    if (code == kExitDone) NoteDamagedSound(sound.get(), plan, progress);
+    return code;
 }
 
 }  // namespace

@@ -100,6 +100,11 @@ void NoteSound(const Options& options, const RunPlan& plan, ProgressLine& progre
                   " left out; stream " + std::to_string(plan.source.sound->stream) + " is retimed");
 }
 
+void NoteDamagedSound(const SoundSource* sound, const RunPlan& plan, ProgressLine& progress) {
+    if (sound == nullptr || !sound->IsDamaged()) return;
+    progress.Note(plan.source.name + ": its sound is damaged; what cannot be decoded is silent");
+}
+
 std::string SoundName(const SoundInfo& sound) {
     std::string text = sound.codec + ", " + std::to_string(sound.rate) + " Hz, " + sound.layout;
     if (sound.isFloat) text += ", float";

@@ -24,6 +24,9 @@ std::shared_ptr<SoundSource> MakeSound(const Options& options, const RunPlan& pl
 // Tells of sound that was asked for and cannot be had, and of streams that are left out.
 void NoteSound(const Options& options, const RunPlan& plan, ProgressLine& progress);
 
+// Tells, once all is written, of sound that could not be decoded. `sound` may be null.
+void NoteDamagedSound(const SoundSource* sound, const RunPlan& plan, ProgressLine& progress);
+
 // What happens to the sound for the user who wants to know, on a line that begins with a line
 // break; empty where the input has none.
 std::string SoundText(const Options& options, const RunPlan& plan);

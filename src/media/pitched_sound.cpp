@@ -29,6 +29,7 @@ class Pitched : public SoundSource {
     const SoundInfo& Info() const override { return reader->Info(); }
     int Rate() const override { return rate; }
     void Read(std::int64_t count, double* samples) override;
+    bool IsDamaged() const override { return reader->IsDamaged(); }
 
   private:
     std::int64_t FirstSampleOf(std::int64_t half) const;

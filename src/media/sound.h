@@ -28,6 +28,8 @@ class SoundSource {
     // The next `count` samples of all channels, these side by side, from -1 to 1. Throws
     // MediaError.
     virtual void Read(std::int64_t count, double* samples) = 0;
+    // Whether some of what was read could not be decoded, and is silent.
+    virtual bool IsDamaged() const { return false; }
 };
 
 // The rate at which movies of that name, for which IsMovieName holds, keep sound of `rate`: the

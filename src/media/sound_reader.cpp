@@ -177,23 +177,29 @@ bool SoundReader::FitsStream() const {
            frame->nb_samples > 0;
 }
 
+// Not where decoding set in at a mark: what comes first there may lack what it leans on.
+void SoundReader::NoteDamage() {
+    if (marks.empty() || next >= marks.back().end) damaged = true;
+}
+
 // The next frame of the stream's shape; false at the end. What is damaged is left out, and silent
 // as its time is missing.
 bool SoundReader::DecodeFrame() {
     while (true) {
         const int result = avcodec_receive_frame(decoder.get(), frame.get());
         if (result == 0 && FitsStream()) return true;
-        if (result == 0) continue;
         if (result == AVERROR_EOF) return false;
+        if (result != AVERROR(EAGAIN)) NoteDamage();
+        if (result == 0) continue;
         int read;
         do {
             av_packet_unref(packet.get());
             read = av_read_frame(format.get(), packet.get());
         } while (read == AVERROR(EAGAIN) || (read >= 0 && packet->stream_index != info.stream));
         if (read >= 0) everRead = true;
-        if (avcodec_send_packet(decoder.get(), read < 0 ? nullptr : packet.get()) < 0 && read < 0) {
-            return false;
-        }
+        if (avcodec_send_packet(decoder.get(), read < 0 ? nullptr : packet.get()) >= 0) continue;
+        if (read < 0) return false;
+        NoteDamage();
     }
 }
 
@@ -267,6 +273,7 @@ bool SoundReader::GoToMark(const Mark& mark, double secondsBefore, int stream) {
 void SoundReader::GoTo(std::int64_t sample) {
     chunks.clear();
     held = sample;
+    next = 0;
     const std::int64_t from = sample - std::llround(kLeadSeconds * info.rate);
     const auto behind =
         std::upper_bound(marks.begin(), marks.end(), from,

@@ -36,6 +36,9 @@ class SoundReader {
     // the stream has none they are 0.
     void Read(std::int64_t first, std::int64_t count, double* samples);
 
+    // Whether anything that was read so far could not be decoded, and counts as 0.
+    bool IsDamaged() const { return damaged; }
+
   private:
     struct Chunk {
         std::int64_t first;
@@ -55,6 +58,7 @@ class SoundReader {
     void Open();
     void OpenDecoder();
     bool DecodeFrame();
+    void NoteDamage();
     std::int64_t PlaceFrame();
     bool DecodeChunk(std::int64_t wanted);
     void GoTo(std::int64_t sample);
@@ -76,6 +80,7 @@ class SoundReader {
     std::int64_t next = 0;     // where the next frame belongs by count
     std::int64_t held;         // from this sample on `chunks` lack nothing, up to `next`
     bool ended = false;
+    bool damaged = false;
     bool everRead = false;  // a packet of it, whole or not
 };
 

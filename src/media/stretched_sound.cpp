@@ -34,6 +34,7 @@ class Stretched : public SoundSource {
     const SoundInfo& Info() const override { return reader->Info(); }
     int Rate() const override { return rate; }
     void Read(std::int64_t count, double* samples) override;
+    bool IsDamaged() const override { return reader->IsDamaged(); }
 
   private:
     [[noreturn]] void Throw(const std::string& problem) const;

@@ -41,6 +41,15 @@ expect 2 'without gaps' retime "$scratch/a.mov" -o "$scratch/c.mkv" --speed 0.5 
 LC_ALL=C sed 's/A_FLAC/A_FLAX/g' "$scratch/two.mkv" >"$scratch/odd.mkv"
 expect 3 'odd.mkv: its sound.*--audio drop' retime "$scratch/odd.mkv" -o "$scratch/c.mkv"
 expect 0 '' retime "$scratch/odd.mkv" -o "$scratch/c.mkv" --audio drop "${run[@]}"
+# The head of a packet of sound, overwritten.
+at=$(ffprobe -v error -select_streams a:0 -show_entries packet=pos -of csv=p=0 "$scratch/two.mkv" |
+    sed -n 5p)
+cp "$scratch/two.mkv" "$scratch/bad.mkv"
+dd if=/dev/zero of="$scratch/bad.mkv" bs=1 count=40 seek=$((${at%%,*} + 4)) conv=notrunc status=none
+expect 0 '' retime "$scratch/bad.mkv" -o "$scratch/c.mkv" "${run[@]}"
+says 'bad.mkv: its sound is damaged'
+! "$program" retime "$scratch/two.mkv" -o "$scratch/c.mkv" --frame-curve 0:47,47:0 "${run[@]}" 2>&1 |
+    grep damaged || fail "whole sound told as damaged"
 # The mark of a movie tells its sound.
 expect 0 '' retime "$scratch/a.mov" -o "$scratch/c.mkv" --resume --quality none
 says 'made with other settings'
