@@ -21,6 +21,8 @@ constexpr double kLeadSeconds = 0.25;
 constexpr double kHeldSeconds = 4.0;
 // Up to here it is as quick to decode on as to seek.
 constexpr double kShortWaySeconds = 10.0;
+// On both sides; where damaged times lie beyond, places still add up.
+constexpr double kFarthestSample = 1e18;
 // What is louder is damaged, as is what is no number, and counts as 0: encoders refuse it, and it
 // would be heard in all samples around.
 constexpr float kLoudest = 65536.0f;
@@ -210,7 +212,8 @@ std::int64_t SoundReader::PlaceFrame() {
     std::int64_t place = next;
     if (time != AV_NOPTS_VALUE) {
         const std::int64_t stamped =
-            std::llround((static_cast<double>(time) * tick - start) * info.rate);
+            std::llround(std::clamp((static_cast<double>(time) * tick - start) * info.rate,
+                                    -kFarthestSample, kFarthestSample));
         const double trusted = std::max(kTrustedSeconds, 2.0 * tick) * info.rate;
         const auto strays = static_cast<double>(std::llabs(stamped - next));
         if (decodesFirst || strays > trusted) place = stamped;
