@@ -12,6 +12,7 @@
 #include "cli/fields.h"
 #include "cli/forecast.h"
 #include "cli/frame_renderer.h"
+#include "cli/hole_filler.h"
 #include "cli/job_options.h"
 #include "cli/law_plot.h"
 #include "cli/layers.h"
@@ -42,7 +43,7 @@ struct PlanRow {
     std::string ceilFrame;
     float floorShare = 1.0f;
     std::string_view scene;
-    std::string_view method;
+    std::string_view method;  // "copy", "fill" of a hole, or an --interp
     Vectors vectors = Vectors::kNone;
     int flows = 0;  // that are estimated for it
 };
@@ -75,13 +76,22 @@ class PlanTable {
         return FrameText(FrameInside(frame, plan.source.frames), second);
     }
 
+    // Whether the one frame that is shown is computed from those around it.
+    bool FillsHole(const PassForecast& pass) const {
+        const std::int64_t shown = pass.numbers.ShowsFloor() ? pass.floorFrame : pass.ceilFrame;
+        const FramesAround around =
+            FramesAroundHole(plan.source, FrameInside(shown, plan.source.frames));
+        return options.missing == MissingFrames::kInterpolate && around.before != around.behind;
+    }
+
     PlanRow RowOf(const PassForecast& pass, bool computes) const {
         PlanRow row;
         row.time = pass.time;
         row.floorFrame = SourceText(pass, 0);
         row.ceilFrame = SourceText(pass, 1);
         row.scene = SceneWord(options.scenes.At(pass.floorFrame));
-        row.method = pass.Copies() ? "copy" : ChoiceWord("--interp", pass.interp);
+        row.method =
+            pass.Copies() ? FillsHole(pass) ? "fill" : "copy" : ChoiceWord("--interp", pass.interp);
         row.floorShare = !pass.ShowsOneFrame()       ? pass.numbers.floorWeight
                          : pass.numbers.ShowsFloor() ? 1.0f
                                                      : 0.0f;

@@ -127,11 +127,11 @@ int Scenes(const Options& options) {
     }
     PrintTable(scenes);
     if (options.look.tellsScores) PrintScores(survey->cutScores, scenes);
-    progress.Note(std::to_string(cuts.size()) +
-                  (cuts.size() == 1 ? " cut that scores " : " cuts that score ") +
-                  NumberText(threshold) +
-                  " of 100 or more; --threshold changes "
-                  "this, and --scores tells the score of every frame");
+    progress.Note(
+        std::to_string(cuts.size()) +
+        (cuts.size() == 1 ? " cut that scores " : " cuts that score ") + NumberText(threshold) +
+        " of 100 or more; --threshold changes this" +
+        (options.look.tellsScores ? "" : ", and --scores tells the score of every frame"));
     return kExitDone;
 }
 
