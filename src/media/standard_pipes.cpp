@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <new>
 #include <utility>
 
@@ -88,6 +89,8 @@ StandardOutput::StandardOutput() {
 }
 
 StandardOutput::~StandardOutput() {
+    std::fflush(stdout);
+    dup2(descriptor, STDOUT_FILENO);
     close(descriptor);
 }
 

@@ -42,8 +42,8 @@ class StandardInput {
     AvIo io;
 };
 
-// Standard output for the libraries alone: what else the program writes there from now on comes out
-// on the error stream.
+// Standard output for the libraries alone: what else the program writes there while this lives
+// comes out on the error stream.
 class StandardOutput {
   public:
     // Throws MediaError of kind kFailure for a terminal.

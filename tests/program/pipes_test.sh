@@ -50,6 +50,11 @@ for n in $(seq -w 0 21); do
     cmp "$scratch/out.$n.ppm" "$scratch/want.$n.ppm" >&2 || fail "frame $n of the sequence"
 done
 
+# A look through the clip first leaves standard output as it was.
+"$program" retime "$scratch/rgb24.nut" -o - -q >"$scratch/plain.y4m"
+"$program" retime "$scratch/rgb24.nut" -o - -q --scenes auto 2>"$scratch/stderr" |
+    cmp - "$scratch/plain.y4m" >&2 || fail "found scenes"
+
 # Streams that end too soon, at either end.
 y4m yuv420p 4 | head -c 4000 | retime >"$scratch/cut.y4m"
 [ "${PIPESTATUS[2]}" -eq 3 ] || fail "a cut stream is no failure"
