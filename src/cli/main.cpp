@@ -23,6 +23,7 @@
 #include "cli/scenes.h"
 #include "cli/spark_render.h"
 #include "cli/standard_streams.h"
+#include "cli/stop_request.h"
 #include "cli/terminal_style.h"
 #include "cli/vectors.h"
 #include "cli/verb_texts.h"
@@ -50,6 +51,8 @@ int CodeOf(const MediaError& failure) {
             return kExitInput;
         case MediaError::Kind::kOutputExists:
             return kExitOutputExists;
+        case MediaError::Kind::kStopped:
+            return StopRequested();
         default:
             return kExitFailure;
     }

@@ -28,7 +28,8 @@ int PixelTypeOf(SampleDepth depth);
 // What went wrong with a file. The text names the file or frame and says what would be right.
 class MediaError : public std::runtime_error {
   public:
-    enum class Kind { kInput, kOutputExists, kFailure };
+    // kStopped: somebody asked for the end before there was anything to tell.
+    enum class Kind { kInput, kOutputExists, kFailure, kStopped };
     MediaError(Kind errorKind, const std::string& text)
         : std::runtime_error(text), kind(errorKind) {}
     Kind kind;

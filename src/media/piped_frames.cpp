@@ -29,14 +29,21 @@ void PipedFrames::Throw(const std::string& problem) const {
                      "standard input, frame " + std::to_string(decoded) + ": " + problem);
 }
 
+// What the libraries make of a stream whose reading was ended is not its fault.
+void PipedFrames::ThrowUnopened(const std::string& problem) const {
+    if (IsStopped()) {
+        throw MediaError(MediaError::Kind::kStopped,
+                         "standard input: stopped on request before its first picture");
+    }
+    throw MediaError(MediaError::Kind::kInput, "standard input: " + problem);
+}
+
 PipedFrames::PipedFrames(std::function<bool()> stops)
     : input(std::move(stops)), packet(MakePacket()) {
     SilenceLibraries();
     Open();
     AvFrame first = Decode();
-    if (!first) {
-        throw MediaError(MediaError::Kind::kInput, "standard input: ends before the first picture");
-    }
+    if (!first) ThrowUnopened("ends before the first picture");
     Describe(*first);
     waiting.push_back(std::move(first));
     if (info.rate.numerator <= 0) FindRate();
@@ -47,17 +54,14 @@ void PipedFrames::Open() {
     AVFormatContext* opened = MakeInput(input.Io());
     const int result = avformat_open_input(&opened, nullptr, nullptr, nullptr);
     if (result < 0) {
-        throw MediaError(MediaError::Kind::kInput,
-                         input.Taken() == 0
-                             ? "standard input: nothing comes through the pipe"
-                             : "standard input: carries neither y4m nor NUT; ffmpeg makes them "
-                               "with -f yuv4mpegpipe, or with -c rawvideo -f nut");
+        ThrowUnopened(input.Taken() == 0
+                          ? "nothing comes through the pipe"
+                          : "carries neither y4m nor NUT; ffmpeg makes them with -f yuv4mpegpipe, "
+                            "or with -c rawvideo -f nut");
     }
     format.reset(opened);
     const int found = av_find_best_stream(opened, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (found < 0) {
-        throw MediaError(MediaError::Kind::kInput, "standard input: carries no pictures");
-    }
+    if (found < 0) ThrowUnopened("carries no pictures");
     streamIndex = found;
     isNut = std::string_view(opened->iformat->name) == "nut";
     whole = avio_tell(input.Io());
@@ -139,8 +143,8 @@ bool PipedFrames::Feed() {
     if (isNut) input.StandAtSyncpoint();
     int result = av_read_frame(format.get(), packet.get());
     if (input.IsStopped()) return false;
-    const bool isCut =
-        result >= 0 ? (packet->flags & AV_PKT_FLAG_CORRUPT) != 0 : !isNut && input.Taken() > whole;
+    const bool isCut = result >= 0 ? (packet->flags & AV_PKT_FLAG_CORRUPT) != 0
+                                   : result == AVERROR_EOF && !isNut && input.Taken() > whole;
     if (isCut) Throw("is cut short: the stream ends inside it");
     if (result == AVERROR_EOF) {
         result = avcodec_send_packet(decoder.get(), nullptr);

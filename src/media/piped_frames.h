@@ -15,7 +15,7 @@ namespace velorin {
 class PipedFrames {
   public:
     // Waits for the first picture, and for a second one where only its time tells the rate. See
-    // StandardInput. Throws MediaError of kind kInput.
+    // StandardInput. Throws MediaError of kind kInput, or kStopped where `stops` ended the waiting.
     explicit PipedFrames(std::function<bool()> stops);
 
     // All but the number of frames.
@@ -27,6 +27,7 @@ class PipedFrames {
 
   private:
     [[noreturn]] void Throw(const std::string& problem) const;
+    [[noreturn]] void ThrowUnopened(const std::string& problem) const;
     void Open();
     void Describe(const AVFrame& first);
     void FindRate();

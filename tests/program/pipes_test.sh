@@ -60,6 +60,8 @@ y4m yuv420p 4 | head -c 4000 | retime >"$scratch/cut.y4m"
 [ "${PIPESTATUS[2]}" -eq 3 ] || fail "a cut stream is no failure"
 grep -q "^velorin: standard input, frame 3: is cut short" "$scratch/stderr" || fail "cut y4m"
 [ "$(grep -ac FRAME "$scratch/cut.y4m")" -eq 2 ] || fail "frames before the cut"
+(y4m yuv420p 2; head -c 200 /dev/zero) | retime >/dev/null
+grep -q "frame 2: the stream is damaged" "$scratch/stderr" || fail "zeros: $(cat "$scratch/stderr")"
 nut rgb24 4 | head -c 6500 | retime >/dev/null
 [ "${PIPESTATUS[2]}" -eq 3 ] || fail "cut NUT: $(cat "$scratch/stderr")"
 y4m yuv420p 200 | retime | head -c 3000 >/dev/null
@@ -85,6 +87,20 @@ kill $feeder 2>/dev/null
 size=$(stat -c %s "$scratch/stopped.y4m")
 header=$(head -n 1 "$scratch/stopped.y4m" | wc -c)
 [ $(((size - header) % (32 * 24 * 3 / 2 + 6))) -eq 0 ] || fail "a part of a frame is left"
+
+sleep 20 >"$scratch/fifo" &
+feeder=$!
+"$program" retime - -o - <"$scratch/fifo" >/dev/null 2>"$scratch/stderr" &
+run=$!
+waited=0
+# Its handlers are there when it waits for bytes.
+until grep -q "^SigCgt:.*[4-7c-f]...$" /proc/$run/status || [ $((waited += 1)) -gt 200 ]; do
+    sleep 0.05
+done
+kill -s TERM $run
+wait $run
+[ $? -eq 75 ] || fail "stopped before a picture came: $(cat "$scratch/stderr")"
+kill $feeder 2>/dev/null
 
 # What pipes cannot do; standard input is empty.
 expect 2 "--fit-length: needs the length" retime - -o - --fit-length 5
