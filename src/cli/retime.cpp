@@ -70,10 +70,11 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
 // those of a pipe are whole.
 class Run {
   public:
-    Run(const Options& options, const RunPlan& newPlan, RunClips clips,
+    Run(const Options& newOptions, RunPlan& newPlan, RunClips clips,
         std::vector<LayerGuides> guides, std::unique_ptr<ClipWriter> newWriter,
         ProgressLine& newProgress)
-        : plan(newPlan),
+        : options(newOptions),
+          plan(newPlan),
           progress(newProgress),
           isSequence(FindStillFormat(options.output) != nullptr),
           isPipe(WritesPipe(options)),
@@ -89,10 +90,12 @@ class Run {
     std::int64_t Total() const;
     int RenderAll();
     Outcome RenderOne(std::int64_t frame);
+    void NoteStream();
     int Stop(int code);
     int End();
 
-    const RunPlan& plan;
+    const Options& options;
+    RunPlan& plan;
     ProgressLine& progress;
     const bool isSequence;
     const bool isPipe;
@@ -134,6 +137,8 @@ int Run::RenderAll() {
             const SourceState state = AwaitSource(plan, frame, next);
             if (state == SourceState::kStopped) return Stop(StopRequested());
             if (state == SourceState::kEnded) break;
+            // Motion is shown half-way to the next frame, which the last one lacks.
+            if (options.view != View::kFlow) CountOutside(plan, frame);
         }
         const Outcome outcome = RenderOne(frame);
         if (outcome == Outcome::kStopped) return Stop(StopRequested());
@@ -142,7 +147,18 @@ int Run::RenderAll() {
         progress.FrameDone(frame);
     }
     writer->Finish();
+    if (plan.isOpen) NoteStream();
     return End();
+}
+
+// What a file's length tells before the run.
+void Run::NoteStream() {
+    const std::int64_t frames = plan.SourceFrames();
+    if (plan.length == kFramesUnknown && frames != kFramesUnknown) {
+        plan.length = plan.law->Length(frames).value_or(kFramesUnknown);
+    }
+    plan.framesLeftOut = ReachesPast(options.frames, plan.length);
+    NoteEnds(options, plan, progress);
 }
 
 // A frame that cannot be written ends the run whatever was asked for: the next ones would go the

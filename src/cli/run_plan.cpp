@@ -101,17 +101,6 @@ void ChooseFrames(const Options& options, RunPlan& plan) {
     }
 }
 
-// The second field of the last frame still lies inside.
-void CountOutside(RunPlan& plan) {
-    const SourceTime first{0, 0, 1};
-    const SourceTime last{plan.source.frames - 1, plan.request.inputFields != 0 ? 1 : 0, 2};
-    for (const std::int64_t frame : plan.frames) {
-        const SourceTime time = plan.law->At(frame, 0);
-        if (!time.IsBefore(first) && !last.IsBefore(time)) continue;
-        if (plan.outside++ == 0) plan.firstOutside = frame;
-    }
-}
-
 void CountPairs(const Options& options, RunPlan& plan) {
     std::optional<std::int64_t> lastPair;
     plan.pairs = plan.onFrame = 0;
@@ -269,6 +258,15 @@ RequestSettings RequestFor(const Options& options, const ClipInfo& source) {
     return request;
 }
 
+// The second field of the last frame still lies inside.
+void CountOutside(RunPlan& plan, std::int64_t outputFrame) {
+    const SourceTime first{0, 0, 1};
+    const SourceTime last{plan.SourceFrames() - 1, plan.request.inputFields != 0 ? 1 : 0, 2};
+    const SourceTime time = plan.law->At(outputFrame, 0);
+    if (!time.IsBefore(first) && !last.IsBefore(time)) return;
+    if (plan.outside++ == 0) plan.firstOutside = outputFrame;
+}
+
 RunPlan MakeTimePlan(const Options& options, const ClipInfo& source) {
     RunPlan plan;
     plan.source = source;
@@ -282,7 +280,7 @@ RunPlan MakeTimePlan(const Options& options, const ClipInfo& source) {
     if (plan.isOpen) CheckPipedLaw(options, plan.lawFacts);
     plan.length = plan.lawFacts.length ? *plan.lawFacts.length : LengthOf(options, plan);
     ChooseFrames(options, plan);
-    CountOutside(plan);
+    for (const std::int64_t frame : plan.frames) CountOutside(plan, frame);
     if (options.view == View::kMatte) plan.law = NearestFrames(std::move(plan.law));
     if (options.view == View::kFlow) {
         plan.law = MiddlesOfPairs(std::move(plan.law), plan.request.inputFields != 0 ? 2 : 1);

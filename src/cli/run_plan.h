@@ -57,6 +57,9 @@ void CheckPictureName(const std::string& option, const std::string& name);
 // What the engine is asked for beside the time.
 RequestSettings RequestFor(const Options& options, const ClipInfo& source);
 
+// Counts the output frame where its source time lies outside the clip.
+void CountOutside(RunPlan& plan, std::int64_t outputFrame);
+
 // What there is to know of a run before its output: the clip, the law, frames and motion. Throws as
 // MakePlan does, but for options of the output.
 RunPlan MakeTimePlan(const Options& options, const ClipInfo& source);

@@ -55,6 +55,13 @@ done
 "$program" retime "$scratch/rgb24.nut" -o - -q --scenes auto 2>"$scratch/stderr" |
     cmp - "$scratch/plain.y4m" >&2 || fail "found scenes"
 
+# What lies past the end is told when the end is seen.
+y4m gray 3 | "$program" retime - -o - --frames 1-9 2>"$scratch/stderr" >/dev/null
+grep -q "^--frames: what lies past 2," "$scratch/stderr" || fail "frames: $(cat "$scratch/stderr")"
+y4m gray 3 | "$program" retime - -o - --length 9 2>"$scratch/stderr" >/dev/null
+grep -q "output frame 3, the first of 6; there its ends hold, frames 0 and 2$" "$scratch/stderr" ||
+    fail "length: $(cat "$scratch/stderr")"
+
 # Streams that end too soon, at either end.
 y4m yuv420p 4 | head -c 4000 | retime >"$scratch/cut.y4m"
 [ "${PIPESTATUS[2]}" -eq 3 ] || fail "a cut stream is no failure"
