@@ -16,7 +16,9 @@ static_assert(std::atomic<int>::is_always_lock_free);
 
 void HandleSignal(int number) {
     gStopCode = number == SIGINT ? kExitInterrupted : kExitStopped;
-    if (number == SIGINT) ++gInterrupts;
+    // After a second one the next ends the program as it stands: it may hang in a write to a pipe
+    // that nobody empties.
+    if (number == SIGINT && ++gInterrupts > 1) signal(SIGINT, SIG_DFL);
 }
 
 }  // namespace

@@ -10,7 +10,7 @@ void WatchForStop();
 // run may go on.
 int StopRequested();
 
-// A second SIGINT: not even the frame in hand is wanted.
+// A second SIGINT: not even the frame in hand is wanted. A third one is not waited for.
 bool StopAtOnce();
 
 }  // namespace velorin
