@@ -82,7 +82,7 @@ void MovieReader::Describe(const std::string& name) {
     const AVRational rate = varies && video.avg_frame_rate.num > 0
                                 ? video.avg_frame_rate
                                 : av_guess_frame_rate(format, asked, nullptr);
-    if (rate.num > 0) info.rate = {rate.num, rate.den};
+    if (rate.num > 0) info.rate = Unrounded({rate.num, rate.den});
     AVRational aspect = av_guess_sample_aspect_ratio(format, asked, nullptr);
     if (aspect.num <= 0) aspect = {1, 1};
     info.pixelAspect = {aspect.num, aspect.den};

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::int64_t kMillisecondsInSecond = 1000;
 constexpr double kNear = 0.005;
+constexpr double kOfNanoseconds = 2e-7;
 constexpr std::int64_t kPartsAroundMedian = 10;
 constexpr std::int64_t kFineTicks = 4;  // of a picture: below, ticks count frames
 constexpr std::int64_t kPartsOfRate = 1000000;
@@ -23,8 +24,15 @@ double Quotient(const Rational& ratio) {
     return static_cast<double>(ratio.numerator) / static_cast<double>(ratio.denominator);
 }
 
-bool IsNear(const Rational& rate, double wanted) {
-    return rate.numerator > 0 && std::abs(Quotient(rate) / wanted - 1.0) <= kNear;
+bool IsNear(const Rational& rate, double wanted, double most) {
+    return rate.numerator > 0 && std::abs(Quotient(rate) / wanted - 1.0) <= most;
+}
+
+const Rational& NearestUsual(double rate) {
+    const auto distance = [&](const Rational& usual) { return std::abs(Quotient(usual) - rate); };
+    return *std::min_element(
+        std::begin(kUsualRates), std::end(kUsualRates),
+        [&](const Rational& a, const Rational& b) { return distance(a) < distance(b); });
 }
 
 std::vector<std::int64_t> DurationsOf(const std::vector<std::int64_t>& ticks) {
@@ -73,15 +81,17 @@ bool AreUneven(const std::vector<std::int64_t>& ticks, const Rational& tick) {
 Rational NominalRate(const std::vector<std::int64_t>& ticks, const Rational& tick,
                      const Rational& told) {
     const double rate = 1.0 / (UsualDuration(ticks) * Quotient(tick));
-    const auto distance = [&](const Rational& usual) { return std::abs(Quotient(usual) - rate); };
-    const Rational& nearest = *std::min_element(
-        std::begin(kUsualRates), std::end(kUsualRates),
-        [&](const Rational& a, const Rational& b) { return distance(a) < distance(b); });
-    if (IsNear(nearest, rate)) return nearest;
-    if (IsNear(told, rate)) return told;
+    const Rational& nearest = NearestUsual(rate);
+    if (IsNear(nearest, rate, kNear)) return nearest;
+    if (IsNear(told, rate, kNear)) return told;
     const std::int64_t parts = std::llround(rate * kPartsOfRate);
     const std::int64_t divisor = std::gcd(parts, kPartsOfRate);
     return {parts / divisor, kPartsOfRate / divisor};
+}
+
+Rational Unrounded(const Rational& told) {
+    const Rational& nearest = NearestUsual(Quotient(told));
+    return IsNear(nearest, Quotient(told), kOfNanoseconds) ? nearest : told;
 }
 
 RateSpan RatesOf(const PictureTimes& times) {

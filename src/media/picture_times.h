@@ -23,6 +23,10 @@ bool AreUneven(const std::vector<std::int64_t>& ticks, const Rational& tick);
 Rational NominalRate(const std::vector<std::int64_t>& ticks, const Rational& tick,
                      const Rational& told);
 
+// `told`, or the usual rate that it was before a container rounded it: 60000/1001 for the 19001/317
+// of a picture's time in nanoseconds.
+Rational Unrounded(const Rational& told);
+
 // The rates at which its longest and its shortest picture would follow each other.
 struct RateSpan {
     double least = 0.0;

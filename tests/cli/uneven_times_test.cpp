@@ -144,5 +144,17 @@ TEST(PictureTimes, AreToldFromRoundedOnes) {
     }
 }
 
+TEST(PictureTimes, RatesThatContainersRoundAreTakenBack) {
+    const Rational cases[][2] = {{{19001, 317}, {60000, 1001}},
+                                 {{30, 1}, {30, 1}},
+                                 {{48, 2}, {24, 1}},
+                                 {{2997, 125}, {2997, 125}},
+                                 {{17, 1}, {17, 1}}};
+    for (const auto& [told, rate] : cases) {
+        EXPECT_EQ(Unrounded(told).numerator, rate.numerator) << told.numerator;
+        EXPECT_EQ(Unrounded(told).denominator, rate.denominator) << told.numerator;
+    }
+}
+
 }  // namespace
 }  // namespace velorin
