@@ -25,7 +25,6 @@ namespace {
 
 constexpr int kReadAhead = 1;
 constexpr std::size_t kMostToLookAt = 8;
-constexpr int kSeenOfOpen = 1000;  // output frames of an open plan
 
 std::string SizeText(const ClipInfo& clip) {
     return std::to_string(clip.width) + "x" + std::to_string(clip.height);

@@ -8,6 +8,10 @@
 
 namespace velorin {
 
+// Output frames of an open plan that are looked at before the run: they tell whether motion is
+// estimated at all, and what mattes reach.
+inline constexpr int kSeenOfOpen = 1000;
+
 // The output frames of a run, one after the other: those of the plan, or, where its clip ends
 // nobody knows when, the numbers that were asked for as far as the plan's length allows.
 class RunFrames {

@@ -26,9 +26,6 @@ constexpr int kSmallestSide = 2;
 // The filters' lines hold 16384 samples, margins included.
 constexpr int kLargestSide = 16000;
 
-// Frames of an open plan that tell whether motion is estimated at all.
-constexpr int kSeenOfOpen = 1000;
-
 // Halvings of the frame before motion is estimated, by the engine's quality.
 int HalvingsOf(int quality) {
     constexpr int kHalvings[] = {3, 3, 3, 2, 1, 0};
