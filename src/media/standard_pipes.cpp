@@ -1,5 +1,6 @@
 #include "media/standard_pipes.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -79,7 +80,10 @@ StandardOutput::StandardOutput() {
                          "-o -: standard output is a terminal; pipe it into a program, or name a "
                          "file");
     }
-    descriptor = dup(STDOUT_FILENO);
+    // One that was closed is held by a file that is not open to write.
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    const bool isOpen = flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
+    if (isOpen) descriptor = dup(STDOUT_FILENO);
     if (descriptor < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
         throw MediaError(MediaError::Kind::kFailure, "-o -: standard output is closed");
     }

@@ -113,6 +113,8 @@ kill $feeder 2>/dev/null
 expect 2 "--fit-length: needs the length" retime - -o - --fit-length 5
 expect 2 "--chunk: needs the length" retime - -o x.%04d.png --chunk 1/2
 expect 2 "--resume: what went through" retime "$scratch/rgb24.nut" -o - --resume
+"$program" retime "$scratch/rgb24.nut" -o - 2>"$scratch/stderr" >&- && fail "closed output"
+grep -q "^velorin: -o -: standard output is closed$" "$scratch/stderr" || fail "no word of that"
 expect 2 "--pipe: tells what -o - writes" retime x.mov -o y.mov --pipe nut
 expect 3 "nothing comes" retime - -o -
 expect 3 "-: only the INPUT" plan -
