@@ -9,6 +9,8 @@ namespace velorin {
 
 namespace {
 
+__extension__ typedef __int128 Wide;
+
 constexpr std::int64_t kMillisecondsInSecond = 1000;
 constexpr double kNear = 0.005;
 constexpr double kOfNanoseconds = 2e-7;
@@ -72,7 +74,8 @@ bool AreUneven(const std::vector<std::int64_t>& ticks, const Rational& tick) {
     const std::int64_t rounding = whole >= 2 * steps ? 1 : 0;
     const std::int64_t most = std::max(std::min(millisecond, whole / steps / 8), rounding);
     for (std::int64_t i = 0; i <= steps; ++i) {
-        const std::int64_t even = ticks.front() + whole * i / steps;
+        const std::int64_t even =
+            ticks.front() + static_cast<std::int64_t>(Wide{whole} * i / steps);
         if (std::abs(ticks[static_cast<std::size_t>(i)] - even) > most) return true;
     }
     return false;
