@@ -100,8 +100,9 @@ feeder=$!
 "$program" retime - -o - <"$scratch/fifo" >/dev/null 2>"$scratch/stderr" &
 run=$!
 waited=0
-# Its handlers are there when it waits for bytes.
-until grep -q "^SigCgt:.*[4-7c-f]...$" /proc/$run/status || [ $((waited += 1)) -gt 200 ]; do
+# Its own handlers are there when it waits for bytes; those of the shell that becomes it clean up here.
+until grep -q "^Name:.*velorin" /proc/$run/status &&
+    grep -q "^SigCgt:.*[4-7c-f]...$" /proc/$run/status || [ $((waited += 1)) -gt 200 ]; do
     sleep 0.05
 done
 kill -s TERM $run
