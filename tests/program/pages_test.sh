@@ -77,7 +77,7 @@ expect 3 'nowhere' info "$scratch/nowhere"
 # Colours are for terminals whose user wants them.
 escape=$(printf '\033')
 onTerminal() { TERM=xterm script -qec "$program retim" /dev/null; }
-if command -v script >/dev/null; then
+if script -qec true /dev/null >/dev/null 2>&1; then
     onTerminal | grep -q "$escape\[" || fail "no colour on a terminal"
     NO_COLOR=1 onTerminal | grep -q "$escape" && fail "colour in spite of NO_COLOR"
 fi
