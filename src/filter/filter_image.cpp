@@ -66,6 +66,11 @@ void CheckLine(int length, HalfKernel kernel) {
 
 }  // namespace
 
+void CheckFilterSize(const ZPImage& image, HalfKernel kernel) {
+    CheckLine(image.width, kernel);
+    CheckLine(image.height, kernel);
+}
+
 void FilterImage(ZPImage& dest, const ZPImage& source, HalfKernel kernel, FilterPass pass) {
     if (dest.channels < 1 || dest.channels > 4 || dest.width < 1 || dest.height < 1) return;
     WithPictureType(dest.pixelType, [&](auto zero) {

@@ -19,4 +19,7 @@ enum class FilterPass { kBoth = 0, kRows = 1, kColumns = 2 };
 // kMaxLineLength.
 void FilterImage(ZPImage& dest, const ZPImage& source, HalfKernel kernel, FilterPass pass);
 
+// Throws what FilterImage does of an image whose rows and columns are filtered.
+void CheckFilterSize(const ZPImage& image, HalfKernel kernel);
+
 }  // namespace velorin

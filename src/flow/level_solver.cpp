@@ -168,17 +168,13 @@ void SolveFlow(ZPImage& flow, const ZPImage& tensor, const ZPImage& mismatch) {
     });
 }
 
+float BlurRadius(bool isSum, int mode) {
+    return (isSum ? 7.0f : 5.0f) - (mode == 1 ? 0.0f : 2.0f);
+}
+
 void BlurStage(ZPImage& image, bool isSum, int mode) {
-    switch (mode) {
-        case 0:
-            return BoxFilter(image, 0, 2.0f);
-        case 1:
-            return GaussianBlur(image, 0, isSum ? 7.0f : 5.0f);
-        case 2:
-            return GaussianBlur(image, 0, isSum ? 5.0f : 3.0f);
-        default:
-            return;
-    }
+    if (mode == 0) BoxFilter(image, 0, 2.0f);
+    if (mode == 1 || mode == 2) GaussianBlur(image, 0, BlurRadius(isSum, mode));
 }
 
 void ResampleFlow(ZPImage& fine, const ZPImage& coarse) {

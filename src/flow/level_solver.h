@@ -33,6 +33,9 @@ void ComputeMismatch(ZPImage& mismatch, const MismatchInput& input);
 // 40 the vector stays.
 void SolveFlow(ZPImage& flow, const ZPImage& tensor, const ZPImage& mismatch);
 
+// Of the Gaussians below, in modes 1 and 2.
+float BlurRadius(bool isSum, int mode);
+
 // The window of the solve: sums are blurred wider than the flow. Modes 0 to 2; any other does
 // nothing.
 void BlurStage(ZPImage& image, bool isSum, int mode);

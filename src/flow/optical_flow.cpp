@@ -1,7 +1,9 @@
 #include "flow/optical_flow.h"
 
 #include <cstdio>
+#include <utility>
 
+#include "flow/level_pass.h"
 #include "flow/level_plan.h"
 #include "flow/level_solver.h"
 #include "flow/propagate.h"
@@ -142,8 +144,12 @@ void ZPOpticalFlowUChar::SolveLevel(int level, const Pass& pass) {
     ComputeGradients(gradientX, gradientY, *imagePyramidA[level]);
     if (masked) ClearGradientsAtMatte(gradientX, gradientY, *mattePyramidA[level]);
     pass.progress.Tick();
-    ComputeTensor(*tensorPyramid[level], gradientX, gradientY);
-    BlurStage(*tensorPyramid[level], true, pass.mode);
+    if (WalksLevel(pass.mode)) {
+        FormTensor(*tensorPyramid[level], gradientX, gradientY, pass.mode);
+    } else {
+        ComputeTensor(*tensorPyramid[level], gradientX, gradientY);
+        BlurStage(*tensorPyramid[level], true, pass.mode);
+    }
     pass.progress.Tick();
     for (int i = 0; i < iterationsPerLevel; ++i) Iterate(level, i, pass);
     if (level != 0) Propagate(level, pass);
@@ -151,6 +157,32 @@ void ZPOpticalFlowUChar::SolveLevel(int level, const Pass& pass) {
 }
 
 void ZPOpticalFlowUChar::Iterate(int level, int iteration, const Pass& pass) {
+    if (WalksLevel(pass.mode)) {
+        WalkIteration(level, pass);
+    } else {
+        StepIteration(level, pass);
+    }
+    // The last iteration on the finest level polishes the repaired field.
+    if (level == 0 && iteration == iterationsPerLevel - 2) {
+        Propagate(level, pass);
+        ImposeHints(level);
+    }
+}
+
+void ZPOpticalFlowUChar::WalkIteration(int level, const Pass& pass) {
+    // The mismatch stays within the walk; its image takes the next flow.
+    std::unique_ptr<ZPImage>& next = mismatchPyramid[level];
+    IterateFlow(*next,
+                {*imagePyramidA[level], *imagePyramidB[level], *gradientXPyramid[level],
+                 *gradientYPyramid[level], *tensorPyramid[level], *flowPyramid[level],
+                 masked ? mattePyramidB[level].get() : nullptr},
+                pass.mode);
+    pass.progress.Tick();
+    std::swap(flowPyramid[level], next);
+    pass.progress.Tick();
+}
+
+void ZPOpticalFlowUChar::StepIteration(int level, const Pass& pass) {
     ZPImage& flow = *flowPyramid[level];
     ZPImage& mismatch = *mismatchPyramid[level];
     ComputeMismatch(
@@ -161,11 +193,6 @@ void ZPOpticalFlowUChar::Iterate(int level, int iteration, const Pass& pass) {
     SolveFlow(flow, *tensorPyramid[level], mismatch);
     BlurStage(flow, false, pass.mode);
     pass.progress.Tick();
-    // The last iteration on the finest level polishes the repaired field.
-    if (level == 0 && iteration == iterationsPerLevel - 2) {
-        Propagate(level, pass);
-        ImposeHints(level);
-    }
 }
 
 void ZPOpticalFlowUChar::Propagate(int level, const Pass& pass) {

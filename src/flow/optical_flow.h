@@ -80,7 +80,7 @@ class ZPOpticalFlowUChar : public KQMem {
     std::int32_t iterationsPerLevel = 3;
     std::int32_t reductionSteps;
     ImagePyramid tensorPyramid;      // 3 channels: blurred gradient products
-    ImagePyramid mismatchPyramid;    // 2 channels: blurred gradient times difference
+    ImagePyramid mismatchPyramid;    // 2 channels: blurred gradient times difference; also scratch
     ImagePyramid imagePyramidB;      // 1 channel
     ImagePyramid imagePyramidA;      // 1 channel; gradients are taken on this one
     ImagePyramid flowPyramid;        // 2 channels; internal sign while computing
@@ -115,6 +115,8 @@ class ZPOpticalFlowUChar : public KQMem {
     void EnhanceEdges(ZPImage& level, const ZPImage* matte);
     void SolveLevel(int level, const Pass& pass);
     void Iterate(int level, int iteration, const Pass& pass);
+    void WalkIteration(int level, const Pass& pass);
+    void StepIteration(int level, const Pass& pass);
     void Propagate(int level, const Pass& pass);
     bool PointsInside(int level) const;
     void FinishLevel(int level, float startScale, bool& sane);

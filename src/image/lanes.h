@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "image/float_rules.h"
 
@@ -92,6 +93,98 @@ VELORIN_ALWAYS_INLINE Floats GatherFloats(const float* from, Ints index) {
     Floats gathered;
     for (int i = 0; i < kLanes; ++i) gathered[i] = from[index[i]];
     return gathered;
+#endif
+}
+
+// Interleaved values, taken apart and put together: `from` and `to` hold 2 or 3 for each lane.
+template <int... kLane>
+VELORIN_ALWAYS_INLINE void SplitPairs(Floats low, Floats high, Floats& first, Floats& second,
+                                      std::integer_sequence<int, kLane...>) {
+    first = __builtin_shufflevector(low, high, (2 * kLane)...);
+    second = __builtin_shufflevector(low, high, (2 * kLane + 1)...);
+}
+template <int... kLane>
+VELORIN_ALWAYS_INLINE void JoinPairs(Floats first, Floats second, Floats& low, Floats& high,
+                                     std::integer_sequence<int, kLane...>) {
+    low = __builtin_shufflevector(first, second, (kLane / 2 + kLane % 2 * kLanes)...);
+    high = __builtin_shufflevector(first, second, (kLanes / 2 + kLane / 2 + kLane % 2 * kLanes)...);
+}
+template <int kChannel, int... kLane>
+VELORIN_ALWAYS_INLINE Floats PickThird(Floats low, Floats middle, Floats high,
+                                       std::integer_sequence<int, kLane...>) {
+    const Floats lower = __builtin_shufflevector(
+        low, middle, (3 * kLane + kChannel < 2 * kLanes ? 3 * kLane + kChannel : 0)...);
+    return __builtin_shufflevector(
+        lower, high,
+        (3 * kLane + kChannel < 2 * kLanes ? kLane : 3 * kLane + kChannel - kLanes)...);
+}
+using EachLane = std::make_integer_sequence<int, kLanes>;
+
+VELORIN_ALWAYS_INLINE void LoadPairs(const float* from, Floats& first, Floats& second) {
+    SplitPairs(LoadFloats(from), LoadFloats(from + kLanes), first, second, EachLane());
+}
+VELORIN_ALWAYS_INLINE void StorePairs(float* to, Floats first, Floats second) {
+    Floats low, high;
+    JoinPairs(first, second, low, high, EachLane());
+    StoreFloats(to, low);
+    StoreFloats(to + kLanes, high);
+}
+VELORIN_ALWAYS_INLINE void LoadTriples(const float* from, Floats& a, Floats& b, Floats& c) {
+    const Floats low = LoadFloats(from), middle = LoadFloats(from + kLanes),
+                 high = LoadFloats(from + 2 * kLanes);
+    a = PickThird<0>(low, middle, high, EachLane());
+    b = PickThird<1>(low, middle, high, EachLane());
+    c = PickThird<2>(low, middle, high, EachLane());
+}
+
+// A row's values at its end, where fewer than a vector are left: a copy that may be read to the
+// vector's end. Elsewhere the row itself.
+template <int kChannels>
+class RowEnd {
+  public:
+    VELORIN_ALWAYS_INLINE const float* Reach(const float* from, int pixelsLeft) {
+        if (pixelsLeft >= kLanes) return from;
+        for (int i = 0; i < kChannels * kLanes; ++i) {
+            copy[i] = i < kChannels * pixelsLeft ? from[i] : 0.0f;
+        }
+        return copy;
+    }
+
+  private:
+    float copy[kChannels * kLanes];
+};
+
+// StorePairs of the first lanes alone, where fewer are left.
+VELORIN_ALWAYS_INLINE void StorePairs(float* to, Floats first, Floats second, int pixelsLeft) {
+    if (pixelsLeft >= kLanes) return StorePairs(to, first, second);
+    for (int i = 0; i < pixelsLeft; ++i) {
+        to[2 * i] = first[i];
+        to[2 * i + 1] = second[i];
+    }
+}
+
+// from[index] and from[index + 1] of each lane.
+VELORIN_ALWAYS_INLINE void GatherNeighbours(const float* from, Ints index, Floats& here,
+                                            Floats& next) {
+#if defined(__AVX512F__)
+    const __m512i at = (__m512i)index;
+    const Floats low = (Floats)_mm512_i32gather_pd(_mm512_castsi512_si256(at), from, sizeof(float));
+    const Floats high =
+        (Floats)_mm512_i32gather_pd(_mm512_extracti64x4_epi64(at, 1), from, sizeof(float));
+    SplitPairs(low, high, here, next, EachLane());
+#elif defined(__AVX2__)
+    const auto* pairs = reinterpret_cast<const double*>(from);
+    const __m256i at = (__m256i)index;
+    const Floats low =
+        (Floats)_mm256_i32gather_pd(pairs, _mm256_castsi256_si128(at), sizeof(float));
+    const Floats high =
+        (Floats)_mm256_i32gather_pd(pairs, _mm256_extracti128_si256(at, 1), sizeof(float));
+    SplitPairs(low, high, here, next, EachLane());
+#else
+    for (int i = 0; i < kLanes; ++i) {
+        here[i] = from[index[i]];
+        next[i] = from[index[i] + 1];
+    }
 #endif
 }
 
