@@ -90,8 +90,12 @@ void SmoothBinomial(ZPImage& image) {
 }
 
 void SmoothBinomial(ZPImage& dest, const ZPImage& source) {
+    FilterImage(dest, source, BinomialKernel(), FilterPass::kBoth);
+}
+
+HalfKernel BinomialKernel() {
     static constexpr float kWeights[] = {0.375f, 0.25f, 0.0625f};
-    FilterImage(dest, source, kWeights, FilterPass::kBoth);
+    return kWeights;
 }
 
 void BoxFilter(ZPImage& image, int mode, float radius) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filter/line_filter.h"
 #include "image/zp_image.h"
 
 namespace velorin {
@@ -9,6 +10,7 @@ namespace velorin {
 void SmoothBinomial(ZPImage& image);
 // The same from `source` into `dest`, images of one size and form.
 void SmoothBinomial(ZPImage& dest, const ZPImage& source);
+HalfKernel BinomialKernel();
 
 // Mode of the two below. On purpose not that of GaussianBlur: 1 does nothing here.
 //   0 both axes, rows first; 1 nothing; 2 rows only; 3 columns only

@@ -15,4 +15,7 @@ namespace velorin {
 // `dest` keeps what it held. Answers whether the frame was one that it knows.
 bool ConvertToLuminance(ZPImage& dest, const ZPImage& frame, bool lumaIsFirst);
 
+// Whether ConvertToLuminance knows the frame.
+bool HasLuminance(const ZPImage& frame);
+
 }  // namespace velorin

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 #include "filter/convolve.h"
 #include "filter/gaussian_blur.h"
@@ -9,6 +10,7 @@
 #include "flow/level_solver.h"
 #include "flow/luminance.h"
 #include "flow/optical_flow.h"
+#include "flow/reduce.h"
 #include "image/arithmetic.h"
 #include "image/copy.h"
 #include "image/parallel_rows.h"
@@ -40,9 +42,19 @@ bool ConvertTo(ZPImage& dest, const ZPImage& image, bool lumaIsFirst, bool isMat
     return known;
 }
 
+// Whether `dest` has the size that the levels of a source have.
+bool Halves(const ZPImage& dest, const ZPImage& source) {
+    return dest.width >= 2 && dest.height >= 2 && dest.width == source.width / 2 &&
+           dest.height == source.height / 2;
+}
+
 void ReduceInto(ZPImage& dest, ZPImage& source, bool isMatte) {
-    SmoothBinomial(source);
-    Resample(dest, source);
+    if (Halves(dest, source)) {
+        ReduceChannel(dest, source);
+    } else {
+        SmoothBinomial(source);
+        Resample(dest, source);
+    }
     if (isMatte) Harden(dest);
 }
 
@@ -62,12 +74,6 @@ void LiftEdgesRows(ZPImage& image, const ZPImage& gradientX, const ZPImage& grad
             row[x] = static_cast<float>(lifted);
         }
     }
-}
-
-void SubtractSmoothed(ZPImage& image, ZPImage& scratch) {
-    CopyExact(&scratch, &image);
-    SmoothBinomial(scratch);
-    SubtractInto(image, scratch);
 }
 
 }  // namespace
@@ -106,6 +112,10 @@ void ZPOpticalFlowUChar::LoadLevelZero(ZPImage& level, const ZPImage& image, boo
         return;
     }
 
+    if (reductionSteps == 1 && !isMatte && Halves(level, image) && HasLuminance(image)) {
+        ReduceFrame(level, image, lumaIsFirstChannel);
+        return;
+    }
     std::unique_ptr<ZPImage> larger = CreateChannel(image.width, image.height);
     // A frame that is refused counts as black: nobody's memory becomes a picture.
     if (!ConvertTo(*larger, image, lumaIsFirstChannel, isMatte)) ClearImage(larger.get());
@@ -130,18 +140,19 @@ void ZPOpticalFlowUChar::EnhanceEdges(ZPImage& level, const ZPImage* matte) {
 
 void ZPOpticalFlowUChar::BuildLevels(ImagePyramid& pyramid, bool isMatte) {
     for (int n = 1; n < levelCount; ++n) {
-        const std::unique_ptr<ZPImage> finer =
-            CreateChannel(pyramid[n - 1]->width, pyramid[n - 1]->height);
-        CopyExact(finer.get(), pyramid[n - 1].get());
-        ReduceInto(*pyramid[n], *finer, isMatte);
+        ReduceChannel(*pyramid[n], *pyramid[n - 1]);
+        if (isMatte) Harden(*pyramid[n]);
     }
 }
 
 // Takes the slow changes of brightness out of every level.
 void ZPOpticalFlowUChar::HighPass() {
     for (int n = 0; n < levelCount; ++n) {
-        SubtractSmoothed(*imagePyramidA[n], *gradientXPyramid[n]);
-        SubtractSmoothed(*imagePyramidB[n], *gradientXPyramid[n]);
+        for (ImagePyramid* pyramid : {&imagePyramidA, &imagePyramidB}) {
+            std::unique_ptr<ZPImage>& scratch = gradientXPyramid[n];
+            HighPassChannel(*scratch, *(*pyramid)[n]);
+            std::swap((*pyramid)[n], scratch);
+        }
     }
 }
 

@@ -154,7 +154,11 @@ class RowEnd {
     float copy[kChannels * kLanes];
 };
 
-// StorePairs of the first lanes alone, where fewer are left.
+// StoreFloats and StorePairs of the first lanes alone, where fewer are left.
+VELORIN_ALWAYS_INLINE void StoreFloats(float* to, Floats value, int left) {
+    if (left >= kLanes) return StoreFloats(to, value);
+    for (int i = 0; i < left; ++i) to[i] = value[i];
+}
 VELORIN_ALWAYS_INLINE void StorePairs(float* to, Floats first, Floats second, int pixelsLeft) {
     if (pixelsLeft >= kLanes) return StorePairs(to, first, second);
     for (int i = 0; i < pixelsLeft; ++i) {
