@@ -145,6 +145,7 @@ class KQVelorin4Internal : public KQMem {
     void RenderSingleLayer(RenderPass& pass);
     void ObtainFrameFlows(RenderPass& pass);
     void ComputeFrameFlow(RenderPass& pass, ZPImage* dest, bool fromFloor);
+    void ReverseFrameFlow(RenderPass& pass);
     void ComputeBothFlows(RenderPass& pass);
     void WarpNearest(RenderPass& pass);
     void WarpBoth(RenderPass& pass);
@@ -157,6 +158,8 @@ class KQVelorin4Internal : public KQMem {
     ZPImage* LayerFlowB(int layer) const;
     void ComputeLayerFlows(RenderPass& pass, LayerWork& work, int layer);
     void ComputeLayerFlow(ZPImage* dest, RenderPass& pass, LayerWork& work, int layer,
+                          bool fromFloor);
+    void ReverseLayerFlow(ZPImage* dest, RenderPass& pass, LayerWork& work, int layer,
                           bool fromFloor);
     // layer_picture.cpp
     ZPImage& BuildNearestLayer(RenderPass& pass, LayerWork& work, int layer, bool moves);

@@ -60,6 +60,20 @@ void KQVelorin4Internal::ComputeLayerFlow(ZPImage* dest, RenderPass& pass, Layer
     opticalFlow->ComputeFlow(dest, 1, 1, 0, &pass.progress);
 }
 
+// The same of the two sides whose other flow was computed just now.
+void KQVelorin4Internal::ReverseLayerFlow(ZPImage* dest, RenderPass& pass, LayerWork& work,
+                                          int layer, bool fromFloor) {
+    const auto loaded = [](const LayerSide& side) {
+        return !SizeDiffers(&side.cutTracked, &side.visible);
+    };
+    if (!layerUsesOpticalFlow[layer] || !loaded(work.floorSide) || !loaded(work.ceilSide)) {
+        return ComputeLayerFlow(dest, pass, work, layer, fromFloor);
+    }
+    FeedGuides(pass, layer, fromFloor);
+    pass.NextStage();
+    opticalFlow->ComputeReverseFlow(dest, 1, 0, &pass.progress);
+}
+
 // One flow for Nearest; else two, the later frame's first.
 void KQVelorin4Internal::ComputeLayerFlows(RenderPass& pass, LayerWork& work, int layer) {
     PrepareLayerFlows(pass.keepFlows);
@@ -67,7 +81,7 @@ void KQVelorin4Internal::ComputeLayerFlows(RenderPass& pass, LayerWork& work, in
         return ComputeLayerFlow(LayerFlowA(layer), pass, work, layer, FlowStartsAtFloor(pass));
     }
     ComputeLayerFlow(LayerFlowB(layer), pass, work, layer, false);
-    ComputeLayerFlow(LayerFlowA(layer), pass, work, layer, true);
+    ReverseLayerFlow(LayerFlowA(layer), pass, work, layer, true);
 }
 
 }  // namespace velorin

@@ -58,6 +58,15 @@ void KQVelorin4Internal::ComputeFrameFlow(RenderPass& pass, ZPImage* dest, bool 
     opticalFlow->ComputeFlowFromImages(dest, &a, &b, 1, 1, 0, &pass.progress, previous.enhance);
 }
 
+// From the floor frame to the ceil frame, after the flow back.
+void KQVelorin4Internal::ReverseFrameFlow(RenderPass& pass) {
+    if (!layerUsesOpticalFlow[0]) return ComputeFrameFlow(pass, nullptr, true);
+    pass.NextStage();
+    if (!pass.needFlows) return;
+    FeedGuides(pass, 0, true);
+    opticalFlow->ComputeReverseFlow(nullptr, 1, 0, &pass.progress);
+}
+
 // Two flows, the back flow first: the forward flow stays where it was computed.
 void KQVelorin4Internal::ComputeBothFlows(RenderPass& pass) {
     if (!backFlow) {
@@ -65,7 +74,7 @@ void KQVelorin4Internal::ComputeBothFlows(RenderPass& pass) {
         ClearImage(backFlow.get());  // frames that do not fit each other leave it so
     }
     ComputeFrameFlow(pass, backFlow.get(), false);
-    ComputeFrameFlow(pass, nullptr, true);
+    ReverseFrameFlow(pass);
     forwardFlow = HeldFlow(0);
 }
 

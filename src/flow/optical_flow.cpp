@@ -103,6 +103,7 @@ void ZPOpticalFlowUChar::ComputeFlowFromImages(ZPImage* dest, const ZPImage* ima
                       imageA->height == imageB->height && imageA->channels == imageB->channels &&
                       imageA->pixelType == imageB->pixelType && imageA->pixelType >= ZPPixUChar &&
                       imageA->pixelType <= ZPPixFloat;
+    imagesFit = fits;
     if (!fits) {
         std::fputs(kIncompatible, stderr);
         return;
@@ -135,6 +136,19 @@ void ZPOpticalFlowUChar::ComputeFlow(ZPImage* dest, int highPass, int mode, int 
     }
     FlipSigns();
     if (dest && dest != Flow()) CopyExact(dest, Flow());
+}
+
+void ZPOpticalFlowUChar::ComputeReverseFlow(ZPImage* dest, int mode, int skipPropagation,
+                                            KQIdleAndProgressClass* progress) {
+    if (!imagesFit) {
+        std::fputs(kIncompatible, stderr);
+        return;
+    }
+    for (int n = 0; n < levelCount; ++n) {
+        std::swap(imagePyramidA[n], imagePyramidB[n]);
+        std::swap(mattePyramidA[n], mattePyramidB[n]);
+    }
+    ComputeFlow(dest, 0, mode, skipPropagation, progress);
 }
 
 void ZPOpticalFlowUChar::SolveLevel(int level, const Pass& pass) {

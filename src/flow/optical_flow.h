@@ -16,7 +16,7 @@ namespace velorin {
 // B, where x and y count logical columns and rows. There is no mark for an invalid vector.
 //
 // Order of use: SetSensitivity, hints, mattes, images, compute; a computation with the high-pass
-// step needs the images loaded anew. One thread at a time.
+// step needs the images loaded anew, all but the reverse one. One thread at a time.
 class ZPOpticalFlowUChar : public KQMem {
   public:
     // Makes all pyramids. A failure leaves its ZPErr in `status` and no image behind, and nothing
@@ -53,6 +53,13 @@ class ZPOpticalFlowUChar : public KQMem {
     void ComputeFlowFromImages(ZPImage* dest, const ZPImage* imageA, const ZPImage* imageB,
                                int highPass, int mode, int skipPropagation,
                                KQIdleAndProgressClass* progress, bool enhance);
+
+    // The flow from B to A of the images and mattes loaded by ComputeFlowFromImages, or loaded
+    // singly and computed with the high-pass step: they are what they were, and neither load nor
+    // high-pass is done again. Where those images did not fit each other, a line on standard error
+    // and nothing.
+    void ComputeReverseFlow(ZPImage* dest, int mode, int skipPropagation,
+                            KQIdleAndProgressClass* progress);
 
     // The flow of the last computation, until the next or FinishHints; borrowed by the engine.
     ZPImage* Flow() { return flowPyramid[0].get(); }
@@ -107,6 +114,8 @@ class ZPOpticalFlowUChar : public KQMem {
 
   private:
     struct Pass;
+
+    bool imagesFit = true;  // those of the last ComputeFlowFromImages
 
     void CreatePyramids();
     void ReleasePyramids();
