@@ -1,7 +1,6 @@
 #include "flow/optical_flow.h"
 
 #include <cstdio>
-#include <utility>
 
 #include "flow/level_pass.h"
 #include "flow/level_plan.h"
@@ -145,8 +144,8 @@ void ZPOpticalFlowUChar::ComputeReverseFlow(ZPImage* dest, int mode, int skipPro
         return;
     }
     for (int n = 0; n < levelCount; ++n) {
-        std::swap(imagePyramidA[n], imagePyramidB[n]);
-        std::swap(mattePyramidA[n], mattePyramidB[n]);
+        SwapPixels(*imagePyramidA[n], *imagePyramidB[n]);
+        if (masked) SwapPixels(*mattePyramidA[n], *mattePyramidB[n]);
     }
     ComputeFlow(dest, 0, mode, skipPropagation, progress);
 }
@@ -185,14 +184,15 @@ void ZPOpticalFlowUChar::Iterate(int level, int iteration, const Pass& pass) {
 
 void ZPOpticalFlowUChar::WalkIteration(int level, const Pass& pass) {
     // The mismatch stays within the walk; its image takes the next flow.
-    std::unique_ptr<ZPImage>& next = mismatchPyramid[level];
-    IterateFlow(*next,
+    ZPImage& flow = *flowPyramid[level];
+    ZPImage& next = *mismatchPyramid[level];
+    IterateFlow(next,
                 {*imagePyramidA[level], *imagePyramidB[level], *gradientXPyramid[level],
-                 *gradientYPyramid[level], *tensorPyramid[level], *flowPyramid[level],
+                 *gradientYPyramid[level], *tensorPyramid[level], flow,
                  masked ? mattePyramidB[level].get() : nullptr},
                 pass.mode);
     pass.progress.Tick();
-    std::swap(flowPyramid[level], next);
+    SwapPixels(flow, next);
     pass.progress.Tick();
 }
 

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <utility>
 
 #include "filter/convolve.h"
 #include "filter/gaussian_blur.h"
@@ -149,9 +148,8 @@ void ZPOpticalFlowUChar::BuildLevels(ImagePyramid& pyramid, bool isMatte) {
 void ZPOpticalFlowUChar::HighPass() {
     for (int n = 0; n < levelCount; ++n) {
         for (ImagePyramid* pyramid : {&imagePyramidA, &imagePyramidB}) {
-            std::unique_ptr<ZPImage>& scratch = gradientXPyramid[n];
-            HighPassChannel(*scratch, *(*pyramid)[n]);
-            std::swap((*pyramid)[n], scratch);
+            HighPassChannel(*gradientXPyramid[n], *(*pyramid)[n]);
+            SwapPixels(*gradientXPyramid[n], *(*pyramid)[n]);
         }
     }
 }
