@@ -1,4 +1,5 @@
 #include "bench/timing.h"
+#include "flow/level_pass.h"
 #include "flow/level_solver.h"
 #include "flow/luminance.h"
 #include "flow/matte.h"
@@ -53,25 +54,17 @@ Operation PrepareGradients() {
     FinestLevel& level = Level();
     return level.Reset([&level] {
         ComputeGradients(level.gradientX, level.gradientY, level.imageA);
-        ComputeTensor(level.tensor, level.gradientX, level.gradientY);
-        BlurStage(level.tensor, true, 1);
+        FormTensor(level.tensor, level.gradientX, level.gradientY, 1);
     });
 }
 
-Operation PrepareMismatch() {
+Operation PrepareIteration() {
     FinestLevel& level = Level();
     return level.Reset([&level] {
-        ComputeMismatch(level.mismatch, {level.imageA, level.imageB, level.gradientX,
-                                         level.gradientY, *level.flow, nullptr});
-        BlurStage(level.mismatch, true, 1);
-    });
-}
-
-Operation PrepareSolve() {
-    FinestLevel& level = Level();
-    return level.Reset([&level] {
-        SolveFlow(*level.flow, level.tensor, level.mismatch);
-        BlurStage(*level.flow, false, 1);
+        IterateFlow(level.mismatch,
+                    {level.imageA, level.imageB, level.gradientX, level.gradientY, level.tensor,
+                     *level.flow, nullptr},
+                    1);
     });
 }
 
@@ -169,8 +162,7 @@ bool Register() {
     Time("flow: luminance of a full HD frame, 8-bit x 4", PrepareLuminance);
     Time("flow: load of a full HD frame into a pyramid", PrepareLoad);
     Time("flow: gradients and blurred tensor, 960 x 540", PrepareGradients);
-    Time("flow: blurred mismatch, 960 x 540", PrepareMismatch);
-    Time("flow: solve and blur, 960 x 540", PrepareSolve);
+    Time("flow: one of three iterations, 960 x 540", PrepareIteration);
     Time("flow: propagation, 960 x 540", PreparePropagation);
     Time("flow: level resample to 960 x 540", PrepareLevelResample);
     Time("flow: whole flow between full HD frames at half size", PrepareWhole);

@@ -41,13 +41,19 @@ class RowRing {
         const int middleBegin = height < taps ? height : taps;
         const int middleEnd = height < 2 * taps ? middleBegin : height - taps;
         const std::ptrdiff_t samples = planes * line;
+        Around around;
+        for (int j = 0; j < taps; ++j) {
+            around.above[j] = y - j < 0 ? nullptr : Row(y - j);
+            around.below[j] = y + j >= height ? nullptr : Row(y + j);
+        }
         if (y < middleBegin || y >= middleEnd) {
-            for (std::ptrdiff_t p = 0; p < samples; p += kLanes) BorderDown(y, p, absent, out + p);
+            for (std::ptrdiff_t p = 0; p < samples; p += kLanes)
+                BorderDown(around, p, absent, out + p);
             return;
         }
         std::ptrdiff_t p = 0;
-        for (; p + 4 * kLanes <= samples; p += 4 * kLanes) MiddleDown<4>(y, p, out + p);
-        for (; p < samples; p += kLanes) MiddleDown<1>(y, p, out + p);
+        for (; p + 4 * kLanes <= samples; p += 4 * kLanes) MiddleDown<4>(around, p, out + p);
+        for (; p < samples; p += kLanes) MiddleDown<1>(around, p, out + p);
     }
 
   private:
@@ -55,14 +61,21 @@ class RowRing {
         return rows + y % (2 * taps - 1) * planes * line;
     }
 
+    // The rows at each distance from the current one; null beyond the image.
+    struct Around {
+        const float* above[kMaxRingTaps];
+        const float* below[kMaxRingTaps];
+    };
+
     template <int kVectors>
-    VELORIN_ALWAYS_INLINE void MiddleDown(int y, std::ptrdiff_t p, float* out) const {
+    VELORIN_ALWAYS_INLINE void MiddleDown(const Around& around, std::ptrdiff_t p,
+                                          float* out) const {
         Floats sum[kVectors];
-        const float* middle = Row(y) + p;
+        const float* middle = around.above[0] + p;
         for (int k = 0; k < kVectors; ++k) sum[k] = w[0] * LoadFloats(middle + k * kLanes);
         for (int j = taps - 1; j >= 1; --j) {
-            const float* below = Row(y + j) + p;
-            const float* above = Row(y - j) + p;
+            const float* below = around.below[j] + p;
+            const float* above = around.above[j] + p;
             for (int k = 0; k < kVectors; ++k) {
                 sum[k] += w[j] * (LoadFloats(below + k * kLanes) + LoadFloats(above + k * kLanes));
             }
@@ -70,20 +83,20 @@ class RowRing {
         for (int k = 0; k < kVectors; ++k) StoreFloats(out + k * kLanes, sum[k]);
     }
 
-    VELORIN_ALWAYS_INLINE void BorderDown(int y, std::ptrdiff_t p, AbsentSample absent,
-                                          float* out) const {
-        Floats sum = w[0] * LoadFloats(Row(y) + p);
+    VELORIN_ALWAYS_INLINE void BorderDown(const Around& around, std::ptrdiff_t p,
+                                          AbsentSample absent, float* out) const {
+        Floats sum = w[0] * LoadFloats(around.above[0] + p);
         Floats norm = AllLanes(w[0]);
-        const auto add = [&](int j, int row) __attribute__((always_inline)) {
-            if (row < 0 || row >= height) return;
-            const Floats sample = LoadFloats(Row(row) + p);
+        const auto add = [&](int j, const float* row) __attribute__((always_inline)) {
+            if (!row) return;
+            const Floats sample = LoadFloats(row + p);
             const Ints there = absent == AbsentSample::kMinusOne ? sample != -1.0f : Ints{} - 1;
             sum = there ? sum + w[j] * sample : sum;
             norm = there ? norm + w[j] : norm;
         };
         for (int j = taps - 1; j >= 1; --j) {
-            add(j, y + j);
-            add(j, y - j);
+            add(j, around.below[j]);
+            add(j, around.above[j]);
         }
         StoreFloats(out, sum / norm);
     }

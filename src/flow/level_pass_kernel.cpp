@@ -142,8 +142,9 @@ void TensorRows(const TensorJob& job, float* scratch, int firstRow, int lastRow)
         }
         products.FilterDown(y, kAbsent, planes);
         float* out = job.tensor.Row<float>(y);
-        for (int x = 0; x < width; ++x) {
-            for (int c = 0; c < 3; ++c) out[3 * x + c] = planes[c * line + x];
+        for (int x = 0; x < width; x += kLanes) {
+            StoreTriples(out + 3 * x, LoadFloats(planes + x), LoadFloats(planes + line + x),
+                         LoadFloats(planes + 2 * line + x), width - x);
         }
     }
 }

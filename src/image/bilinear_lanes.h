@@ -41,15 +41,43 @@ class ChannelReader {
     VELORIN_ALWAYS_INLINE Floats Between(Floats sx, Floats sy) const {
         const AxisLanes column = LocateLanes(sx, lastColumn);
         const AxisLanes row = LocateLanes(sy, lastRow);
-        const Ints at = row.index * step + column.index;
-        Floats topLeft, topRight, bottomLeft, bottomRight;
-        GatherNeighbours(first, at, topLeft, topRight);
-        GatherNeighbours(first + step, at, bottomLeft, bottomRight);
-        return MixLanes(MixLanes(topLeft, topRight, column.weight),
-                        MixLanes(bottomLeft, bottomRight, column.weight), row.weight);
+        Square square;
+        if (!LoadTogether(column.index, row.index, square)) {
+            const Ints at = row.index * step + column.index;
+            GatherNeighbours(first, at, square.topLeft, square.topRight);
+            GatherNeighbours(first + step, at, square.bottomLeft, square.bottomRight);
+        }
+        return MixLanes(MixLanes(square.topLeft, square.topRight, column.weight),
+                        MixLanes(square.bottomLeft, square.bottomRight, column.weight), row.weight);
     }
 
   private:
+    struct Square {
+        Floats topLeft, topRight, bottomLeft, bottomRight;
+    };
+
+    // Where neighbours read neighbours, as a smooth flow makes them: from a few whole vectors, at a
+    // fraction of what single values cost.
+    VELORIN_ALWAYS_INLINE bool LoadTogether(Ints column, Ints row, Square& square) const {
+#if defined(__AVX2__)
+        const int left = column[0] - kLanes / 4;
+        const Ints place = column - left;
+        const Ints apart = (place < 0) | (place > 2 * kLanes - 2) | (row != row[0]);
+        if (left < 0 || left + 2 * kLanes > lastColumn + 1 || AnyLane(apart)) return false;
+        const float* top = first + static_cast<std::ptrdiff_t>(row[0]) * step + left;
+        const float* bottom = top + step;
+        const Floats topLow = LoadFloats(top), topHigh = LoadFloats(top + kLanes);
+        const Floats bottomLow = LoadFloats(bottom), bottomHigh = LoadFloats(bottom + kLanes);
+        square = {PickOfTwo(topLow, topHigh, place), PickOfTwo(topLow, topHigh, place + 1),
+                  PickOfTwo(bottomLow, bottomHigh, place),
+                  PickOfTwo(bottomLow, bottomHigh, place + 1)};
+        return true;
+#else
+        (void)column, (void)row, (void)square;
+        return false;
+#endif
+    }
+
     const float* first;
     int step;
     int lastColumn;

@@ -118,6 +118,16 @@ VELORIN_ALWAYS_INLINE Floats PickThird(Floats low, Floats middle, Floats high,
         lower, high,
         (3 * kLane + kChannel < 2 * kLanes ? kLane : 3 * kLane + kChannel - kLanes)...);
 }
+// Vector `kPart` of the three that a, b and c make in turn: sample s is of channel s % 3.
+template <int kPart, int... kLane>
+VELORIN_ALWAYS_INLINE Floats JoinThird(Floats a, Floats b, Floats c,
+                                       std::integer_sequence<int, kLane...>) {
+    constexpr int kFirst = kPart * kLanes;
+    const Floats pair = __builtin_shufflevector(
+        a, b, ((kFirst + kLane) / 3 + (kFirst + kLane) % 3 % 2 * kLanes)...);
+    return __builtin_shufflevector(
+        pair, c, ((kFirst + kLane) % 3 == 2 ? kLanes + (kFirst + kLane) / 3 : kLane)...);
+}
 using EachLane = std::make_integer_sequence<int, kLanes>;
 
 VELORIN_ALWAYS_INLINE void LoadPairs(const float* from, Floats& first, Floats& second) {
@@ -128,6 +138,11 @@ VELORIN_ALWAYS_INLINE void StorePairs(float* to, Floats first, Floats second) {
     JoinPairs(first, second, low, high, EachLane());
     StoreFloats(to, low);
     StoreFloats(to + kLanes, high);
+}
+VELORIN_ALWAYS_INLINE void StoreTriples(float* to, Floats a, Floats b, Floats c) {
+    StoreFloats(to, JoinThird<0>(a, b, c, EachLane()));
+    StoreFloats(to + kLanes, JoinThird<1>(a, b, c, EachLane()));
+    StoreFloats(to + 2 * kLanes, JoinThird<2>(a, b, c, EachLane()));
 }
 VELORIN_ALWAYS_INLINE void LoadTriples(const float* from, Floats& a, Floats& b, Floats& c) {
     const Floats low = LoadFloats(from), middle = LoadFloats(from + kLanes),
@@ -154,7 +169,7 @@ class RowEnd {
     float copy[kChannels * kLanes];
 };
 
-// StoreFloats and StorePairs of the first lanes alone, where fewer are left.
+// StoreFloats, StorePairs and StoreTriples of the first lanes alone, where fewer are left.
 VELORIN_ALWAYS_INLINE void StoreFloats(float* to, Floats value, int left) {
     if (left >= kLanes) return StoreFloats(to, value);
     for (int i = 0; i < left; ++i) to[i] = value[i];
@@ -164,6 +179,15 @@ VELORIN_ALWAYS_INLINE void StorePairs(float* to, Floats first, Floats second, in
     for (int i = 0; i < pixelsLeft; ++i) {
         to[2 * i] = first[i];
         to[2 * i + 1] = second[i];
+    }
+}
+
+VELORIN_ALWAYS_INLINE void StoreTriples(float* to, Floats a, Floats b, Floats c, int left) {
+    if (left >= kLanes) return StoreTriples(to, a, b, c);
+    for (int i = 0; i < left; ++i) {
+        to[3 * i] = a[i];
+        to[3 * i + 1] = b[i];
+        to[3 * i + 2] = c[i];
     }
 }
 
@@ -191,6 +215,19 @@ VELORIN_ALWAYS_INLINE void GatherNeighbours(const float* from, Ints index, Float
     }
 #endif
 }
+
+#if defined(__AVX2__)
+// Of the values of two vectors, one after the other, that of each index; 0 to 2 * kLanes - 1.
+VELORIN_ALWAYS_INLINE Floats PickOfTwo(Floats low, Floats high, Ints index) {
+#if defined(__AVX512F__)
+    return (Floats)_mm512_permutex2var_ps((__m512)low, (__m512i)index, (__m512)high);
+#else
+    const Floats fromLow = (Floats)_mm256_permutevar8x32_ps((__m256)low, (__m256i)index);
+    const Floats fromHigh = (Floats)_mm256_permutevar8x32_ps((__m256)high, (__m256i)index);
+    return index < kLanes ? fromLow : fromHigh;
+#endif
+}
+#endif
 
 // Whether some lane of a comparison holds.
 VELORIN_ALWAYS_INLINE bool AnyLane(Ints mask) {
