@@ -9,6 +9,7 @@
 
 #include "media/digest.h"
 #include "media/libav.h"
+#include "media/plain_ppm.h"
 #include "media/still_end.h"
 
 namespace velorin {
@@ -23,6 +24,7 @@ std::string ProblemText(std::string said) {
 }
 
 std::unique_ptr<OIIO::ImageInput> Open(const std::string& name, std::string& problem) {
+    if (auto plain = OpenPlainPpm(name)) return plain;
     OIIO::ImageSpec asStored;
     asStored.attribute("oiio:UnassociatedAlpha", 1);
     auto input = OIIO::ImageInput::open(name, &asStored);

@@ -1,6 +1,7 @@
 #include "media/pixel_transfer.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace velorin {
 namespace {
@@ -10,8 +11,37 @@ constexpr Value FullAlpha() {
     return static_cast<Value>(PictureType<Value>::kWhite);
 }
 
+// Copies pixels of `from` samples over those of `to` samples, with one load and one store each:
+// what a store leaves in the next pixel, the next store replaces. The last pixel is left to the
+// caller, since what lies behind it may be no one's.
+template <int from, int to, typename Value>
+void CopyButLast(const Value* in, std::size_t pixels, Value* out) {
+    for (std::size_t i = 0; i + 1 < pixels; ++i, in += from, out += to) {
+        std::memcpy(out, in, 4 * sizeof(Value));
+        if constexpr (to == 4) out[3] = FullAlpha<Value>();
+    }
+}
+
+// The colours of pixels that store these alone.
+template <typename Value>
+void SpreadColours(const StoredPixels& stored, int x, int y, Picture& picture) {
+    const auto* in = reinterpret_cast<const Value*>(stored.pixels);
+    for (int row = 0; row < stored.height; ++row, in += 3 * stored.width) {
+        const std::size_t first = static_cast<std::size_t>(y + row) * picture.width + x;
+        auto* out = reinterpret_cast<Value*>(picture.pixels.data()) + first * 4;
+        CopyButLast<3, 4>(in, stored.width, out);
+        const std::size_t last = stored.width - 1;
+        std::copy_n(in + 3 * last, 3, out + 4 * last);
+        out[4 * last + 3] = FullAlpha<Value>();
+    }
+}
+
 template <typename Value>
 void Spread(const StoredPixels& stored, int x, int y, Picture& picture) {
+    const bool ordered = stored.source[0] == 0 && stored.source[1] == 1 && stored.source[2] == 2;
+    if (stored.layout == 3 && stored.channels == 3 && ordered) {
+        return SpreadColours<Value>(stored, x, y, picture);
+    }
     const bool gray = stored.layout <= 2;
     const bool alpha = stored.layout % 2 == 0;
     const int* source = stored.source;
@@ -44,6 +74,11 @@ void Pack(const Picture& picture, int layout, std::vector<std::byte>& packed) {
     packed.resize(pixels * layout * sizeof(Value));
     const auto* in = reinterpret_cast<const Value*>(picture.pixels.data());
     auto* out = reinterpret_cast<Value*>(packed.data());
+    if (layout == 3 && pixels > 0) {
+        CopyButLast<4, 3>(in, pixels, out);
+        std::copy_n(in + 4 * (pixels - 1), 3, out + 3 * (pixels - 1));
+        return;
+    }
     const int last = layout == 2 ? 3 : layout - 1;
     const int colours = layout <= 2 ? 1 : 3;
     for (std::size_t i = 0; i < pixels; ++i, in += 4, out += layout) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "media/pixel_transfer.h"
+#include "media/plain_ppm.h"
 #include "media/still_end.h"
 #include "media/timecode.h"
 
@@ -122,12 +123,17 @@ void SequenceReader::ThrowUnreadable(std::int64_t frame, const std::string& reas
 
 std::unique_ptr<OIIO::ImageInput> SequenceReader::Open(std::int64_t frame,
                                                        StillShape& shape) const {
-    OIIO::ImageSpec asStored;
-    asStored.attribute("oiio:UnassociatedAlpha", 1);
-    OIIO::ImageSpec layout;
-    auto input = OIIO::ImageInput::create(FileOf(frame));
-    if (!input) ThrowUnreadable(frame, OIIO::geterror());
-    if (!input->open(FileOf(frame), layout, asStored)) ThrowUnreadable(frame, input->geterror());
+    auto input = OpenPlainPpm(FileOf(frame));
+    if (!input) {
+        OIIO::ImageSpec asStored;
+        asStored.attribute("oiio:UnassociatedAlpha", 1);
+        OIIO::ImageSpec layout;
+        input = OIIO::ImageInput::create(FileOf(frame));
+        if (!input) ThrowUnreadable(frame, OIIO::geterror());
+        if (!input->open(FileOf(frame), layout, asStored)) {
+            ThrowUnreadable(frame, input->geterror());
+        }
+    }
     if (IsCutShort(FileOf(frame), input->format_name())) {
         Throw(frame, "is cut short; render or copy it again");
     }
@@ -178,7 +184,11 @@ void SequenceReader::ReadPixels(OIIO::ImageInput& input, const StillShape& shape
         stored.resize(static_cast<std::size_t>(shape.data.width) * shape.data.height * channels *
                       type.size());
     }
-    if (!input.read_image(input.current_subimage(), 0, begin, begin + channels, type,
+    // Asked for by its name, the type that a file has goes through a buffer of the library's.
+    const OIIO::ImageSpec& layout = input.spec();
+    const bool asStored = layout.format == type && layout.channelformats.empty();
+    if (!input.read_image(input.current_subimage(), 0, begin, begin + channels,
+                          asStored ? OIIO::TypeDesc(OIIO::TypeDesc::UNKNOWN) : type,
                           direct ? picture.pixels.data() : stored.data())) {
         ThrowUnreadable(frame, input.geterror());
     }

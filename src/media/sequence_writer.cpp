@@ -142,12 +142,16 @@ void SequenceWriter::Write(std::int64_t frame, const Picture& picture) {
     if (settings.stamp && KeepsStamp(extension)) {
         layout.attribute("Software", StampText(settings.stamp(frame)));
     }
-    WriteStill(target, settings.overwrite, layout, StoredType(settings.depth), samples, named);
-    if (settings.stamp && !KeepsStamp(extension)) {
+    // First, so that a run that is killed leaves no frame of which nothing is known. A line without
+    // its frame counts for nothing.
+    const auto addStamp = [&] {
+        if (!settings.stamp || KeepsStamp(extension)) return;
         StampFile(name).Append(settings.firstNumber + frame,
                                DigestOfSamples(samples, layout.image_bytes(true)),
                                settings.stamp(frame));
-    }
+    };
+    WriteStill(target, settings.overwrite, layout, StoredType(settings.depth), samples, named,
+               addStamp);
 }
 
 // The part of a picture that its file stores: what its source frames store, and whatever else is

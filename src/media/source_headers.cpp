@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "media/clip_files.h"
+#include "media/plain_ppm.h"
 #include "media/stamp.h"
 #include "media/still_shape.h"
 #include "media/timecode.h"
@@ -84,8 +85,9 @@ const SourceHeaders::Header* SourceHeaders::HeaderOf(std::int64_t sourceFrame) {
     if (recent[0].frame == sourceFrame) return &recent[0];
     std::swap(recent[0], recent[1]);
     if (recent[0].frame == sourceFrame) return &recent[0];
-    const auto input =
-        OIIO::ImageInput::open(name->FileName(settings.source.firstNumber + sourceFrame));
+    const std::string file = name->FileName(settings.source.firstNumber + sourceFrame);
+    auto input = OpenPlainPpm(file);
+    if (!input) input = OIIO::ImageInput::open(file);
     if (!input) {
         OIIO::geterror();  // else it is printed at the end of the program
         std::swap(recent[0], recent[1]);

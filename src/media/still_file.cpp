@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include "media/plain_ppm.h"
 #include "media/safe_file.h"
 #include "media/still_format.h"
 
@@ -92,26 +93,44 @@ void NameInHeader(const std::string& target, int file) {
     }
 }
 
-}  // namespace
-
-void WriteStill(const std::string& target, bool overwrite, OIIO::ImageSpec layout,
-                OIIO::TypeDesc type, const void* pixels, const std::string& named) {
-    AddFormatSettings(target, layout);
-    SafeFile file(target, overwrite);
-    DescriptorProxy proxy(file.TemporaryName(), file.Descriptor());
+// What the library has against it; empty when the picture is written.
+std::string WriteByLibrary(const std::string& target, const SafeFile& file, DescriptorProxy& proxy,
+                           const OIIO::ImageSpec& layout, OIIO::TypeDesc type, const void* pixels) {
     const auto output = OIIO::ImageOutput::create(file.TemporaryName(), &proxy);
-    if (!output) {
-        throw MediaError(MediaError::Kind::kFailure, named + ": " + OIIO::geterror());
-    }
+    if (!output) return OIIO::geterror();
     const bool written =
         output->open(file.TemporaryName(), layout) && output->write_image(type, pixels);
     const bool closed = output->close();
-    if (proxy.Failure() != 0) throw WriteFailure(named, proxy.Failure());
-    if (!written || !closed) {
-        throw MediaError(MediaError::Kind::kFailure,
-                         named + ": cannot be written: " + output->geterror());
-    }
+    if (!written || !closed) return "cannot be written: " + output->geterror();
     if (std::string_view(output->format_name()) == "dpx") NameInHeader(target, file.Descriptor());
+    return "";
+}
+
+void WritePpm(DescriptorProxy& proxy, const OIIO::ImageSpec& layout, const void* pixels) {
+    const std::string header = PlainPpmHeader(layout);
+    proxy.write(header.data(), header.size());
+    proxy.write(pixels, layout.image_bytes());
+}
+
+}  // namespace
+
+void WriteStill(const std::string& target, bool overwrite, OIIO::ImageSpec layout,
+                OIIO::TypeDesc type, const void* pixels, const std::string& named,
+                const std::function<void()>& whenWhole) {
+    AddFormatSettings(target, layout);
+    SafeFile file(target, overwrite);
+    DescriptorProxy proxy(file.TemporaryName(), file.Descriptor());
+    std::string problem;
+    if (IsPpmName(target)) {
+        WritePpm(proxy, layout, pixels);
+    } else {
+        problem = WriteByLibrary(target, file, proxy, layout, type, pixels);
+    }
+    if (proxy.Failure() != 0) throw WriteFailure(named, proxy.Failure());
+    if (!problem.empty()) {
+        throw MediaError(MediaError::Kind::kFailure, named + ": " + problem);
+    }
+    if (whenWhole) whenWhole();
     file.Commit();
 }
 

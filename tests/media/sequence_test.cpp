@@ -72,6 +72,7 @@ TEST(Sequence, EveryFormatKeepsEveryBit) {
         ExpectRoundTrip("exr", SampleDepth::kHalf, channels);
         ExpectRoundTrip("exr", SampleDepth::kFloat, channels);
     }
+    ExpectRoundTrip("ppm", SampleDepth::kByte, 1);
     ExpectRoundTrip("ppm", SampleDepth::kByte, 3);
 }
 
@@ -83,6 +84,45 @@ void WriteStill(const std::string& name, const OIIO::ImageSpec& layout,
     ASSERT_TRUE(output->open(name, layout)) << output->geterror();
     ASSERT_TRUE(output->write_image(OIIO::TypeDesc::FLOAT, values.data())) << output->geterror();
     ASSERT_TRUE(output->close());
+}
+
+std::string ContentOf(const std::string& name) {
+    std::ifstream file(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Headers of two pixels as programs write them; the samples that follow look like more of it.
+TEST(Sequence, PpmIsReadAndWrittenAsTheLibraryDoes) {
+    constexpr const char* kHeaders[] = {
+        "P6\n2 1\n255\n",     "P6 2 1 255 ",    "P6\t2\n\n1  255\t", "P6\n#a\n2 1\n255\n",
+        "P6\r\n2 1\r\n255\n", "P5\n2 1\n255\n", "P6\n2 1\n100\n",    "P3\n2 1\n255\n1 2 3 4 5 6\n",
+        "P6\n2 1\n0255\n",
+    };
+    for (const char* header : kHeaders) {
+        SCOPED_TRACE(header);
+        const TemporaryFolder folder;
+        const std::string name = folder / "a.1.ppm";
+        std::ofstream(name, std::ios::binary) << header << "\n\n# 2\xff";
+        const auto library = OIIO::ImageInput::open(name);
+        ASSERT_TRUE(library);
+        const int channels = library->spec().nchannels;
+        std::vector<std::uint8_t> expected(2 * channels);
+        ASSERT_TRUE(library->read_image(0, 0, 0, channels, OIIO::TypeDesc::UINT8, expected.data()));
+
+        const auto clip = OpenClip(folder / "a.%d.ppm");
+        Picture read;
+        clip->Read(0, read);
+        for (int i = 0; i < 2 * channels; ++i) {
+            EXPECT_EQ(read.pixels[i / channels * 4 + i % channels], std::byte{expected[i]}) << i;
+        }
+        WriteClip(folder / "b.%d.ppm", SettingsFor(clip->Info()), {read});
+        const auto output = OIIO::ImageOutput::create(folder / "c.ppm");
+        const OIIO::ImageSpec layout(2, 1, channels, OIIO::TypeDesc::UINT8);
+        ASSERT_TRUE(output->open(folder / "c.ppm", layout));
+        ASSERT_TRUE(output->write_image(OIIO::TypeDesc::UINT8, expected.data()));
+        ASSERT_TRUE(output->close());
+        EXPECT_EQ(ContentOf(folder / "b.1.ppm"), ContentOf(folder / "c.ppm"));
+    }
 }
 
 TEST(Sequence, TiffKeepsTheKindOfItsAlpha) {
