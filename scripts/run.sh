@@ -67,7 +67,7 @@ set_names() {
 is_stale() {
     local source=$input
     [ -e "$source" ] || source=$(dirname "$input")
-    [ ! -f "$movie" ] || [ "$program" -nt "$movie" ] ||
+    [ ! -f "$movie" ] || [ "$build/release/libexec/velorin" -nt "$movie" ] ||
         [ "$(cat "$movie.options" 2>/dev/null)" != "$settings" ] ||
         [ -n "$(find "$source" -maxdepth 1 -newer "$movie" -print -quit)" ]
 }

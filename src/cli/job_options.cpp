@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "cli/fields.h"
-#include "media/movie_writer.h"
+#include "media/movie_format.h"
 #include "media/number_ranges.h"
 
 namespace velorin {

@@ -6,7 +6,7 @@
 #include "cli/pipes.h"
 #include "cli/sound_law.h"
 #include "media/clip.h"
-#include "media/movie_writer.h"
+#include "media/movie_format.h"
 #include "media/retimed_sound.h"
 #include "media/sound_reader.h"
 

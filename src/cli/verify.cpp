@@ -15,7 +15,7 @@
 #include "cli/stop_request.h"
 #include "media/decoder_faults.h"
 #include "media/finished_frames.h"
-#include "media/movie_writer.h"
+#include "media/movie_format.h"
 #include "media/number_ranges.h"
 
 namespace velorin {

@@ -5,8 +5,8 @@
 #include <CLI/Version.hpp>
 
 #include "image/float4.h"
-#include "media/media_facts.h"
-#include "media/movie_writer.h"
+#include "media/media_libraries.h"
+#include "media/movie_format.h"
 #include "media/still_format.h"
 
 namespace velorin {
@@ -68,7 +68,7 @@ std::string LibrariesText() {
 std::string VersionText() {
     return "velorin " VELORIN_VERSION "\nbuilt by " + CompilerText() + " for " + ProcessorText() +
            "\ninstructions: " + InstructionsText() + ", " + LanesText() +
-           "\nlibraries: " + LibrariesText() + "\nmovies: " + MovieExtensions() +
+           "\nbuilt with: " + LibrariesText() + "\nmovies: " + MovieExtensions() +
            "; read also what libavformat reads\npictures: " + StillExtensions() + "\n";
 }
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "media/movie_format.h"
 #include "media/movie_reader.h"
 #include "media/movie_writer.h"
 #include "media/pipe_writer.h"

@@ -8,6 +8,7 @@
 #include "media/libav.h"
 #include "media/movie_colours.h"
 #include "media/movie_fields.h"
+#include "media/movie_format.h"
 #include "media/movie_pixels.h"
 #include "media/safe_file.h"
 #include "media/sound_writer.h"
@@ -16,29 +17,6 @@
 
 namespace velorin {
 namespace {
-
-// What one movie format is written with.
-struct MovieFormat {
-    const char* extension;
-    const char* muxer;
-    const char* text;
-};
-
-constexpr MovieFormat kFormats[] = {
-    {"mp4", "mp4", "mp4 (H.264)"},
-    {"mov", "mov", "mov (ProRes)"},
-    {"mkv", "matroska", "mkv (FFV1, lossless)"},
-};
-
-const MovieFormat* FindFormat(const std::string& name) {
-    std::string extension = std::filesystem::path(name).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    for (const MovieFormat& format : kFormats) {
-        if (extension == std::string(".") + format.extension) return &format;
-    }
-    return nullptr;
-}
 
 // Codec, pixel format and options for pictures of one kind.
 struct Encoding {
@@ -286,33 +264,6 @@ void MovieWriter::Finish() {
 
 }  // namespace
 
-bool IsMovieName(const std::string& name) {
-    return FindFormat(name) != nullptr;
-}
-
-std::string MovieExtensions() {
-    std::string text;
-    for (const MovieFormat& format : kFormats) {
-        text += (text.empty() ? "" : ", ") + std::string(format.text);
-    }
-    return text;
-}
-
-SampleDepth MovieDepth(const std::string& name, SampleDepth wanted) {
-    const MovieFormat* format = FindFormat(name);
-    const bool byteOnly = format != nullptr && std::string(format->extension) == "mp4";
-    return byteOnly || wanted == SampleDepth::kByte ? SampleDepth::kByte : SampleDepth::kWord;
-}
-
-bool MovieCanHoldAlpha(const std::string& name) {
-    return std::string(FindFormat(name)->extension) != "mp4";
-}
-
-// H.264 codes fields by pairs of lines.
-bool MovieCanMarkFields(const std::string& name, int height) {
-    return height % 2 == 0 || std::string(FindFormat(name)->extension) != "mp4";
-}
-
 std::unique_ptr<ClipWriter> CreateMovie(const std::string& name, const OutputSettings& settings) {
     const auto refuseIfRead = [&](const ClipInfo& clip) {
         std::error_code ignored;
@@ -324,7 +275,7 @@ std::unique_ptr<ClipWriter> CreateMovie(const std::string& name, const OutputSet
         refuseIfRead(settings.source);
         for (const ClipInfo& clip : settings.alsoRead) refuseIfRead(clip);
     }
-    return std::make_unique<MovieWriter>(name, *FindFormat(name), settings);
+    return std::make_unique<MovieWriter>(name, *FindMovieFormat(name), settings);
 }
 
 }  // namespace velorin

@@ -47,6 +47,14 @@ for fact in libavformat OpenImageIO toml++ instructions exr ProRes; do
     "$program" --version | grep -q -F "$fact" || fail "--version does not tell $fact"
 done
 
+# The version without the libraries for clips; all else by the file beside it, which a link finds and
+# a copy does not.
+ldd "$program" | grep -E 'libav|OpenImageIO' && fail "the program begins with libraries for clips"
+ln -s "$program" "$scratch/link"
+"$scratch/link" --help | grep -q retime || fail "no help through a link"
+cp "$program" "$scratch/copy"
+program=$scratch/copy expect 1 "libexec/velorin/velorin: .*No such file" --help
+
 # Of a clip.
 in=$scratch/in
 make_clip "$in" 45 34 4 101
