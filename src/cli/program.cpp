@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
+#include <string>
+#include <string_view>
 
 #include "cli/exit_codes.h"
 #include "cli/options.h"
@@ -13,6 +16,7 @@
 #include "cli/stop_request.h"
 #include "cli/terminal_style.h"
 #include "image/err.h"
+#include "image/instruction_set.h"
 #include "media/clip.h"
 #include "spark_host/spark_panel.h"
 
@@ -41,6 +45,20 @@ int CodeOf(const MediaError& failure) {
     }
 }
 
+// A word that the kernels would pass over in silence.
+void CheckInstructionSet() {
+    const char* word = std::getenv("VELORIN_INSTRUCTION_SET");
+    if (!word) return;
+    for (InstructionSet set : kAllInstructionSets) {
+        if (std::string_view(word) != NameOf(set)) continue;
+        if (IsAvailable(set)) return;
+        throw UsageError(std::string("VELORIN_INSTRUCTION_SET: this processor does not run ") +
+                         word);
+    }
+    throw UsageError(std::string("VELORIN_INSTRUCTION_SET is ") + word +
+                     "; give baseline, x86-64-v3 or x86-64-v4");
+}
+
 }  // namespace
 
 int Tell(const std::string& text) {
@@ -51,6 +69,7 @@ int Tell(const std::string& text) {
 int RunProgram(int (*answer)(int count, char** words), int count, char** words) {
     try {
         OccupyStandardStreams();
+        CheckInstructionSet();
         const int code = answer(count, words);
         FinishStandardOutput();
         return code;

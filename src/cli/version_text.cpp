@@ -4,7 +4,7 @@
 
 #include <CLI/Version.hpp>
 
-#include "image/float4.h"
+#include "image/instruction_set.h"
 #include "media/media_libraries.h"
 #include "media/movie_format.h"
 #include "media/still_format.h"
@@ -31,29 +31,13 @@ std::string ProcessorText() {
 #endif
 }
 
-// The widest set that the compiler was told it may use.
+// What the kernels use here, of what they were built for and this processor runs.
 std::string InstructionsText() {
-#if defined(__AVX512F__)
-    return "AVX-512";
-#elif defined(__AVX2__)
-    return "AVX2";
-#elif defined(__AVX__)
-    return "AVX";
-#elif defined(__SSE2__)
-    return "SSE2";
-#elif defined(__ARM_NEON)
-    return "NEON";
-#else
-    return "its basic ones";
-#endif
-}
-
-std::string LanesText() {
-#if defined(VELORIN_SSE_LANES)
-    return "vector lanes of 4 floats";
-#else
-    return "4 plain floats at a time";
-#endif
+    std::string text = std::string(NameOf(GetInstructionSet())) + ", of";
+    for (InstructionSet set : kAllInstructionSets) {
+        if (IsAvailable(set)) text.append(std::string(" ") + NameOf(set));
+    }
+    return text;
 }
 
 std::string LibrariesText() {
@@ -67,8 +51,8 @@ std::string LibrariesText() {
 
 std::string VersionText() {
     return "velorin " VELORIN_VERSION "\nbuilt by " + CompilerText() + " for " + ProcessorText() +
-           "\ninstructions: " + InstructionsText() + ", " + LanesText() +
-           "\nbuilt with: " + LibrariesText() + "\nmovies: " + MovieExtensions() +
+           "\ninstructions: " + InstructionsText() + "\nbuilt with: " + LibrariesText() +
+           "\nmovies: " + MovieExtensions() +
            "; read also what libavformat reads\npictures: " + StillExtensions() + "\n";
 }
 
