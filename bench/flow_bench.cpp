@@ -8,6 +8,7 @@
 #include "flow/propagate.h"
 #include "image/arithmetic.h"
 #include "image/copy.h"
+#include "support/noise.h"
 
 namespace velorin {
 namespace {
@@ -68,12 +69,46 @@ Operation PrepareIteration() {
     });
 }
 
+// As propagation finds it: the coarser level's flow after two iterations on the finest.
 Operation PreparePropagation() {
     FinestLevel& level = Level();
-    return level.Reset([&level] {
-        KQIdleAndProgressClass progress(nullptr);
-        PropagateCandidates(*level.flow, level.imageA, level.imageB, nullptr, nullptr, progress);
-    });
+    ResampleFlow(*level.flow, *level.estimator->flowPyramid[1]);
+    for (int i = 0; i < 2; ++i) {
+        ComputeMismatch(level.mismatch, {level.imageA, level.imageB, level.gradientX,
+                                         level.gradientY, *level.flow, nullptr});
+        BlurStage(level.mismatch, true, 1);
+        SolveFlow(*level.flow, level.tensor, level.mismatch);
+        BlurStage(*level.flow, false, 1);
+    }
+    const std::shared_ptr<ZPImage> before = CreateCopy(*level.flow);
+    return {CountPixels(*before),
+            [&level] {
+                KQIdleAndProgressClass progress(nullptr);
+                PropagateCandidates(*level.flow, level.imageA, level.imageB, nullptr, nullptr,
+                                    progress);
+            },
+            [&level, before] { CopyExact(level.flow.get(), before.get()); }};
+}
+
+// The worst case: every vector differs from its neighbours', and nothing matches.
+template <bool kMattes>
+Operation PrepareNoisePropagation() {
+    const auto a = CreateNoise(kFlowWidth, kFlowHeight, 1, ZPPixFloat);
+    const auto b = std::make_shared<ZPImage>(kFlowWidth, kFlowHeight, 1, ZPPixFloat, 0);
+    Noise(2).Fill(*b);
+    const auto matte = CreateNoise(kFlowWidth, kFlowHeight, 1, ZPPixFloat);
+    const float valid = 1.0f;
+    FillPixel(*matte, &valid);
+    const auto before = CreateNoise(kFlowWidth, kFlowHeight, 2, ZPPixFloat);
+    ScaleValues(*before, 8.0f);
+    const auto flow = CreateCopy(*before);
+    return {CountPixels(*flow),
+            [=] {
+                KQIdleAndProgressClass progress(nullptr);
+                const ZPImage* mattes = kMattes ? matte.get() : nullptr;
+                PropagateCandidates(*flow, *a, *b, mattes, mattes, progress);
+            },
+            [=] { CopyExact(flow.get(), before.get()); }};
 }
 
 Operation PrepareLevelResample() {
@@ -164,6 +199,8 @@ bool Register() {
     Time("flow: gradients and blurred tensor, 960 x 540", PrepareGradients);
     Time("flow: one of three iterations, 960 x 540", PrepareIteration);
     Time("flow: propagation, 960 x 540", PreparePropagation);
+    Time("flow: propagation of noise, 960 x 540", PrepareNoisePropagation<false>);
+    Time("flow: propagation of noise with mattes, 960 x 540", PrepareNoisePropagation<true>);
     Time("flow: level resample to 960 x 540", PrepareLevelResample);
     Time("flow: whole flow between full HD frames at half size", PrepareWhole);
     Time("flow: hole fill of a full HD frame, 8-bit x 4, 5 percent holes", PrepareFill<true>);
