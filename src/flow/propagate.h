@@ -14,7 +14,10 @@ namespace velorin {
 //                   of B
 //   imageA, imageB  one float channel each
 //   matteA, matteB  validity mattes, float; where one is null there are none
-//   progress        is ticked after each sweep
+//   progress        is ticked after the sweeps along rows, and after those along columns, once for
+//                   each
+//
+// Throws ZPErrNoMemory, with the flow as it was.
 void PropagateCandidates(ZPImage& flow, const ZPImage& imageA, const ZPImage& imageB,
                          const ZPImage* matteA, const ZPImage* matteB,
                          KQIdleAndProgressClass& progress);

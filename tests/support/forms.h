@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "image/instruction_set.h"
 #include "image/parallel.h"
 #include "image/zp_image.h"
 #include "standalone/thread_pool.h"
@@ -30,6 +31,19 @@ void ForEachThreadCount(Work&& work) {
         work();
     }
     UseThreads(1);
+}
+
+// Calls work() with each instruction set that this build has and this machine runs.
+template <typename Work>
+void ForEachInstructionSet(Work&& work) {
+    const InstructionSet inUse = GetInstructionSet();
+    for (InstructionSet set : kAllInstructionSets) {
+        if (!IsAvailable(set)) continue;
+        SCOPED_TRACE(NameOf(set));
+        SetInstructionSet(set);
+        work();
+    }
+    SetInstructionSet(inUse);
 }
 
 }  // namespace velorin
