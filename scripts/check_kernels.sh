@@ -6,7 +6,7 @@ set -euo pipefail
 failed=0
 for set in x86_64_v3 x86_64_v4; do
     while read -r object; do
-        if nm "$object" | awk -v set="$set" '$2 ~ /[WVuTDBR]/ && index($3, set) == 0' | grep .; then
+        if nm "$object" | awk -v set="$set" 'NF == 3 && $2 ~ /[WVuTDBR]/ && index($3, set) == 0' | grep .; then
             echo "check_kernels: $object shares these with other sets" >&2
             failed=1
         fi

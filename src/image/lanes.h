@@ -305,4 +305,81 @@ VELORIN_ALWAYS_INLINE void LoadNextFour(const float* from, const std::int32_t* i
     TurnSquares(next, EachLane());
 }
 
+// Two 32-bit words at each lane's offset in bytes, of any alignment.
+VELORIN_ALWAYS_INLINE void GatherWords(const std::byte* from, Ints offset, Ints& first,
+                                       Ints& second) {
+#if defined(__AVX512F__)
+    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    const __m512i at = _mm512_permutexvar_epi64(order, (__m512i)offset);
+    const __m512 low =
+        _mm512_castsi512_ps(_mm512_i32gather_epi64(_mm512_castsi512_si256(at), from, 1));
+    const __m512 high =
+        _mm512_castsi512_ps(_mm512_i32gather_epi64(_mm512_extracti64x4_epi64(at, 1), from, 1));
+    first = (Ints)_mm512_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0));
+    second = (Ints)_mm512_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1));
+#elif defined(__AVX2__)
+    const auto* words = reinterpret_cast<const long long*>(from);
+    const __m256i at = _mm256_permute4x64_epi64((__m256i)offset, _MM_SHUFFLE(3, 1, 2, 0));
+    const __m256 low =
+        _mm256_castsi256_ps(_mm256_i32gather_epi64(words, _mm256_castsi256_si128(at), 1));
+    const __m256 high =
+        _mm256_castsi256_ps(_mm256_i32gather_epi64(words, _mm256_extracti128_si256(at, 1), 1));
+    first = (Ints)_mm256_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0));
+    second = (Ints)_mm256_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1));
+#else
+    typedef std::int32_t Pair __attribute__((vector_size(2 * sizeof(std::int32_t))));
+    Pair pairs[kLanes];
+    for (int i = 0; i < kLanes; ++i) __builtin_memcpy(&pairs[i], from + offset[i], sizeof pairs[i]);
+    for (int i = 0; i < kLanes; ++i) {
+        first[i] = pairs[i][0];
+        second[i] = pairs[i][1];
+    }
+#endif
+}
+
+// The words of all lanes behind each other.
+VELORIN_ALWAYS_INLINE void StoreWords(void* to, Ints words) {
+    __builtin_memcpy(to, &words, sizeof words);
+}
+// The same of two words for each lane.
+VELORIN_ALWAYS_INLINE void StoreWords(void* to, Ints first, Ints second) {
+    Floats low, high;
+    JoinPairs((Floats)first, (Floats)second, low, high, EachLane());
+    __builtin_memcpy(to, &low, sizeof low);
+    __builtin_memcpy(static_cast<std::byte*>(to) + sizeof low, &high, sizeof high);
+}
+
+// Pixels of four floats, at the offsets in bytes of as many pixels as fill the lanes.
+inline constexpr int kLanePixels = kLanes / 4;
+VELORIN_ALWAYS_INLINE Floats GatherPixels(const std::byte* from, const std::int32_t* offset) {
+    const auto load = [&](int i) __attribute__((always_inline)) {
+        typedef float Pixel __attribute__((vector_size(4 * sizeof(float))));
+        Pixel pixel;
+        __builtin_memcpy(&pixel, from + offset[i], sizeof pixel);
+        return pixel;
+    };
+#if defined(__AVX512F__)
+    const __m256 low = _mm256_insertf128_ps(_mm256_castps128_ps256(load(0)), load(1), 1);
+    const __m256 high = _mm256_insertf128_ps(_mm256_castps128_ps256(load(2)), load(3), 1);
+    return (Floats)_mm512_insertf32x8(_mm512_castps256_ps512(low), high, 1);
+#elif defined(__AVX2__)
+    return (Floats)_mm256_insertf128_ps(_mm256_castps128_ps256(load(0)), load(1), 1);
+#else
+    return load(0);
+#endif
+}
+
+// One value for each of those pixels, in all four of its lanes: `part` 0 to 3 is which quarter of
+// the values.
+VELORIN_ALWAYS_INLINE Floats SpreadOverPixels(Floats values, int part) {
+    const Ints lane = LaneNumbers() / 4 + part * kLanePixels;
+#if defined(__AVX512F__)
+    return (Floats)_mm512_permutexvar_ps((__m512i)lane, (__m512)values);
+#elif defined(__AVX2__)
+    return (Floats)_mm256_permutevar8x32_ps((__m256)values, (__m256i)lane);
+#else
+    return AllLanes(values[lane[0]]);
+#endif
+}
+
 }  // namespace velorin::VELORIN_KERNEL_SET

@@ -27,6 +27,13 @@ namespace velorin {
 int ZPInverseWarp(ZPImage& destination, const ZPImage& source, const ZPImage& flow, int extendEdges,
                   ZPImage* coverageOut, int mipMode, float amount);
 
+// A picture and what moves it, as ZPInverseWarp takes them.
+struct MovedPicture {
+    const ZPImage& source;
+    const ZPImage& flow;
+    float amount;
+};
+
 // Moves (sx, sy) along the straight line towards (x, y), which lies in the image, until it is
 // inside 0 to lastColumn by 0 to lastRow. Unlike a clamp it keeps the direction of the motion. All
 // finite.

@@ -3,14 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstddef>
 #include <limits>
+#include <memory>
+#include <new>
 #include <string>
 #include <utility>
 
 #include "image/copy.h"
 #include "image/parallel.h"
-#include "support/forms.h"
-#include "support/noise.h"
+#include "support/as_plain.h"
 #include "support/plain_bilinear.h"
 #include "support/plain_stored.h"
 #include "support/put_each.h"
@@ -89,19 +91,21 @@ void FillFlow(Noise& noise, ZPImage& flow, float range) {
     }
 }
 
+// Vectors of pixels, with the rest of a row that is not one, and single ones where a place is off.
 TEST(InverseWarp, EqualsPlainRuleInEveryForm) {
-    constexpr int kWidth = 23;
+    constexpr int kWidth = 53;
     constexpr int kHeight = 131;
     struct FlowSize {
         int width, height, bottomUp;
         float range;
     };
     ForEachPictureForm([&](int type, int channels) {
-        for (FlowSize size : {FlowSize{23, 131, 0, 2.5f}, FlowSize{11, 65, 1, 3.0f},
-                              FlowSize{2, 2, 0, 40.0f}, FlowSize{50, 140, 0, 9.0f}}) {
+        for (FlowSize size :
+             {FlowSize{53, 131, 0, 2.5f}, FlowSize{11, 65, 1, 3.0f}, FlowSize{2, 2, 0, 40.0f},
+              FlowSize{99, 140, 0, 9.0f}, FlowSize{27, 66, 0, 0.0f}}) {
             Noise noise(11);
             GapImage source(kWidth, kHeight, channels, type, size.bottomUp);
-            noise.Fill(*source);
+            FillTrying(noise, *source);
             GapImage flow(size.width, size.height, 2, ZPPixFloat, size.bottomUp);
             FillFlow(noise, *flow, size.range);
             ForEachThreadCount([&] {
@@ -112,13 +116,15 @@ TEST(InverseWarp, EqualsPlainRuleInEveryForm) {
                     ZPImage expectedCoverage(kWidth, kHeight, 1, ZPPixUChar, 0);
                     PlainWarp({expected, *source, *flow, extend, expectedCoverage, -0.7f},
                               ChooseWorkers(kHeight));
-                    GapImage dest(kWidth, kHeight, channels, type, 1 - size.bottomUp);
-                    GapImage coverage(kWidth, kHeight, 1, ZPPixUChar, 1);
-                    EXPECT_EQ(ZPInverseWarp(*dest, *source, *flow, extend, &*coverage, 1, -0.7f),
-                              1);
-                    EXPECT_SAME_IMAGE(*dest, expected);
-                    EXPECT_SAME_IMAGE(*coverage, expectedCoverage);
-                    EXPECT_TRUE(dest.GapsUntouched() && coverage.GapsUntouched());
+                    ForEachInstructionSet([&] {
+                        GapImage dest(kWidth, kHeight, channels, type, 1 - size.bottomUp);
+                        GapImage coverage(kWidth, kHeight, 1, ZPPixUChar, 1);
+                        EXPECT_EQ(
+                            ZPInverseWarp(*dest, *source, *flow, extend, &*coverage, 1, -0.7f), 1);
+                        EXPECT_SAME_IMAGE(*dest, expected);
+                        EXPECT_SAME_IMAGE(*coverage, expectedCoverage);
+                        EXPECT_TRUE(dest.GapsUntouched() && coverage.GapsUntouched());
+                    });
                 }
             });
         }
@@ -200,6 +206,23 @@ TEST(InverseWarp, ASmallAmountCopies) {
     UniformWarp coarse(1.0f, 0.0f, 4, 4);  // scale 3 / 15: one flow pixel is five
     coarse.Run(true, 0.4f);
     EXPECT_SAME_BITS(coarse.At(2, 3), 304.0f);
+}
+
+// Rows so far apart that an offset in bytes does not fit 32 bits.
+TEST(InverseWarp, ReadsPicturesOfMoreThanTwoGibibytes) {
+    constexpr int kRowBytes = 1 << 30;
+    const std::unique_ptr<std::byte[]> block(new (std::nothrow) std::byte[3u * kRowBytes + 80]);
+    if (!block) GTEST_SKIP() << "no address space";
+    ZPImage source(block.get(), 20, 4, kRowBytes, 4, ZPPixUChar, 0);
+    Noise noise(5);
+    noise.Fill(source);
+    Snapshot tight(source);
+    ZPImage flow(2, 2, 2, ZPPixFloat, 0);
+    PutEach(flow, [](int, int y, int c) { return c == 0 ? 0.05f : 0.1f - 0.1f * y; });
+    ZPImage dest(20, 4, 4, ZPPixUChar, 0), expected(20, 4, 4, ZPPixUChar, 0);
+    EXPECT_EQ(ZPInverseWarp(dest, source, flow, 1, nullptr, 1, 0.9f), 1);
+    EXPECT_EQ(ZPInverseWarp(expected, *tight, flow, 1, nullptr, 1, 0.9f), 1);
+    EXPECT_SAME_IMAGE(dest, expected);
 }
 
 TEST(InverseWarp, PinnedInFourChannels) {
