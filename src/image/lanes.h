@@ -305,7 +305,8 @@ VELORIN_ALWAYS_INLINE void LoadNextFour(const float* from, const std::int32_t* i
     TurnSquares(next, EachLane());
 }
 
-// Two 32-bit words at each lane's offset in bytes, of any alignment.
+// Two 32-bit words at each lane's offset in bytes, of any alignment. Loads into vector registers
+// are as fast as the gathers of some processors with AVX2, and far faster than those of others.
 VELORIN_ALWAYS_INLINE void GatherWords(const std::byte* from, Ints offset, Ints& first,
                                        Ints& second) {
 #if defined(__AVX512F__)
@@ -317,23 +318,31 @@ VELORIN_ALWAYS_INLINE void GatherWords(const std::byte* from, Ints offset, Ints&
         _mm512_castsi512_ps(_mm512_i32gather_epi64(_mm512_extracti64x4_epi64(at, 1), from, 1));
     first = (Ints)_mm512_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0));
     second = (Ints)_mm512_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1));
-#elif defined(__AVX2__)
-    const auto* words = reinterpret_cast<const long long*>(from);
-    const __m256i at = _mm256_permute4x64_epi64((__m256i)offset, _MM_SHUFFLE(3, 1, 2, 0));
-    const __m256 low =
-        _mm256_castsi256_ps(_mm256_i32gather_epi64(words, _mm256_castsi256_si128(at), 1));
-    const __m256 high =
-        _mm256_castsi256_ps(_mm256_i32gather_epi64(words, _mm256_extracti128_si256(at, 1), 1));
+#else
+    typedef std::int32_t Pair __attribute__((vector_size(2 * sizeof(std::int32_t))));
+    typedef std::int32_t TwoPairs __attribute__((vector_size(4 * sizeof(std::int32_t))));
+    std::int32_t at[kLanes];
+    __builtin_memcpy(at, &offset, sizeof at);
+    // Of the lanes i and i + 1.
+    const auto load = [&](int i) __attribute__((always_inline)) {
+        Pair low, high;
+        __builtin_memcpy(&low, from + at[i], sizeof low);
+        __builtin_memcpy(&high, from + at[i + 1], sizeof high);
+        return __builtin_shufflevector(low, high, 0, 1, 2, 3);
+    };
+#if defined(__AVX2__)
+    const auto join = [](TwoPairs low, TwoPairs high) __attribute__((always_inline)) {
+        return _mm256_castsi256_ps(
+            _mm256_inserti128_si256(_mm256_castsi128_si256((__m128i)low), (__m128i)high, 1));
+    };
+    const __m256 low = join(load(0), load(4)), high = join(load(2), load(6));
     first = (Ints)_mm256_shuffle_ps(low, high, _MM_SHUFFLE(2, 0, 2, 0));
     second = (Ints)_mm256_shuffle_ps(low, high, _MM_SHUFFLE(3, 1, 3, 1));
 #else
-    typedef std::int32_t Pair __attribute__((vector_size(2 * sizeof(std::int32_t))));
-    Pair pairs[kLanes];
-    for (int i = 0; i < kLanes; ++i) __builtin_memcpy(&pairs[i], from + offset[i], sizeof pairs[i]);
-    for (int i = 0; i < kLanes; ++i) {
-        first[i] = pairs[i][0];
-        second[i] = pairs[i][1];
-    }
+    const TwoPairs low = load(0), high = load(2);
+    first = __builtin_shufflevector(low, high, 0, 2, 4, 6);
+    second = __builtin_shufflevector(low, high, 1, 3, 5, 7);
+#endif
 #endif
 }
 

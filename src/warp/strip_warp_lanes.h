@@ -78,14 +78,19 @@ class StripWarp {
     VELORIN_ALWAYS_INLINE void Row(int row, Value* out, std::uint8_t* covered) {
         const float y = static_cast<float>(row);
         flow.MoveTo(y * flowScaleY);
-        for (int column = 0; column < source.width; column += kLanes) {
+        // Copies, as far as a compiler can tell what is stored might change the members.
+        const FlowLines vectors = flow;
+        const PictureLanes<Form> picture = pixels;
+        const float toX = travelX, toY = travelY;
+        const int width = source.width;
+        for (int column = 0; column < width; column += kLanes) {
             Floats u, v;
-            flow.At(column, u, v);
-            const Floats sx = ToFloats(LaneNumbers() + column) + travelX * u;
-            const Floats sy = y + travelY * v;
-            const int left = source.width - column;
-            if (left >= kLanes && pixels.HoldsAll(sx, sy)) {
-                pixels.Read(sx, sy, out + column * kChannels);
+            vectors.At(column, u, v);
+            const Floats sx = ToFloats(LaneNumbers() + column) + toX * u;
+            const Floats sy = y + toY * v;
+            const int left = width - column;
+            if (left >= kLanes && picture.HoldsAll(sx, sy)) {
+                picture.Read(sx, sy, out + column * kChannels);
                 if (covered) std::memset(covered + column, 255, kLanes);
             } else {
                 const int count = left < kLanes ? left : kLanes;
