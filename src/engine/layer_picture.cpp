@@ -101,6 +101,7 @@ ZPImage& KQVelorin4Internal::BuildMixedLayer(RenderPass& pass, LayerWork& work, 
         ZPBlendTwo(work.layerP, work.layerR, work.layerS, 1.0f - pass.floorWeight);
         return work.layerP;
     }
+    if (MixBlendAtOnce(work.layerP, pair(), warpingMethod, pass.progress)) return work.layerP;
     MixBlend(work.layerR, pair(), warpingMethod, room, pass.progress);
     return work.layerR;
 }

@@ -66,6 +66,16 @@ void MixBlend(ZPImage& target, const FramePair& pair, int warping, const WarpRoo
     FillUncovered(target, *room.floorCoverage, progress);
 }
 
+bool MixBlendAtOnce(ZPImage& target, const FramePair& pair, int warping,
+                    KQIdleAndProgressClass& progress) {
+    const float fromFloor = 1.0f - pair.floorWeight;
+    const MovedPicture floorFrame{pair.floorFrame, pair.backFlow, fromFloor};
+    const MovedPicture ceilFrame{pair.ceilFrame, pair.forwardFlow, pair.floorWeight};
+    if (warping != kInverse || !MixMoved(target, floorFrame, ceilFrame, fromFloor)) return false;
+    progress.Tick();
+    return true;
+}
+
 void MixEnergy(ZPImage& target, const FramePair& pair, int warping, const WarpRoom& room,
                KQIdleAndProgressClass& progress) {
     const ZPImage* forward = &pair.forwardFlow;

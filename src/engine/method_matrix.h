@@ -53,6 +53,11 @@ void MoveNearest(ZPImage& target, const ZPImage& shown, const ZPImage& flow, flo
 void MixBlend(ZPImage& target, const FramePair& pair, int warping, const WarpRoom& room,
               KQIdleAndProgressClass& progress);
 
+// The same in one pass and without room, where the method has no other step between. False, and
+// nothing done, where it has, or where `target` is one of the frames.
+bool MixBlendAtOnce(ZPImage& target, const FramePair& pair, int warping,
+                    KQIdleAndProgressClass& progress);
+
 // Both frames moved, sharpened and mixed. The pictures of `room` may be null.
 void MixEnergy(ZPImage& target, const FramePair& pair, int warping, const WarpRoom& room,
                KQIdleAndProgressClass& progress);

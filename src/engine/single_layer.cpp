@@ -102,10 +102,12 @@ void KQVelorin4Internal::WarpBoth(RenderPass& pass) {
     const FramePair pair{
         pass.frames.WarpedFloor(), pass.frames.WarpedCeil(),   *forwardFlow, *backFlow,
         pass.floorWeight,          pass.request.imagesAreYCbCr};
+    const bool blends = pass.interpMethod == 1;
+    if (blends && MixBlendAtOnce(pass.Target(), pair, warpingMethod, pass.progress)) return;
     const std::unique_ptr<ZPImage> floorCoverage = pass.CreateCoverage(UsesCoverage(warpingMethod));
     const std::unique_ptr<ZPImage> ceilCoverage = pass.CreateCoverage(UsesCoverage(warpingMethod));
     WarpRoom room{nullptr, nullptr, floorCoverage.get(), ceilCoverage.get()};
-    if (pass.interpMethod == 1) {
+    if (blends) {
         const std::unique_ptr<ZPImage> floorPicture = pass.CreateWorkingImage();
         const std::unique_ptr<ZPImage> ceilPicture = pass.CreateWorkingImage();
         room.floorPicture = floorPicture.get();

@@ -11,6 +11,7 @@
 #include "image/parallel_rows.h"
 #include "image/pixel_form.h"
 #include "image/rounding.h"
+#include "warp/blend_kernel.h"
 
 namespace velorin {
 
@@ -84,13 +85,11 @@ void BlendRow(typename Form::Value* target, const typename Form::Value* other, i
     }
 }
 
-// `kInside`: the share lies in 0 to 1, so that a mix never leaves the type's range.
-template <typename Value, bool kInside>
-void MixRow(Value* dest, const Value* first, const Value* second, int count, float share) {
+template <typename Value>
+void MixBeyond(Value* dest, const Value* first, const Value* second, int count, float share) {
     for (int i = 0; i < count; ++i) {
         const float f = static_cast<float>(first[i]);
-        const float mixed = f + (static_cast<float>(second[i]) - f) * share;
-        dest[i] = kInside ? RoundInside<Value>(mixed) : RoundUnclamped<Value>(mixed);
+        dest[i] = RoundUnclamped<Value>(f + (static_cast<float>(second[i]) - f) * share);
     }
 }
 
@@ -173,14 +172,18 @@ void ZPBlendTwo(ZPImage& dest, const ZPImage& first, const ZPImage& second, floa
     const bool fits = !ShapeDiffers(&dest, &first) && !ShapeDiffers(&dest, &second) &&
                       dest.pixelType == first.pixelType && dest.pixelType == second.pixelType;
     if (!fits || dest.channels < 1 || dest.channels == 2 || dest.channels > 4) return;
+    if (inside) {
+        const auto mixRows = VELORIN_KERNEL(MixRows);
+        ParallelRows(dest.height, [&](int firstRow, int lastRow) {
+            mixRows(dest, first, second, share, firstRow, lastRow);
+        });
+        return;
+    }
     WithPictureType(dest.pixelType, [&](auto zero) {
         using Value = decltype(zero);
-        ParallelRows(dest.height, [&](int firstRow, int lastRow) {
-            const int count = dest.width * dest.channels;
-            for (int y = firstRow; y <= lastRow; ++y) {
-                const auto mix = inside ? MixRow<Value, true> : MixRow<Value, false>;
-                mix(dest.Row<Value>(y), first.Row<Value>(y), second.Row<Value>(y), count, share);
-            }
+        const int count = dest.width * dest.channels;
+        ForEachSelectedRow({0, 1}, dest.height, [&](int y) {
+            MixBeyond(dest.Row<Value>(y), first.Row<Value>(y), second.Row<Value>(y), count, share);
         });
     });
 }

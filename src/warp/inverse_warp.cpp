@@ -3,12 +3,10 @@
 #include <cmath>
 #include <cstdio>
 
-#include "filter/row_ring.h"
 #include "image/arithmetic.h"
 #include "image/copy.h"
 #include "image/parallel_rows.h"
 #include "image/scratch.h"
-#include "warp/flow_lines.h"
 #include "warp/inverse_warp_kernel.h"
 
 namespace velorin {
@@ -72,12 +70,27 @@ int ZPInverseWarp(ZPImage& destination, const ZPImage& source, const ZPImage& fl
         CopyExact(&destination, &source);
         return 1;
     }
-    WorkerScratch scratch(ChooseWorkers(source.height), FlowLineScratch(source.width));
+    WorkerScratch scratch(ChooseWorkers(source.height), InverseWarpScratch(job));
     const auto warpRows = VELORIN_KERNEL(InverseWarpRows);
     ParallelRows(source.height, [&](int worker, int firstRow, int lastRow) {
         warpRows(job, scratch.Of(worker), firstRow, lastRow);
     });
     return 1;
+}
+
+bool MixMoved(ZPImage& dest, const MovedPicture& first, const MovedPicture& second, float share) {
+    for (const MovedPicture* picture : {&first, &second}) {
+        if (!Fits(dest, *picture) || IsIdentity(*picture)) return false;
+        if (picture->source.data == dest.data) return false;
+    }
+    if (dest.channels == 2 || !(share >= 0.01f && share <= 0.99f)) return false;
+    const MixMovedJob job{dest, first, second, share};
+    WorkerScratch scratch(ChooseWorkers(dest.height), MixMovedScratch(job));
+    const auto mixRows = VELORIN_KERNEL(MixMovedRows);
+    ParallelRows(dest.height, [&](int worker, int firstRow, int lastRow) {
+        mixRows(job, scratch.Of(worker), firstRow, lastRow);
+    });
+    return true;
 }
 
 }  // namespace velorin

@@ -34,6 +34,14 @@ struct MovedPicture {
     float amount;
 };
 
+// ZPInverseWarp of both pictures, with extended edges, and ZPBlendTwo of what comes out: to the
+// bit, but in one pass and without images between. `share` is the weight of the second.
+//
+// False, and nothing is done, where that is not for one pass: where the images do not fit, where
+// `dest` is one of the pictures, where a picture stays as it is, with 2 channels and with a share
+// outside 0.01 to 0.99.
+bool MixMoved(ZPImage& dest, const MovedPicture& first, const MovedPicture& second, float share);
+
 // Moves (sx, sy) along the straight line towards (x, y), which lies in the image, until it is
 // inside 0 to lastColumn by 0 to lastRow. Unlike a clamp it keeps the direction of the motion. All
 // finite.

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+
 #include "image/kernel_sets.h"
+#include "warp/flow_lines.h"
 #include "warp/inverse_warp.h"
 
 namespace velorin {
@@ -12,8 +15,25 @@ struct InverseWarpJob {
     bool extendEdges;
 };
 
-// `scratch` holds FlowLineScratch of the picture's width.
+struct MixMovedJob {
+    ZPImage& destination;
+    MovedPicture first;
+    MovedPicture second;
+    float share;  // of the second, in 0 to 1
+};
+
+// Floats that a worker of each job needs beside the images.
+inline std::size_t InverseWarpScratch(const InverseWarpJob& job) {
+    return FlowLineScratch(job.destination.width);
+}
+inline std::size_t MixMovedScratch(const MixMovedJob& job) {
+    const int rowFloats = static_cast<int>(job.destination.RowPixelBytes() / sizeof(float)) + 1;
+    return 2 * (FlowLineScratch(job.destination.width) + ScratchLine(rowFloats));
+}
+
 VELORIN_DECLARE_KERNELS(void InverseWarpRows(const InverseWarpJob& job, float* scratch,
-                                             int firstRow, int lastRow);)
+                                             int firstRow, int lastRow);
+                        void MixMovedRows(const MixMovedJob& job, float* scratch, int firstRow,
+                                          int lastRow);)
 
 }  // namespace velorin

@@ -6,34 +6,24 @@
 
 #include "image/bilinear.h"
 #include "image/bilinear_lanes.h"
+#include "image/packed_lanes.h"
 #include "image/rounding.h"
 
 namespace velorin::VELORIN_KERNEL_SET {
 
 // A pixel of four integer channels for each lane, as it stands in memory.
 template <typename Value>
-class PixelWords {
-  public:
-    static constexpr int kWords = sizeof(Value);
+struct PixelWords {
+    using Packed = PackedLanes<Value>;
 
     VELORIN_ALWAYS_INLINE Floats Channel(int c) const {
-        const Word word = (Word)words[c / kChannelsOfWord];
-        const int shift = c % kChannelsOfWord * kBits;
-        const Word moved = shift == 0 ? word : word >> shift;
-        return ToFloats((Ints)(shift + kBits == 32 ? moved : moved & kMask));
+        return words[c / Packed::kParts].Part(c % Packed::kParts);
     }
-    // Once for each channel of a pixel that is 0 at first; the value lies in the type's range.
     VELORIN_ALWAYS_INLINE void Add(int c, Ints value) {
-        words[c / kChannelsOfWord] |= value << (c % kChannelsOfWord * kBits);
+        words[c / Packed::kParts].Add(c % Packed::kParts, value);
     }
 
-    Ints words[kWords];
-
-  private:
-    typedef std::uint32_t Word __attribute__((vector_size(sizeof(Ints))));
-    static constexpr int kBits = 8 * sizeof(Value);
-    static constexpr int kChannelsOfWord = 32 / kBits;
-    static constexpr std::uint32_t kMask = (std::uint64_t{1} << kBits) - 1;
+    Packed words[sizeof(Value)];
 };
 
 // The pixels of two neighbouring columns, the first at each lane's offset in bytes.
@@ -41,10 +31,10 @@ template <typename Value>
 VELORIN_ALWAYS_INLINE void GatherColumns(const std::byte* from, Ints offset,
                                          PixelWords<Value>& left, PixelWords<Value>& right) {
     if constexpr (sizeof(Value) == 1) {
-        GatherWords(from, offset, left.words[0], right.words[0]);
+        GatherWords(from, offset, left.words[0].words, right.words[0].words);
     } else {
-        GatherWords(from, offset, left.words[0], left.words[1]);
-        GatherWords(from + 8, offset, right.words[0], right.words[1]);
+        GatherWords(from, offset, left.words[0].words, left.words[1].words);
+        GatherWords(from + 8, offset, right.words[0].words, right.words[1].words);
     }
 }
 
@@ -109,7 +99,7 @@ class PictureLanes {
     // A mix of four integers leaves their range by less than the 0.5 that is added before the cut,
     // and never so far up that the cut is another: no clamp.
     VELORIN_ALWAYS_INLINE void ReadWords(Ints offset, Floats tx, Floats ty, Value* out) const {
-        PixelWords<Value> topLeft, topRight, bottomLeft, bottomRight, mixed{};
+        PixelWords<Value> topLeft, topRight, bottomLeft, bottomRight, mixed;
         GatherColumns(top, offset, topLeft, topRight);
         GatherColumns(top + rowStep, offset, bottomLeft, bottomRight);
         for (int c = 0; c < 4; ++c) {
@@ -119,9 +109,9 @@ class PictureLanes {
                              0.5f));
         }
         if constexpr (sizeof(Value) == 1) {
-            StoreWords(out, mixed.words[0]);
+            mixed.words[0].Store(out);
         } else {
-            StoreWords(out, mixed.words[0], mixed.words[1]);
+            StoreWords(out, mixed.words[0].words, mixed.words[1].words);
         }
     }
 

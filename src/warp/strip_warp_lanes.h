@@ -75,7 +75,7 @@ class StripWarp {
           flow(picture.flow, source.width, FlowScaleX(picture), scratch) {}
 
     // `covered` may be null.
-    VELORIN_ALWAYS_INLINE void Row(int row, Value* out, std::uint8_t* covered) {
+    [[gnu::noinline]] void Row(int row, Value* out, std::uint8_t* covered) {
         const float y = static_cast<float>(row);
         flow.MoveTo(y * flowScaleY);
         // Copies, as far as a compiler can tell what is stored might change the members.

@@ -21,8 +21,9 @@ struct NoisePair {
     ZPImage second;
 };
 
-// Runs blend(target, other) on copies of the pair, in both row orders and on all thread counts, and
-// expects the same bits each time. Answers their sum, going on from `sum`.
+// Runs blend(target, other) on copies of the pair, in both row orders, on all thread counts and by
+// all instruction sets, and expects the same bits each time. Answers their sum, going on from
+// `sum`.
 template <typename Work>
 std::uint64_t BlendSum(const NoisePair& pair, std::uint64_t sum, const Work& blend) {
     Snapshot expected(pair.first);
@@ -30,14 +31,16 @@ std::uint64_t BlendSum(const NoisePair& pair, std::uint64_t sum, const Work& ble
     ForEachThreadCount([&] {
         for (int bottomUp : {0, 1}) {
             const ZPImage& like = pair.first;
-            GapImage target(19, 67, like.channels, like.pixelType, bottomUp);
             ZPImage other(19, 67, like.channels, like.pixelType, bottomUp);
             other.whitePoint = pair.second.whitePoint;
-            CopyPixels(*target, pair.first);
             CopyPixels(other, pair.second);
-            blend(*target, other);
-            EXPECT_SAME_IMAGE(*target, *expected);
-            EXPECT_TRUE(target.GapsUntouched());
+            ForEachInstructionSet([&] {
+                GapImage target(19, 67, like.channels, like.pixelType, bottomUp);
+                CopyPixels(*target, pair.first);
+                blend(*target, other);
+                EXPECT_SAME_IMAGE(*target, *expected);
+                EXPECT_TRUE(target.GapsUntouched());
+            });
         }
     });
     return Checksum(*expected, sum);

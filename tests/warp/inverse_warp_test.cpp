@@ -17,6 +17,7 @@
 #include "support/plain_stored.h"
 #include "support/put_each.h"
 #include "support/refusal.h"
+#include "warp/blend.h"
 
 namespace velorin {
 namespace {
@@ -223,6 +224,69 @@ TEST(InverseWarp, ReadsPicturesOfMoreThanTwoGibibytes) {
     EXPECT_EQ(ZPInverseWarp(dest, source, flow, 1, nullptr, 1, 0.9f), 1);
     EXPECT_EQ(ZPInverseWarp(expected, *tight, flow, 1, nullptr, 1, 0.9f), 1);
     EXPECT_SAME_IMAGE(dest, expected);
+}
+
+// What MixMoved does in one pass, step by step.
+void PlainMixMoved(ZPImage& dest, const MovedPicture& first, const MovedPicture& second,
+                   float share) {
+    ZPImage a(dest.width, dest.height, dest.channels, dest.pixelType, 0);
+    ZPImage b(dest.width, dest.height, dest.channels, dest.pixelType, 0);
+    EXPECT_EQ(ZPInverseWarp(a, first.source, first.flow, 1, nullptr, 1, first.amount), 1);
+    EXPECT_EQ(ZPInverseWarp(b, second.source, second.flow, 1, nullptr, 1, second.amount), 1);
+    ZPBlendTwo(dest, a, b, share);
+}
+
+TEST(MixMoved, EqualsTwoWarpsAndABlend) {
+    constexpr int kWidth = 53;
+    constexpr int kHeight = 67;
+    ForEachPictureForm([&](int type, int channels) {
+        Noise noise(17);
+        GapImage first(kWidth, kHeight, channels, type, 0),
+            second(kWidth, kHeight, channels, type, 1);
+        FillTrying(noise, *first);
+        FillTrying(noise, *second);
+        ZPImage flow(27, 34, 2, ZPPixFloat, 0), otherFlow(kWidth, kHeight, 2, ZPPixFloat, 1);
+        FillFlow(noise, flow, 1.5f);
+        FillFlow(noise, otherFlow, 2.5f);
+        const MovedPicture a{*first, flow, 0.4f}, b{*second, otherFlow, -0.6f};
+        ZPImage expected(kWidth, kHeight, channels, type, 0);
+        PlainMixMoved(expected, a, b, 0.4f);
+        ForEachThreadCount([&] {
+            ForEachInstructionSet([&] {
+                GapImage dest(kWidth, kHeight, channels, type, 1);
+                EXPECT_EQ(MixMoved(*dest, a, b, 0.4f), channels != 2);
+                if (channels != 2) {
+                    EXPECT_SAME_IMAGE(*dest, expected);
+                }
+                EXPECT_TRUE(dest.GapsUntouched());
+            });
+        });
+    });
+}
+
+TEST(MixMoved, LeavesWhatIsNotForOnePass) {
+    ZPImage flow(4, 4, 2, ZPPixFloat, 0), wide(9, 8, 4, ZPPixUChar, 0),
+        line(4, 4, 1, ZPPixFloat, 0);
+    ZPImage source(8, 8, 4, ZPPixUChar, 0), dest(8, 8, 4, ZPPixUChar, 0);
+    PutAll(flow, 1.0f);
+    Noise noise(3);
+    noise.Fill(source);
+    noise.Fill(dest);
+    Snapshot before(dest);
+    const MovedPicture moved{source, flow, 0.5f};
+    EXPECT_FALSE(MixMoved(source, moved, moved, 0.5f));
+    for (const MovedPicture& other : {MovedPicture{wide, flow, 0.5f},
+                                      {source, line, 0.5f},
+                                      {dest, flow, 0.5f},
+                                      {source, flow, 0.004f}}) {
+        EXPECT_FALSE(MixMoved(dest, moved, other, 0.5f));
+        EXPECT_FALSE(MixMoved(dest, other, moved, 0.5f));
+    }
+    for (float share : {0.0f, 0.0049f, 0.996f, 1.0f, -0.5f, 1.5f, NAN}) {
+        EXPECT_FALSE(MixMoved(dest, moved, moved, share));
+    }
+    EXPECT_SAME_IMAGE(dest, *before);
+    EXPECT_TRUE(MixMoved(dest, moved, moved, 0.5f));
 }
 
 TEST(InverseWarp, PinnedInFourChannels) {

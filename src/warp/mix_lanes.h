@@ -1,0 +1,39 @@
+#pragma once
+
+#include <type_traits>
+
+#include "image/bilinear_lanes.h"
+#include "image/packed_lanes.h"
+#include "image/rounding.h"
+
+namespace velorin::VELORIN_KERNEL_SET {
+
+// dest = first + (second - first) * share for `count` values of a row, with a share in 0 to 1, so
+// that a mix never leaves the type's range.
+template <typename Value>
+VELORIN_ALWAYS_INLINE void MixInside(Value* dest, const Value* first, const Value* second,
+                                     int count, float share) {
+    const Floats weight = AllLanes(share);
+    int i = 0;
+    if constexpr (std::is_same_v<Value, float>) {
+        for (; i + kLanes <= count; i += kLanes) {
+            StoreFloats(dest + i, MixLanes(LoadFloats(first + i), LoadFloats(second + i), weight));
+        }
+    } else {
+        using Packed = PackedLanes<Value>;
+        for (; i + Packed::kValues <= count; i += Packed::kValues) {
+            const Packed from = Packed::Load(first + i), to = Packed::Load(second + i);
+            Packed mixed;
+            for (int part = 0; part < Packed::kParts; ++part) {
+                mixed.Add(part, CutFloats(MixLanes(from.Part(part), to.Part(part), weight) + 0.5f));
+            }
+            mixed.Store(dest + i);
+        }
+    }
+    for (; i < count; ++i) {
+        const float f = static_cast<float>(first[i]);
+        dest[i] = RoundInside<Value>(f + (static_cast<float>(second[i]) - f) * share);
+    }
+}
+
+}  // namespace velorin::VELORIN_KERNEL_SET
