@@ -16,14 +16,15 @@ namespace {
 
 constexpr int kNearestScene = 3;  // of KQVelorin4::WhichScene
 
-// A picture of the engine's own, which it may alter until it gives it back.
-class PrivateCopy final : public KQImage {
+// A picture in the engine's hands.
+class HandedPicture final : public KQImage {
   public:
-    explicit PrivateCopy(const Picture& source) : picture(source) { WrapPicture(*this, picture); }
-    Picture& Pixels() { return picture; }
+    explicit HandedPicture(std::shared_ptr<Picture> newPicture) : picture(std::move(newPicture)) {
+        WrapPicture(*this, *picture);
+    }
 
   private:
-    Picture picture;
+    const std::shared_ptr<Picture> picture;
 };
 
 }  // namespace
@@ -65,7 +66,7 @@ void ClipHost::RethrowFailure() {
 }
 
 std::unique_ptr<KQImage> ClipHost::CopyOfMatte(int layer, std::int64_t frame) {
-    return std::make_unique<PrivateCopy>(mattes[layer].Fetch(frame));
+    return std::make_unique<HandedPicture>(std::make_shared<Picture>(*mattes[layer].Fetch(frame)));
 }
 
 const ZPImage* ClipHost::FlowOf(int layer) const {
@@ -89,13 +90,15 @@ void ClipHost::ReadVectors(std::int64_t frame, ZPImage& forward, ZPImage& back,
     }
 }
 
-int ClipHost::HandOut(KQImage** out, HeldClip& clip, int frame, bool compresses) {
+int ClipHost::HandOut(KQImage** out, HeldClip& clip, int frame, Handing handing) {
     *out = nullptr;
     try {
-        auto copy =
-            std::make_unique<PrivateCopy>(clip.Fetch(FrameInside(base + frame, sourceFrames)));
-        if (compresses) CompressTones(copy->Pixels());
-        *out = copy.release();
+        std::shared_ptr<Picture> picture = clip.Fetch(FrameInside(base + frame, sourceFrames));
+        if (!sharesFrames || handing != Handing::kShared) {
+            picture = std::make_shared<Picture>(*picture);
+        }
+        if (handing == Handing::kCompressed) CompressTones(*picture);
+        *out = new HandedPicture(std::move(picture));
     } catch (...) {
         failure = std::current_exception();
         return ZPErrBadArgument;
@@ -108,7 +111,8 @@ int ClipHost::GetToBeWarpedSequenceImage(KQImage** out, int frame) {
 }
 
 int ClipHost::GetTrackingSequenceImage(KQImage** out, int frame) {
-    return HandOut(out, motion ? *motion : source, frame, compressesTones[pass]);
+    return HandOut(out, motion ? *motion : source, frame,
+                   compressesTones[pass] ? Handing::kCompressed : Handing::kShared);
 }
 
 int ClipHost::CleanUpCheckedOutImage(KQImage* image) {
@@ -201,7 +205,7 @@ int ClipHost::HandOutVectors(KQImage** out, float* scale, std::optional<HeldClip
     };
     if (!clip || !isInside(frame) || !isInside(neighbour)) return ZPErrBadArgument;
     *scale = choices.vectorScale;
-    const int code = HandOut(out, *clip, frame);
+    const int code = HandOut(out, *clip, frame, Handing::kCopied);
     return code == ZPErrNone ? code : ZPErrNoMemory;  // the other one would mean: none
 }
 

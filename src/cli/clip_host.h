@@ -71,6 +71,9 @@ class ClipHost final : public KQVelorin4 {
     void SetWarping(int method) { warping = method; }
     // Whether the passes of the next request look at a tracking clip with compressed tones.
     void SetCompressesTones(const std::array<bool, 2>& ofPasses) { compressesTones = ofPasses; }
+    // Whether the next requests leave frames and mattes as they are handed out, so that these need
+    // no copies. The engine does so unless it takes fields out of frames: with no input fields.
+    void SetSharesFrames(bool newSharesFrames) { sharesFrames = newSharesFrames; }
     // Throws what went wrong when a slot answered with a failure; nothing when none did.
     void RethrowFailure();
 
@@ -111,7 +114,9 @@ class ClipHost final : public KQVelorin4 {
     int GetVectorScaleXY(float* x, float* y, int frame) override;
 
   private:
-    int HandOut(KQImage** out, HeldClip& clip, int frame, bool compresses = false);
+    // Shared, if all requests leave frames as they are; else a copy.
+    enum class Handing { kShared, kCopied, kCompressed };
+    int HandOut(KQImage** out, HeldClip& clip, int frame, Handing handing = Handing::kShared);
     int HandOutVectors(KQImage** out, float* scale, std::optional<HeldClip>& clip, int frame,
                        int neighbour);
 
@@ -126,6 +131,7 @@ class ClipHost final : public KQVelorin4 {
     GuidePairs pairs;  // the points that the engine looks at
     int warping = 0;
     bool showsNearest = false;
+    bool sharesFrames = false;
     std::array<bool, 2> compressesTones{};
     int pass = 0;  // that the engine is in
     std::int64_t outputFrame = 0;

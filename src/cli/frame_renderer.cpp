@@ -59,7 +59,7 @@ FrameRenderer::FrameRenderer(const Options& newOptions, const RunPlan& newPlan, 
     written.SetShape(plan.source.width, plan.source.height, PixelTypeOf(plan.depth));
 }
 
-const Picture* FrameRenderer::Render(std::int64_t frame, Method method, ProgressLine& progress) {
+Picture* FrameRenderer::Render(std::int64_t frame, Method method, ProgressLine& progress) {
     host.SetSourceFrames(plan.SourceFrames());
     host.SetOutputFrame(frame, plan.request.outputFields != 0);
     const bool whole = options.view == View::kMatte  ? PaintMatteView(frame)
@@ -78,6 +78,7 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
     if (request.outputFields != 0) WrapPicture(second, secondField);
     const std::array<bool, 2> compresses = CompressingPasses(frame);
     host.SetCompressesTones(compresses);
+    host.SetSharesFrames(request.inputFields == 0);
     const bool tracksSource = options.motionFrom.empty() && !compresses[0] && !compresses[1];
     const bool keepsFlows = options.keepFlows || options.view == View::kFlow;
     const int failure = host.RenderFrame(
@@ -175,7 +176,7 @@ Handles FrameRenderer::MattesAt(const PassForecast& pass) {
     return handles;
 }
 
-const Picture& FrameRenderer::Converted() {
+Picture& FrameRenderer::Converted() {
     if (written.pixels.empty() || rendered.pixelType == written.pixelType) return rendered;
     KQImage from;
     KQImage to;

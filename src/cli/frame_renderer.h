@@ -32,7 +32,9 @@ class FrameRenderer {
                   std::vector<LayerGuides> guides);
 
     // The frame in the plan's depth, until the next call; null when the user asked to stop at once.
-    const Picture* Render(std::int64_t frame, Method method, ProgressLine& progress);
+    Picture* Render(std::int64_t frame, Method method, ProgressLine& progress);
+    // Whether that picture may be left with any content: it is not shown again.
+    bool MayTakePicture() const { return !painted; }
 
     // How the pixels move between the two source frames around an output frame that lies between
     // them: without layers.
@@ -53,7 +55,7 @@ class FrameRenderer {
     bool ShowsNearestFields(std::int64_t frame) const;
     PassForecast FirstPass(std::int64_t frame) const;
     std::vector<std::unique_ptr<KQImage>> MattesAt(const PassForecast& pass);
-    const Picture& Converted();
+    Picture& Converted();
 
     const Options& options;
     const RunPlan& plan;

@@ -14,13 +14,15 @@ class HeldClip {
   public:
     explicit HeldClip(std::unique_ptr<ClipReader> newClip) : clip(std::move(newClip)) {}
 
-    // Frame `frame`, until another is fetched that takes its place. Throws MediaError.
-    Picture& Fetch(std::int64_t frame);
+    // Frame `frame`, which stays as it is while the caller keeps it and whom it is shared with does
+    // not alter it. Throws MediaError.
+    std::shared_ptr<Picture> Fetch(std::int64_t frame);
 
   private:
     std::unique_ptr<ClipReader> clip;
     RecentFrames recent;
-    std::array<Picture, RecentFrames::kCount> pictures;  // in the places of `recent`
+    std::array<std::shared_ptr<Picture>, RecentFrames::kCount>
+        pictures;  // in the places of `recent`
 };
 
 }  // namespace velorin

@@ -164,7 +164,7 @@ void Run::NoteStream() {
 // A frame that cannot be written ends the run whatever was asked for: the next ones would go the
 // same way.
 Run::Outcome Run::RenderOne(std::int64_t frame) {
-    const Picture* picture = nullptr;
+    Picture* picture = nullptr;
     const auto leaveOut = [&](const std::string& why) {
         failed.push_back(frame);
         progress.FrameFailed(frame, why);
@@ -180,7 +180,11 @@ Run::Outcome Run::RenderOne(std::int64_t frame) {
         return leaveOut("the engine failed with code " + std::to_string(failure));
     }
     if (!picture) return Outcome::kStopped;
-    writer->Write(frame, *picture);
+    if (renderer.MayTakePicture()) {
+        writer->WriteTaken(frame, *picture);
+    } else {
+        writer->Write(frame, *picture);
+    }
     return Outcome::kWritten;
 }
 

@@ -63,8 +63,8 @@ class HostClips {
             return;
         }
         const std::int64_t inside = std::clamp<std::int64_t>(frame, 0, slot.frames - 1);
-        const Picture& picture = slot.clip->Fetch(inside);
-        PackHostFrame(picture.pixels.data(), picture.width, picture.height, format.code, pixels);
+        const std::shared_ptr<Picture> picture = slot.clip->Fetch(inside);
+        PackHostFrame(picture->pixels.data(), picture->width, picture->height, format.code, pixels);
     }
 
     // Of all that are there, the front's first.

@@ -185,6 +185,8 @@ class ClipWriter {
     // The picture's type is that of the settings' depth. Alpha is dropped where the source has
     // none.
     virtual void Write(std::int64_t frame, const Picture& picture) = 0;
+    // As Write, and may keep the picture's memory: it has the same shape then and any content.
+    virtual void WriteTaken(std::int64_t frame, Picture& picture) { Write(frame, picture); }
     // Makes a movie whole and gives it its name. Throws MediaError, as Write does.
     virtual void Finish() = 0;
 };

@@ -17,6 +17,7 @@ class WritingBehind : public ClipWriter {
     WritingBehind(std::unique_ptr<ClipWriter> clipToWrite, int depth);
     ~WritingBehind() override;
     void Write(std::int64_t frame, const Picture& picture) override;
+    void WriteTaken(std::int64_t frame, Picture& picture) override;
     void Finish() override;
 
   private:
@@ -27,6 +28,8 @@ class WritingBehind : public ClipWriter {
     using Lock = std::unique_lock<std::mutex>;
 
     void Run();
+    std::unique_ptr<Picture> AwaitRoom();
+    void Add(std::int64_t frame, std::unique_ptr<Picture> picture);
     bool HasWork() const { return stopping || finishing || !waiting.empty(); }
     void ThrowFailure() const {
         if (failure) std::rethrow_exception(failure);
@@ -95,24 +98,36 @@ void WritingBehind::Run() {
     changed.notify_all();
 }
 
-void WritingBehind::Write(std::int64_t frame, const Picture& picture) {
-    std::unique_ptr<Picture> copy;
-    {
-        Lock lock(mutex);
-        changed.wait(lock, [this] { return failure || waiting.size() < mostWaiting; });
-        ThrowFailure();
-        if (!spare.empty()) {
-            copy = std::move(spare.back());
-            spare.pop_back();
-        }
-    }
-    if (!copy) copy = std::make_unique<Picture>();
-    *copy = picture;
+// Answers a picture for the next to be written, with memory of an earlier one if there is some.
+std::unique_ptr<Picture> WritingBehind::AwaitRoom() {
+    Lock lock(mutex);
+    changed.wait(lock, [this] { return failure || waiting.size() < mostWaiting; });
+    ThrowFailure();
+    if (spare.empty()) return std::make_unique<Picture>();
+    std::unique_ptr<Picture> picture = std::move(spare.back());
+    spare.pop_back();
+    return picture;
+}
+
+void WritingBehind::Add(std::int64_t frame, std::unique_ptr<Picture> picture) {
     {
         const Lock lock(mutex);
-        waiting.push_back({frame, std::move(copy)});
+        waiting.push_back({frame, std::move(picture)});
     }
     changed.notify_all();
+}
+
+void WritingBehind::Write(std::int64_t frame, const Picture& picture) {
+    std::unique_ptr<Picture> copy = AwaitRoom();
+    *copy = picture;
+    Add(frame, std::move(copy));
+}
+
+void WritingBehind::WriteTaken(std::int64_t frame, Picture& picture) {
+    std::unique_ptr<Picture> taken = AwaitRoom();
+    taken->SetShape(picture.width, picture.height, picture.pixelType, picture.channels);
+    std::swap(*taken, picture);
+    Add(frame, std::move(taken));
 }
 
 void WritingBehind::Finish() {

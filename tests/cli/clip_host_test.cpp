@@ -134,6 +134,32 @@ TEST(ClipHost, AnswersTimesAndFramesFromABaseNearTheOutputFrame) {
     EXPECT_EQ(clip.reads, Frames({500001}));
 }
 
+// With every method, and all that looks at frames before they are moved.
+TEST(ClipHost, FramesThatAreSharedStayAsTheyAre) {
+    Options layered;
+    layered.mattes = {"a", "b"};
+    layered.matteShrinks = {1.5f, 0.0f};
+    layered.fgSensitivities = {0.5f, 0.9f};
+    Options changed;
+    changed.enhance = 1;
+    changed.compensate = 2.0f;
+    changed.outputFields = 1;
+    changed.motionFrom = "a";
+    for (const Options& options : {Options{}, layered, changed}) {
+        for (const int interp : {0, 1, 2}) {
+            NoiseHost shared("0.5", 20, options);
+            NoiseHost copied("0.5", 20, options);
+            shared.host.SetSharesFrames(true);
+            for (const std::int64_t frame : {1, 2, 3, 2, 1, 6}) {
+                ASSERT_EQ(shared.Render(frame, interp), ZPErrNone);
+                ASSERT_EQ(copied.Render(frame, interp), ZPErrNone);
+                EXPECT_EQ(shared.picture.pixels, copied.picture.pixels)
+                    << "frame " << frame << " interp " << interp;
+            }
+        }
+    }
+}
+
 // Source times 0.5 and 4096.5 are the same numbers to the engine, and of different frames.
 TEST(ClipHost, PicturesDoNotDependOnTheFrameBefore) {
     for (const int interp : {0, 1, 2}) {

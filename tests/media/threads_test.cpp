@@ -125,10 +125,17 @@ TEST(WriteBehind, WritesInOrderAndFinishesWhenAsked) {
             std::iota(frames.begin(), frames.end(), 0);
             {
                 const auto clip = WriteBehind(std::make_unique<CountingWriter>(record), depth);
-                for (const std::int64_t frame : frames) clip->Write(frame, PictureOf(frame));
+                for (const std::int64_t frame : frames) {
+                    Picture picture = PictureOf(frame);
+                    clip->WriteTaken(frame, picture);
+                    EXPECT_EQ(picture.pixels.size(), PictureOf(frame).pixels.size());
+                    clip->Write(frame, PictureOf(frame));
+                }
                 if (finish) clip->Finish();
             }
-            EXPECT_TRUE(record.written == frames || !finish);
+            std::vector<std::int64_t> twice;
+            for (const std::int64_t frame : frames) twice.insert(twice.end(), {frame, frame});
+            EXPECT_TRUE(record.written == twice || !finish);
             EXPECT_EQ(record.finished, finish);
             EXPECT_TRUE(record.gone);
         }
