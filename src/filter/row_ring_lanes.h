@@ -28,7 +28,7 @@ class RowRing {
     }
 
     // Takes row `y`, filtered along the row; lines follow each other in `from`.
-    VELORIN_ALWAYS_INLINE void Push(int y, const float* from, AbsentSample absent) {
+    void Push(int y, const float* from, AbsentSample absent) {
         float* to = Row(y);
         for (int plane = 0; plane < planes; ++plane) {
             FilterLineLanes(from + plane * line, width, 1, w, taps, absent, 0, width,
@@ -37,7 +37,7 @@ class RowRing {
     }
 
     // Row `y` filtered down the columns, of rows FirstFor(y) to LastFor(y).
-    VELORIN_ALWAYS_INLINE void FilterDown(int y, AbsentSample absent, float* out) const {
+    void FilterDown(int y, AbsentSample absent, float* out) const {
         const int middleBegin = height < taps ? height : taps;
         const int middleEnd = height < 2 * taps ? middleBegin : height - taps;
         const std::ptrdiff_t samples = planes * line;

@@ -69,6 +69,14 @@ class ReduceWalk {
     int pushed = -1;
 };
 
+// The luminance of a frame's row; by its address, lest the walk be compiled for every form.
+using RowConverter = void(const ZPImage& frame, int y, bool lumaIsFirst, float* out);
+
+template <typename Form>
+void ConvertRow(const ZPImage& frame, int y, bool lumaIsFirst, float* out) {
+    LuminanceRow<Form>(frame.Row<typename Form::Value>(y), frame.width, lumaIsFirst, out);
+}
+
 }  // namespace
 
 void ReduceChannelRows(const ReduceJob& job, float* scratch, int firstRow, int lastRow) {
@@ -81,16 +89,13 @@ void ReduceChannelRows(const ReduceJob& job, float* scratch, int firstRow, int l
 void ReduceFrameRows(const ReduceJob& job, float* scratch, int firstRow, int lastRow) {
     float* luminance = scratch;
     scratch += ScratchLine(job.fine.width);
-    WithFrameForm(
-        job.fine, [&](auto form) __attribute__((always_inline)) {
-            using Form = decltype(form);
-            const auto rowOf = [&](int y) __attribute__((always_inline)) {
-                LuminanceRow<Form>(job.fine.Row<typename Form::Value>(y), job.fine.width,
-                                   job.lumaIsFirst, luminance);
-                return luminance;
-            };
-            ReduceWalk(job, scratch, rowOf).Run(firstRow, lastRow);
-        });
+    RowConverter* convert = nullptr;
+    WithFrameForm(job.fine, [&](auto form) { convert = ConvertRow<decltype(form)>; });
+    const auto rowOf = [&](int y) __attribute__((always_inline)) {
+        convert(job.fine, y, job.lumaIsFirst, luminance);
+        return luminance;
+    };
+    ReduceWalk(job, scratch, rowOf).Run(firstRow, lastRow);
 }
 
 void HighPassRows(const ReduceJob& job, float* scratch, int firstRow, int lastRow) {
