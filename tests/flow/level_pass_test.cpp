@@ -10,7 +10,6 @@
 #include "image/arithmetic.h"
 #include "image/copy.h"
 #include "support/forms.h"
-#include "support/instruction_sets.h"
 #include "support/noise.h"
 #include "support/put_each.h"
 
