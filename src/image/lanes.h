@@ -8,6 +8,8 @@
 
 #if defined(__AVX2__)
 #include <immintrin.h>
+#elif defined(__SSE2__) && !defined(VELORIN_PLAIN_LANES)
+#include <emmintrin.h>
 #endif
 
 // Included by kernels alone: what is here is as wide as the set that a kernel is built for.
@@ -235,6 +237,8 @@ VELORIN_ALWAYS_INLINE bool AnyLane(Ints mask) {
     return _mm512_test_epi32_mask((__m512i)mask, (__m512i)mask) != 0;
 #elif defined(__AVX2__)
     return _mm256_movemask_epi8((__m256i)mask) != 0;
+#elif defined(__SSE2__) && !defined(VELORIN_PLAIN_LANES)
+    return _mm_movemask_epi8((__m128i)mask) != 0;
 #else
     int any = 0;
     for (int i = 0; i < kLanes; ++i) any |= mask[i];
@@ -388,6 +392,21 @@ VELORIN_ALWAYS_INLINE Floats SpreadOverPixels(Floats values, int part) {
     return (Floats)_mm256_permutevar8x32_ps((__m256)values, (__m256i)lane);
 #else
     return AllLanes(values[lane[0]]);
+#endif
+}
+
+// Brings each lane into 0 to `high`, which is above 0; NaN becomes 0.
+VELORIN_ALWAYS_INLINE Floats ClampLanes(Floats value, Floats high) {
+    // Of a NaN the maximum is its second operand.
+#if defined(__AVX512F__)
+    return (Floats)_mm512_min_ps(_mm512_max_ps((__m512)value, _mm512_setzero_ps()), (__m512)high);
+#elif defined(__AVX2__)
+    return (Floats)_mm256_min_ps(_mm256_max_ps((__m256)value, _mm256_setzero_ps()), (__m256)high);
+#elif defined(__SSE2__) && !defined(VELORIN_PLAIN_LANES)
+    return (Floats)_mm_min_ps(_mm_max_ps((__m128)value, _mm_setzero_ps()), (__m128)high);
+#else
+    const Floats low = value > 0.0f ? value : Floats{};
+    return low < high ? low : high;
 #endif
 }
 

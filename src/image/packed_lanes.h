@@ -7,7 +7,7 @@
 
 namespace velorin::VELORIN_KERNEL_SET {
 
-// A row's integers, as many as fill a 32-bit word in each lane: four bytes, or two of 16 bits.
+// A row's values, as many as fill a 32-bit word in each lane: four bytes, two of 16 bits, a float.
 template <typename Value>
 struct PackedLanes {
     static constexpr int kBits = 8 * sizeof(Value);
@@ -30,10 +30,31 @@ struct PackedLanes {
         const Words moved = part == 0 ? (Words)words : (Words)words >> (part * kBits);
         return ToFloats((Ints)(part == kParts - 1 ? moved : moved & kMask));
     }
-    // Once for each part of words that are 0 at first; `value` lies in the type's range.
-    VELORIN_ALWAYS_INLINE void Add(int part, Ints value) { words |= value << (part * kBits); }
+
+    // Each once for each part of words that are 0 at first: RoundInside, RoundClamped.
+    VELORIN_ALWAYS_INLINE void AddInside(int part, Floats value) {
+        words |= CutFloats(value + 0.5f) << (part * kBits);
+    }
+    VELORIN_ALWAYS_INLINE void AddClamped(int part, Floats value) {
+        const Floats white = AllLanes(std::numeric_limits<Value>::max());
+        words |= CutFloats(ClampLanes(value + 0.5f, white)) << (part * kBits);
+    }
 
     Ints words{};
+};
+
+template <>
+struct PackedLanes<float> {
+    static constexpr int kParts = 1;
+    static constexpr int kValues = kLanes;
+
+    VELORIN_ALWAYS_INLINE static PackedLanes Load(const float* from) { return {LoadFloats(from)}; }
+    VELORIN_ALWAYS_INLINE void Store(float* to) const { StoreFloats(to, words); }
+    VELORIN_ALWAYS_INLINE Floats Part(int /*part*/) const { return words; }
+    VELORIN_ALWAYS_INLINE void AddInside(int /*part*/, Floats value) { words = value; }
+    VELORIN_ALWAYS_INLINE void AddClamped(int /*part*/, Floats value) { words = value; }
+
+    Floats words{};
 };
 
 }  // namespace velorin::VELORIN_KERNEL_SET

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <type_traits>
-
 #include "image/bilinear_lanes.h"
 #include "image/packed_lanes.h"
 #include "image/rounding.h"
@@ -13,22 +11,16 @@ namespace velorin::VELORIN_KERNEL_SET {
 template <typename Value>
 VELORIN_ALWAYS_INLINE void MixInside(Value* dest, const Value* first, const Value* second,
                                      int count, float share) {
+    using Packed = PackedLanes<Value>;
     const Floats weight = AllLanes(share);
     int i = 0;
-    if constexpr (std::is_same_v<Value, float>) {
-        for (; i + kLanes <= count; i += kLanes) {
-            StoreFloats(dest + i, MixLanes(LoadFloats(first + i), LoadFloats(second + i), weight));
+    for (; i + Packed::kValues <= count; i += Packed::kValues) {
+        const Packed from = Packed::Load(first + i), to = Packed::Load(second + i);
+        Packed mixed;
+        for (int part = 0; part < Packed::kParts; ++part) {
+            mixed.AddInside(part, MixLanes(from.Part(part), to.Part(part), weight));
         }
-    } else {
-        using Packed = PackedLanes<Value>;
-        for (; i + Packed::kValues <= count; i += Packed::kValues) {
-            const Packed from = Packed::Load(first + i), to = Packed::Load(second + i);
-            Packed mixed;
-            for (int part = 0; part < Packed::kParts; ++part) {
-                mixed.Add(part, CutFloats(MixLanes(from.Part(part), to.Part(part), weight) + 0.5f));
-            }
-            mixed.Store(dest + i);
-        }
+        mixed.Store(dest + i);
     }
     for (; i < count; ++i) {
         const float f = static_cast<float>(first[i]);

@@ -19,8 +19,8 @@ struct PixelWords {
     VELORIN_ALWAYS_INLINE Floats Channel(int c) const {
         return words[c / Packed::kParts].Part(c % Packed::kParts);
     }
-    VELORIN_ALWAYS_INLINE void Add(int c, Ints value) {
-        words[c / Packed::kParts].Add(c % Packed::kParts, value);
+    VELORIN_ALWAYS_INLINE void AddInside(int c, Floats value) {
+        words[c / Packed::kParts].AddInside(c % Packed::kParts, value);
     }
 
     Packed words[sizeof(Value)];
@@ -103,10 +103,9 @@ class PictureLanes {
         GatherColumns(top, offset, topLeft, topRight);
         GatherColumns(top + rowStep, offset, bottomLeft, bottomRight);
         for (int c = 0; c < 4; ++c) {
-            mixed.Add(
-                c, CutFloats(MixSquareLanes(topLeft.Channel(c), topRight.Channel(c),
-                                            bottomLeft.Channel(c), bottomRight.Channel(c), tx, ty) +
-                             0.5f));
+            mixed.AddInside(
+                c, MixSquareLanes(topLeft.Channel(c), topRight.Channel(c), bottomLeft.Channel(c),
+                                  bottomRight.Channel(c), tx, ty));
         }
         if constexpr (sizeof(Value) == 1) {
             mixed.words[0].Store(out);
