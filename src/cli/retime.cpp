@@ -37,9 +37,19 @@ namespace {
 
 constexpr int kWriteBehind = 1;
 
+// Files of a sequence can be written side by side, and packing one may take longer than computing
+// it. A movie and a pipe are one after the other.
+int WritersFor(const Options& options, const RunPlan& plan, int threads) {
+    constexpr std::int64_t kMostBytes = 256 << 20;  // in pictures and what they are packed into
+    if (!FindStillFormat(options.output)) return 1;
+    const std::int64_t pixelBytes = 4 * ChannelBytes(PixelTypeOf(plan.depth));
+    const std::int64_t bytes = 2 * pixelBytes * plan.source.width * plan.source.height;
+    return static_cast<int>(std::clamp<std::int64_t>(kMostBytes / bytes, 1, threads));
+}
+
 std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& plan,
                                          const RunClips& clips, const Fingerprints* prints,
-                                         std::shared_ptr<SoundSource> sound) {
+                                         std::shared_ptr<SoundSource> sound, int threads) {
     OutputSettings settings;
     settings.source = plan.source;
     settings.source.rate = plan.lawFacts.rate;
@@ -63,7 +73,12 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
         settings.source.channels = 3;
         settings.source.channelNames.clear();
     }
-    return WriteBehind(CreateClip(options.output, settings, plan.frames), kWriteBehind);
+    std::vector<std::unique_ptr<ClipWriter>> writers;
+    writers.push_back(CreateClip(options.output, settings, plan.frames));
+    while (static_cast<int>(writers.size()) < WritersFor(options, plan, threads)) {
+        writers.push_back(CreateClip(options.output, settings, {}));  // the frames are looked at
+    }
+    return WriteBehind(std::move(writers), kWriteBehind);
 }
 
 // The whole run. However it ends, the frames of a sequence that were rendered are on the disk, and
@@ -217,7 +232,7 @@ void CheckRun(const Options& options, int threads) {
     const RunPlan plan = MakePlan(options, clips.source->Info());
     if (!plan.frames.empty()) {
         const Fingerprints prints(options, plan, clips, {}, threads);
-        CreateWriter(options, plan, clips, &prints, nullptr);
+        CreateWriter(options, plan, clips, &prints, nullptr, threads);
     }
     if (!options.setup.to.empty()) {
         CheckTarget(options.setup.to, options.overwrite || options.job.resume);
@@ -257,7 +272,7 @@ int RunRetime(const Options& given, RunLog& log) {
     }
     const std::shared_ptr<SoundSource> sound = MakeSound(options, plan);
     std::unique_ptr<ClipWriter> writer =
-        CreateWriter(options, plan, clips, prints ? &*prints : nullptr, sound);
+        CreateWriter(options, plan, clips, prints ? &*prints : nullptr, sound, threads);
     NoteRun(options, plan, clips, progress);
     WriteSetup(options);
     const int code =

@@ -223,8 +223,11 @@ std::unique_ptr<ClipWriter> CreateClip(const std::string& name, const OutputSett
 std::unique_ptr<ClipReader> ReadAhead(std::unique_ptr<ClipReader> clip,
                                       std::function<std::int64_t()> next, int depth);
 
-// Writes behind its user on a thread of its own; at most `depth` pictures wait. A failure is thrown
-// by a later Write or by Finish.
-std::unique_ptr<ClipWriter> WriteBehind(std::unique_ptr<ClipWriter> clip, int depth);
+// Writes behind its user, with a thread for each of the writers, which all write the same clip: a
+// frame goes to the first that is free. At most `depth` pictures wait for one. A failure is thrown
+// by a later Write or by Finish; what other writers have in hand then is still written.
+std::unique_ptr<ClipWriter> WriteBehind(std::vector<std::unique_ptr<ClipWriter>> writers,
+                                        int depth);
+std::unique_ptr<ClipWriter> WriteBehind(std::unique_ptr<ClipWriter> writer, int depth);
 
 }  // namespace velorin

@@ -3,6 +3,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -11,10 +12,11 @@
 namespace velorin {
 namespace {
 
-// One thread does all writing, Finish included; `mutex` guards what it shares with the user.
+// Each thread has a writer of its own, which it also finishes; `mutex` guards what they share with
+// the user.
 class WritingBehind : public ClipWriter {
   public:
-    WritingBehind(std::unique_ptr<ClipWriter> clipToWrite, int depth);
+    WritingBehind(std::vector<std::unique_ptr<ClipWriter>> newWriters, int depth);
     ~WritingBehind() override;
     void Write(std::int64_t frame, const Picture& picture) override;
     void WriteTaken(std::int64_t frame, Picture& picture) override;
@@ -27,32 +29,41 @@ class WritingBehind : public ClipWriter {
     };
     using Lock = std::unique_lock<std::mutex>;
 
-    void Run();
+    void Run(ClipWriter& writer);
+    template <typename Work>
+    void Unlocked(Lock& lock, Work&& work);
     std::unique_ptr<Picture> AwaitRoom();
     void Add(std::int64_t frame, std::unique_ptr<Picture> picture);
-    bool HasWork() const { return stopping || finishing || !waiting.empty(); }
+    bool HasWork() const { return failure || stopping || finishing || !waiting.empty(); }
     void ThrowFailure() const {
         if (failure) std::rethrow_exception(failure);
     }
 
-    const std::unique_ptr<ClipWriter> clip;  // the thread's alone
+    const std::vector<std::unique_ptr<ClipWriter>> writers;  // each its thread's alone
     const std::size_t mostWaiting;
 
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<Waiting> waiting;
     std::vector<std::unique_ptr<Picture>> spare;  // written, their memory for the next ones
-    std::exception_ptr failure;                   // the first one; nothing is written after it
+    std::exception_ptr failure;                   // the first one; nothing is begun after it
     bool finishing = false;
     bool stopping = false;
-    bool ended = false;
-    std::thread thread;  // started last
+    std::size_t ended = 0;             // threads
+    std::vector<std::thread> threads;  // started last
 };
 
-WritingBehind::WritingBehind(std::unique_ptr<ClipWriter> clipToWrite, int depth)
-    : clip(std::move(clipToWrite)),
-      mostWaiting(static_cast<std::size_t>(std::max(depth, 1))),
-      thread([this] { Run(); }) {}
+WritingBehind::WritingBehind(std::vector<std::unique_ptr<ClipWriter>> newWriters, int depth)
+    : writers(std::move(newWriters)), mostWaiting(static_cast<std::size_t>(std::max(depth, 1))) {
+    for (const auto& writer : writers) {
+        try {
+            threads.emplace_back([this, &writer] { Run(*writer); });
+        } catch (const std::system_error&) {
+            if (threads.empty()) throw;
+            break;  // the system gives no more: fewer do
+        }
+    }
+}
 
 // Without a Finish the pictures that still wait are not written.
 WritingBehind::~WritingBehind() {
@@ -61,40 +72,36 @@ WritingBehind::~WritingBehind() {
         stopping = true;
     }
     changed.notify_all();
-    thread.join();
+    for (std::thread& thread : threads) thread.join();
 }
 
-void WritingBehind::Run() {
+// Remembers what the work throws.
+template <typename Work>
+void WritingBehind::Unlocked(Lock& lock, Work&& work) {
+    lock.unlock();
+    std::exception_ptr thrown;
+    try {
+        work();
+    } catch (...) {
+        thrown = std::current_exception();
+    }
+    lock.lock();
+    if (!failure) failure = thrown;
+}
+
+void WritingBehind::Run(ClipWriter& writer) {
     Lock lock(mutex);
-    while (!failure) {
+    while (true) {
         changed.wait(lock, [this] { return HasWork(); });
-        if (stopping || waiting.empty()) break;
+        if (failure || stopping || waiting.empty()) break;
         Waiting first = std::move(waiting.front());
         waiting.pop_front();
-        lock.unlock();
-        std::exception_ptr thrown;
-        try {
-            clip->Write(first.frame, *first.picture);
-        } catch (...) {
-            thrown = std::current_exception();
-        }
-        lock.lock();
-        failure = thrown;
+        Unlocked(lock, [&] { writer.Write(first.frame, *first.picture); });
         spare.push_back(std::move(first.picture));
         changed.notify_all();
     }
-    if (!failure && !stopping) {
-        lock.unlock();
-        std::exception_ptr thrown;
-        try {
-            clip->Finish();
-        } catch (...) {
-            thrown = std::current_exception();
-        }
-        lock.lock();
-        failure = thrown;
-    }
-    ended = true;
+    if (!failure && !stopping) Unlocked(lock, [&] { writer.Finish(); });
+    ++ended;
     changed.notify_all();
 }
 
@@ -134,14 +141,21 @@ void WritingBehind::Finish() {
     Lock lock(mutex);
     finishing = true;
     changed.notify_all();
-    changed.wait(lock, [this] { return ended; });
+    changed.wait(lock, [this] { return ended == threads.size(); });
     ThrowFailure();
 }
 
 }  // namespace
 
-std::unique_ptr<ClipWriter> WriteBehind(std::unique_ptr<ClipWriter> clip, int depth) {
-    return std::make_unique<WritingBehind>(std::move(clip), depth);
+std::unique_ptr<ClipWriter> WriteBehind(std::vector<std::unique_ptr<ClipWriter>> writers,
+                                        int depth) {
+    return std::make_unique<WritingBehind>(std::move(writers), depth);
+}
+
+std::unique_ptr<ClipWriter> WriteBehind(std::unique_ptr<ClipWriter> writer, int depth) {
+    std::vector<std::unique_ptr<ClipWriter>> writers;
+    writers.push_back(std::move(writer));
+    return WriteBehind(std::move(writers), depth);
 }
 
 }  // namespace velorin

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <numeric>
 #include <set>
 #include <thread>
@@ -138,6 +139,49 @@ TEST(WriteBehind, WritesInOrderAndFinishesWhenAsked) {
             EXPECT_TRUE(record.written == twice || !finish);
             EXPECT_EQ(record.finished, finish);
             EXPECT_TRUE(record.gone);
+        }
+    }
+}
+
+// Takes its time now and then, so that writers overtake each other.
+class SlowWriter : public ClipWriter {
+  public:
+    SlowWriter(std::vector<std::atomic<int>>& newTimes, std::atomic<int>& newFinished)
+        : times(newTimes), finished(newFinished) {}
+    void Write(std::int64_t frame, const Picture& picture) override {
+        if (frame == kBroken) throw MediaError(MediaError::Kind::kFailure, "broken");
+        if (frame % 3 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        EXPECT_TRUE(SamePixels(picture, PictureOf(frame)));
+        ++times[frame];
+    }
+    void Finish() override { ++finished; }
+
+  private:
+    std::vector<std::atomic<int>>& times;  // that each frame has been written
+    std::atomic<int>& finished;
+};
+
+TEST(WriteBehind, SeveralWritersWriteEachFrameOnce) {
+    for (const int count : {2, 8}) {
+        for (const int frames : {1, kBroken, kFrames}) {
+            std::vector<std::atomic<int>> times(kFrames);
+            std::atomic<int> finished = 0;
+            std::vector<std::unique_ptr<ClipWriter>> writers;
+            for (int i = 0; i < count; ++i) {
+                writers.push_back(std::make_unique<SlowWriter>(times, finished));
+            }
+            const auto clip = WriteBehind(std::move(writers), 1);
+            const auto writeAll = [&] {
+                for (int i = 0; i < frames; ++i) clip->Write(i, PictureOf(i));
+                clip->Finish();
+            };
+            if (frames > kBroken) {
+                EXPECT_THROW(writeAll(), MediaError);
+                continue;
+            }
+            writeAll();
+            for (int i = 0; i < frames; ++i) EXPECT_EQ(times[i], 1) << i;
+            EXPECT_EQ(finished, count);
         }
     }
 }
