@@ -1,7 +1,23 @@
 #!/usr/bin/env bash
-# Times every operation with one thread and with all, and prints a table of nanoseconds a pixel.
-# With --write the table replaces the one in docs/performance.md. An idle machine, please.
+# Prints two tables: every operation in nanoseconds a pixel, with one thread and with all; and whole
+# renders against other programs that make frames, as far as these are installed.
+#
+#   --clip FOLDER  renders frames of yours instead of drawn ones
+#   --write        puts the tables into docs/performance.md
+#
+# An idle machine, please.
 source "$(dirname "$0")/setup.sh"
+
+clip=()
+write=()
+while [ $# -gt 0 ]; do
+    case $1 in
+        --clip) clip=(--clip "${2:?bench.sh: --clip needs a folder}"); shift ;;
+        --write) write=(--write) ;;
+        *) echo "usage: scripts/bench.sh [--clip FOLDER] [--write]" >&2; exit 2 ;;
+    esac
+    shift
+done
 
 # measure THREADS: "OPERATION|NS A PIXEL" for each operation.
 measure() {
@@ -14,18 +30,28 @@ measure() {
     ' "$json"
 }
 
-print_table() {
+print_machine() {
+    printf '%s, %s cores, %s, %s\n\n' "$(lscpu | sed -n 's/^Model name: *//p')" "$(nproc)" \
+        "$("${CXX:-c++}" --version | head -n 1)" "$(date +%Y-%m-%d)"
+}
+
+print_operations() {
     local cores one all
     cores=$(nproc)
     one=$(measure 1)
     all=$(measure "$cores")
-    printf '%s, %s cores, %s, %s\n\n' "$(lscpu | sed -n 's/^Model name: *//p')" "$cores" \
-        "$("${CXX:-c++}" --version | head -n 1)" "$(date +%Y-%m-%d)"
+    print_machine
     printf '| operation | 1 thread | %s threads |\n|---|---:|---:|\n' "$cores"
     paste -d '|' <(echo "$one") <(echo "$all") |
         awk -F '|' '{ printf "| %s | %s | %s |\n", $1, $2, $4 }'
 }
 
-install_missing "${buildPackages[@]}"
-build_preset release velorin_bench >&2
-print_section timings print_table "$@"
+print_programs() {
+    print_machine
+    python3 "$root/bench/peers/programs.py" "$build/release/velorin" "${clip[@]}"
+}
+
+install_missing "${buildPackages[@]}" python3 python3-numpy
+build_preset release velorin velorin_bench >&2
+print_section programs print_programs "${write[@]}"
+print_section timings print_operations "${write[@]}"
