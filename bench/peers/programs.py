@@ -81,10 +81,11 @@ def has_minterpolate():
     return " minterpolate " in filters.stdout
 
 
-def instruction_sets():
-    flags = pathlib.Path("/proc/cpuinfo").read_text().split()
-    needed = {"baseline": "", "x86-64-v3": "avx2", "x86-64-v4": "avx512vl"}
-    return [name for name, flag in needed.items() if not flag or flag in flags]
+def instruction_sets(program):
+    """Those that the program has kernels for and this processor runs."""
+    text = subprocess.run([program, "--version"], capture_output=True, text=True, check=True).stdout
+    line = next(line for line in text.splitlines() if line.startswith("instructions:"))
+    return line.partition(", of ")[2].split()
 
 
 class Bench:
@@ -153,7 +154,7 @@ def add_commands(bench, peers):
     bench.add_velorin("half, full", "--speed", "0.5", "--quality", "full")
     bench.add_velorin("quarter", "--speed", "0.25")
     bench.add_velorin("half, 2 threads", "--speed", "0.5", threads=2)
-    for name in instruction_sets():
+    for name in instruction_sets(bench.program):
         bench.add_velorin(f"half, {name}", "--speed", "0.5", VELORIN_INSTRUCTION_SET=name)
     bench.add("version", [bench.program, "--version"])
     if MCI in peers:
@@ -179,7 +180,7 @@ def print_times(bench, peers):
             theirs = bench.a_frame(name, f"{name}, copy")
             print(compared(f"default choices, against {peer}", default, theirs))
             print(compared(f"`--quality full`, against {peer}", full, theirs))
-    for name in instruction_sets():
+    for name in instruction_sets(bench.program):
         less = bench.a_frame(f"half, {name}", "copy")
         print(compared(f"default choices, against instruction set {name}", default, less))
     further = bench.a_frame("quarter", "half", 2 * PAIRS)
