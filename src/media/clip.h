@@ -131,6 +131,12 @@ class ClipReader {
     // Reads frame `frame`, 0 to frames - 1, exactly, also after any other. Gray is spread over
     // three channels; a picture without alpha gets a full one. Throws MediaError.
     virtual void Read(std::int64_t frame, Picture& picture) = 0;
+    // As Read, for one who only looks at the picture: it may be one that others look at, too. Takes
+    // over the memory of what is there, unless that is null or shared.
+    virtual void ReadShared(std::int64_t frame, std::shared_ptr<Picture>& picture) {
+        if (picture.use_count() != 1) picture = std::make_shared<Picture>();
+        Read(frame, *picture);
+    }
     // Before the first Read, where each field will be looked at by itself: keeps colours of one
     // field out of the other in pictures that a movie marks as interlaced.
     virtual void KeepFieldsApart() {}

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "media/clip.h"
 
@@ -13,13 +14,41 @@ namespace {
 
 constexpr std::int64_t kNoFrame = -1;
 // Pictures that the user has had or passed over, for one who asks again.
-constexpr std::size_t kKept = 1;
+constexpr std::size_t kKept = 2;
 
 // A frame as it was read: a picture, or the failure in its place.
 struct ReadFrame {
     std::int64_t frame = kNoFrame;
     std::shared_ptr<Picture> picture;
     std::exception_ptr failure;
+};
+
+// Pictures whose memory goes from frame to frame, so that it is claimed once and not for every one.
+// Whoever lets go of a picture last gives it back, from any thread, and perhaps after the reader.
+class PicturePool : public std::enable_shared_from_this<PicturePool> {
+  public:
+    std::shared_ptr<Picture> Take() {
+        std::unique_ptr<Picture> picture;
+        {
+            const std::lock_guard lock(mutex);
+            if (!free.empty()) {
+                picture = std::move(free.back());
+                free.pop_back();
+            }
+        }
+        if (!picture) picture = std::make_unique<Picture>();
+        return {picture.release(),
+                [pool = shared_from_this()](Picture* used) { pool->GiveBack(used); }};
+    }
+
+  private:
+    void GiveBack(Picture* used) {
+        const std::lock_guard lock(mutex);
+        free.emplace_back(used);
+    }
+
+    std::mutex mutex;
+    std::vector<std::unique_ptr<Picture>> free;
 };
 
 // All reading is done by one thread, also that of frames out of order: the clip never changes
@@ -31,6 +60,7 @@ class ReadingAhead : public ClipReader {
     ~ReadingAhead() override;
     const ClipInfo& Info() const override { return info; }
     void Read(std::int64_t frame, Picture& picture) override;
+    void ReadShared(std::int64_t frame, std::shared_ptr<Picture>& picture) override;
 
   private:
     using Lock = std::unique_lock<std::mutex>;
@@ -39,13 +69,13 @@ class ReadingAhead : public ClipReader {
     bool HasWork() const;
     ReadFrame ReadOne(std::int64_t frame, Lock& lock);
     ReadFrame* Find(std::int64_t frame);
+    void Keep(ReadFrame&& read);
     void PassOver(std::int64_t frame);
-    std::shared_ptr<Picture> FreePicture();
-
     const std::unique_ptr<ClipReader> clip;  // the thread's alone
     const std::function<std::int64_t()> next;
     const ClipInfo info;
     const std::size_t mostWaiting;
+    const std::shared_ptr<PicturePool> pool = std::make_shared<PicturePool>();
 
     std::mutex mutex;
     std::condition_variable changed;
@@ -89,19 +119,9 @@ bool ReadingAhead::HasWork() const {
     return stopping || wanted != kNoFrame || (!orderEnded && waiting.size() < mostWaiting);
 }
 
-// A picture that nobody holds any more, so that memory is claimed once and not for every frame.
-std::shared_ptr<Picture> ReadingAhead::FreePicture() {
-    if (kept.size() > kKept) {
-        std::shared_ptr<Picture> picture = std::move(kept.front().picture);
-        kept.pop_front();
-        if (picture && picture.use_count() == 1) return picture;
-    }
-    return std::make_shared<Picture>();
-}
-
 ReadFrame ReadingAhead::ReadOne(std::int64_t frame, Lock& lock) {
     if (const ReadFrame* held = Find(frame); held != nullptr && !held->failure) return *held;
-    ReadFrame read{frame, FreePicture(), {}};
+    ReadFrame read{frame, pool->Take(), {}};
     lock.unlock();
     try {
         clip->Read(frame, *read.picture);
@@ -120,7 +140,7 @@ void ReadingAhead::Run() {
         if (stopping) return;
         if (wanted != kNoFrame) {
             // On the spot, before anything else: the user waits for it.
-            kept.push_back(ReadOne(wanted, lock));
+            Keep(ReadOne(wanted, lock));
             wanted = kNoFrame;
         } else {
             lock.unlock();
@@ -145,20 +165,28 @@ void ReadingAhead::Run() {
     }
 }
 
+void ReadingAhead::Keep(ReadFrame&& read) {
+    kept.push_back(std::move(read));
+    if (kept.size() > kKept) kept.pop_front();
+}
+
 // Moves the waiting pictures up to the first of `frame` to the kept ones: they have been asked for
 // or been left out.
 void ReadingAhead::PassOver(std::int64_t frame) {
     const auto first = std::find_if(waiting.begin(), waiting.end(),
                                     [&](const ReadFrame& read) { return read.frame == frame; });
     if (first == waiting.end()) return;
-    std::move(waiting.begin(), first + 1, std::back_inserter(kept));
+    for (auto read = waiting.begin(); read != first + 1; ++read) Keep(std::move(*read));
     waiting.erase(waiting.begin(), first + 1);
-    // One more than kept, whose memory the next picture takes over.
-    while (kept.size() > kKept + 1) kept.pop_front();
 }
 
 void ReadingAhead::Read(std::int64_t frame, Picture& picture) {
     std::shared_ptr<Picture> found;
+    ReadShared(frame, found);
+    picture = *found;
+}
+
+void ReadingAhead::ReadShared(std::int64_t frame, std::shared_ptr<Picture>& picture) {
     std::exception_ptr failure;
     {
         Lock lock(mutex);
@@ -176,15 +204,11 @@ void ReadingAhead::Read(std::int64_t frame, Picture& picture) {
         }
         const ReadFrame read = *Find(frame);
         PassOver(frame);
-        found = read.picture;
+        picture = read.picture;
         failure = read.failure;
     }
     changed.notify_all();
     if (failure) std::rethrow_exception(failure);
-    picture = *found;
-    // Let go of under the lock: the thread that takes the memory over must see it as read.
-    const Lock lock(mutex);
-    found.reset();
 }
 
 }  // namespace
