@@ -52,7 +52,7 @@ class PictureLanes {
           lastRow(image.lastRow),
           reaches(static_cast<std::int64_t>(image.rowBytes) * image.height <= INT32_MAX) {}
 
-    // Whether each lane's place lies in the picture; a NaN does not. None does in a picture of more
+    // Whether all lanes' places lie in the picture; a NaN does not. None does in a picture of more
     // bytes than an offset can hold.
     VELORIN_ALWAYS_INLINE bool HoldsAll(Floats sx, Floats sy) const {
         const Ints inside = (sx >= 0.0f) & (sx <= static_cast<float>(lastColumn)) & (sy >= 0.0f) &

@@ -31,5 +31,25 @@ TEST(MethodMatrix, YCbCrBlendsByItsOwnRuleAfterTheInverseWarpAlone) {
     }
 }
 
+// Only the plain inverse warp mixes in one pass, into a picture that is none of the frames.
+TEST(MethodMatrix, BlendsAtOnceWhatItBlendsInSteps) {
+    const auto floorFrame = DrawDisc(0.0f), ceilFrame = DrawDisc(1.0f);
+    ZPImage flow(kDiscWidth, kDiscHeight, 2, ZPPixFloat, 0);
+    ClearImage(&flow);
+    flow.Row<float>(5)[7] = 3.0f;
+    KQIdleAndProgressClass progress(nullptr);
+    const FramePair pair{*floorFrame, *ceilFrame, flow, flow, 0.4f};
+    ZPImage once(kDiscWidth, kDiscHeight, 4, ZPPixUChar, 0);
+    for (int warping : {kInverseSmart, kForward, kForwardPlain}) {
+        EXPECT_FALSE(MixBlendAtOnce(once, pair, warping, progress));
+    }
+    EXPECT_FALSE(MixBlendAtOnce(*floorFrame, pair, kInverse, progress));
+    EXPECT_TRUE(MixBlendAtOnce(once, pair, kInverse, progress));
+    ZPImage steps(kDiscWidth, kDiscHeight, 4, ZPPixUChar, 0),
+        a(kDiscWidth, kDiscHeight, 4, ZPPixUChar, 0), b(kDiscWidth, kDiscHeight, 4, ZPPixUChar, 0);
+    MixBlend(steps, pair, kInverse, {&a, &b}, progress);
+    EXPECT_SAME_IMAGE(once, steps);
+}
+
 }  // namespace
 }  // namespace velorin
