@@ -1,5 +1,9 @@
 #include <unistd.h>
 
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +30,17 @@
 namespace velorin {
 
 namespace {
+
+// Images come and go with each frame: what one gives back serves the next, where the system would
+// hand it out anew, a cleared page at a time. Larger blocks than the first go to the system anyway.
+void KeepFreedMemory() {
+#ifdef __GLIBC__
+    constexpr int kMegabyte = 1 << 20;
+    mallopt(M_MMAP_THRESHOLD, 32 * kMegabyte);
+    mallopt(M_TRIM_THRESHOLD, 1024 * kMegabyte);
+    mallopt(M_TOP_PAD, 16 * kMegabyte);
+#endif
+}
 
 int Run(Verb verb, int (*run)(const Options&), int count, char** words) {
     const std::optional<Options> options = ParseOptions(verb, count, words);
@@ -65,5 +80,6 @@ int RunVerb(int count, char** words) {
 }  // namespace velorin
 
 int main(int count, char** words) {
+    velorin::KeepFreedMemory();
     return velorin::RunProgram(velorin::RunVerb, count, words);
 }
