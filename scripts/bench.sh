@@ -48,7 +48,7 @@ print_operations() {
 
 print_programs() {
     print_machine
-    python3 "$root/bench/peers/programs.py" "$build/release/velorin" "${clip[@]}"
+    /usr/bin/python3 "$root/bench/peers/programs.py" "$build/release/velorin" "${clip[@]}"
 }
 
 install_missing "${buildPackages[@]}" python3 python3-numpy
