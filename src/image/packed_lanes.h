@@ -35,9 +35,12 @@ struct PackedLanes {
     VELORIN_ALWAYS_INLINE void AddInside(int part, Floats value) {
         words |= CutFloats(value + 0.5f) << (part * kBits);
     }
-    VELORIN_ALWAYS_INLINE void AddClamped(int part, Floats value) {
+    VELORIN_ALWAYS_INLINE void AddClamped(int part, Floats value) { AddCut(part, Raised(value)); }
+    // The two steps of the last: what is added before the clamp, and the clamp with the cut.
+    VELORIN_ALWAYS_INLINE static Floats Raised(Floats value) { return value + 0.5f; }
+    VELORIN_ALWAYS_INLINE void AddCut(int part, Floats value) {
         const Floats white = AllLanes(std::numeric_limits<Value>::max());
-        words |= CutFloats(ClampLanes(value + 0.5f, white)) << (part * kBits);
+        words |= CutFloats(ClampLanes(value, white)) << (part * kBits);
     }
 
     Ints words{};
@@ -53,6 +56,8 @@ struct PackedLanes<float> {
     VELORIN_ALWAYS_INLINE Floats Part(int /*part*/) const { return words; }
     VELORIN_ALWAYS_INLINE void AddInside(int /*part*/, Floats value) { words = value; }
     VELORIN_ALWAYS_INLINE void AddClamped(int /*part*/, Floats value) { words = value; }
+    VELORIN_ALWAYS_INLINE static Floats Raised(Floats value) { return value; }
+    VELORIN_ALWAYS_INLINE void AddCut(int /*part*/, Floats value) { words = value; }
 
     Floats words{};
 };

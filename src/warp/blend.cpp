@@ -7,7 +7,6 @@
 #include <type_traits>
 
 #include "image/copy.h"
-#include "image/float4.h"
 #include "image/parallel_rows.h"
 #include "image/pixel_form.h"
 #include "image/rounding.h"
@@ -93,22 +92,6 @@ void MixBeyond(Value* dest, const Value* first, const Value* second, int count, 
     }
 }
 
-// The pixel of ZPBlend.
-template <typename Value>
-void BlendPixel(Value* target, const Value* other, float share, float white) {
-    const Float4 o = Float4::Load(other);
-    const Float4 mixed = o + (Float4::Load(target) - o) * share;
-    float values[4];
-    mixed.Store(values);
-    const float alpha = std::max(std::min(values[3], white), 0.0f);
-    if (!(alpha > 0.0f)) {
-        for (int c = 0; c < 4; ++c) target[c] = 0;
-        return;
-    }
-    StoreClamped(mixed, target);
-    target[3] = TruncateClamped<Value>(alpha);
-}
-
 bool Within(float share, double of) {
     return std::fabs(static_cast<double>(share) - of) < 0.005;
 }
@@ -122,15 +105,9 @@ int ZPBlend(ZPImage& target, const ZPImage& other, float share) {
         CopyExact(&target, &other);
         return 1;
     }
-    WithPictureType(target.pixelType, [&](auto zero) {
-        using Value = decltype(zero);
-        ForEachSelectedRow({0, 1}, target.height, [&](int y) {
-            Value* pixel = target.Row<Value>(y);
-            const Value* from = other.Row<Value>(y);
-            for (int i = 0; i < 4 * target.width; i += 4) {
-                BlendPixel(pixel + i, from + i, share, other.whitePoint);
-            }
-        });
+    const auto blendRows = VELORIN_KERNEL(BlendRows);
+    ParallelRows(target.height, [&](int firstRow, int lastRow) {
+        blendRows(target, other, share, firstRow, lastRow);
     });
     return 1;
 }

@@ -5,8 +5,11 @@
 
 namespace velorin {
 
-// ZPBlendTwo of rows of one picture form, with a share in 0 to 1.
+// Rows of pictures of one form. MixRows is ZPBlendTwo with a share in 0 to 1, BlendRows is ZPBlend
+// of four channels.
 VELORIN_DECLARE_KERNELS(void MixRows(ZPImage& dest, const ZPImage& first, const ZPImage& second,
-                                     float share, int firstRow, int lastRow);)
+                                     float share, int firstRow, int lastRow);
+                        void BlendRows(ZPImage& target, const ZPImage& other, float share,
+                                       int firstRow, int lastRow);)
 
 }  // namespace velorin

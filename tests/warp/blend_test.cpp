@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "image/copy.h"
+#include "support/as_plain.h"
 #include "support/checksum.h"
 #include "support/stderr_text.h"
 
@@ -103,6 +104,28 @@ TEST(Blend, SameBitsInEveryForm) {
         EXPECT_SAME_IMAGE(pair.first, *before);
     });
     EXPECT_EQ(sum, 6402692495148066556u);
+}
+
+// Pixels of a row, whose values trip arithmetic, as each by itself.
+TEST(Blend, NoPixelDependsOnItsNeighbours) {
+    constexpr int kPixels = 331;
+    ZPImage target(kPixels, 1, 4, ZPPixFloat, 0), other(kPixels, 1, 4, ZPPixFloat, 0);
+    Noise noise(29);
+    FillTrying(noise, target);
+    FillTrying(noise, other);
+    noise.Sprinkle(target, 150);
+    noise.Sprinkle(other, 150);
+    Snapshot expected(target);
+    for (int x = 0; x < kPixels; ++x) {
+        ZPImage to(expected->Row<float>(0) + 4 * x, 1, 1, 4, ZPPixFloat, 0);
+        ZPImage from(other.Row<float>(0) + 4 * x, 1, 1, 4, ZPPixFloat, 0);
+        ZPBlend(to, from, 0.3f);
+    }
+    ForEachInstructionSet([&] {
+        Snapshot blended(target);
+        ZPBlend(*blended, other, 0.3f);
+        EXPECT_SAME_IMAGE(*blended, *expected);
+    });
 }
 
 TEST(BlendTwo, SameBitsInEveryForm) {
