@@ -215,7 +215,7 @@ TEST(Frames, WhatIsKeptIsNotEstimatedAgain) {
     };
     const std::vector<int> best = forks(4, true, 0), sloppy = forks(2, true, 0);
     EXPECT_GT(best[0], sloppy[0]);  // one size more
-    EXPECT_GT(sloppy[0], 3 * sloppy[1]);
+    EXPECT_GT(sloppy[0], 2 * sloppy[1]);
     EXPECT_EQ(best[1], sloppy[1]);  // drawing alone
     EXPECT_EQ(best[2], best[1]);
     for (const std::vector<int>& anew : {forks(4, false, 0), forks(4, true, 2)}) {
