@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "image/lanes.h"
+#include "image/square_lanes.h"
 #include "image/zp_image.h"
 
 namespace velorin::VELORIN_KERNEL_SET {

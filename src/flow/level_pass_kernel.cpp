@@ -2,6 +2,7 @@
 
 #include "filter/row_ring_lanes.h"
 #include "image/bilinear_lanes.h"
+#include "image/interleaved_lanes.h"
 
 namespace velorin::VELORIN_KERNEL_SET {
 

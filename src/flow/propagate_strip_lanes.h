@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "flow/propagate_kernel.h"
-#include "image/lanes.h"
+#include "image/square_lanes.h"
 
 namespace velorin::VELORIN_KERNEL_SET {
 

@@ -3,6 +3,7 @@
 #include "filter/row_ring_lanes.h"
 #include "flow/luminance_lanes.h"
 #include "image/bilinear_lanes.h"
+#include "image/gather_lanes.h"
 
 namespace velorin::VELORIN_KERNEL_SET {
 

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "image/lanes.h"
+#include "image/gather_lanes.h"
 #include "image/zp_image.h"
 
 namespace velorin::VELORIN_KERNEL_SET {

@@ -60,7 +60,7 @@ void StoreClamped(FloatLanes<N> value, Value* to) {
     for (int i = 0; i < N; ++i) to[i] = RoundClamped<Value>(value.lanes[i]);
 }
 
-// Four lanes: the only place with intrinsics. The plain form gives the same bits.
+// Four lanes. The plain form gives the same bits.
 #ifdef VELORIN_SSE_LANES
 
 struct Float4 {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "image/interleaved_lanes.h"
 #include "image/pixel_form.h"
 #include "image/rounding.h"
 #include "warp/mix_lanes.h"

@@ -5,6 +5,7 @@
 
 #include "image/bilinear.h"
 #include "image/bilinear_lanes.h"
+#include "image/gather_lanes.h"
 #include "image/zp_image.h"
 #include "warp/flow_lines.h"
 

@@ -6,6 +6,7 @@
 
 #include "image/bilinear.h"
 #include "image/bilinear_lanes.h"
+#include "image/gather_lanes.h"
 #include "image/packed_lanes.h"
 #include "image/rounding.h"
 
