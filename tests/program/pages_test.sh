@@ -47,6 +47,8 @@ for fact in libavformat OpenImageIO toml++ instructions exr ProRes; do
     "$program" --version | grep -q -F "$fact" || fail "--version does not tell $fact"
 done
 
+VELORIN_INSTRUCTION_SET=sse expect 2 "VELORIN_INSTRUCTION_SET is sse; give baseline" --version
+
 # The version without the libraries for clips; all else by the file beside it, which a link finds and
 # a copy does not.
 ldd "$program" | grep -E 'libav|OpenImageIO' && fail "the program begins with libraries for clips"
