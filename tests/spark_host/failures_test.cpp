@@ -126,7 +126,7 @@ TEST(Failures, TooLittleMemoryIsToldByTheImageThatLacksIt) {
 
 TEST(Failures, TooLittleMemoryForTheEngineGivesBlackFrames) {
     if (kSanitized) GTEST_SKIP();
-    PluginSession plugin(FramesOf(49, 1400, 1100));
+    PluginSession plugin(FramesOf(49, 2000, 1650));
     plugin.host.Begin();
     plugin.Set("SparkFloat32", 0.5);
     plugin.Set("SparkBoolean19", 0);
@@ -139,7 +139,7 @@ TEST(Failures, TooLittleMemoryForTheEngineGivesBlackFrames) {
     };
     int black = 0, whole = 0;
     std::vector<std::byte> good;
-    for (std::size_t megabytes : {900, 30, 60, 90, 120}) {
+    for (std::size_t megabytes : {900, 10, 20, 40, 80, 160}) {
         plugin.host.session.conditions.spareBytes = megabytes << 20;
         const std::vector<std::byte> frame = plugin.Render(1);
         if (good.empty()) good = frame;
