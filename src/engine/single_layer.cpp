@@ -1,6 +1,7 @@
 #include "engine/compensate_blur.h"
 #include "engine/method_matrix.h"
 #include "engine/render_pass.h"
+#include "flow/luminance.h"
 #include "image/copy.h"
 
 namespace velorin {
@@ -60,7 +61,15 @@ void KQVelorin4Internal::ComputeFrameFlow(RenderPass& pass, ZPImage* dest, bool 
 
 // From the floor frame to the ceil frame, after the flow back.
 void KQVelorin4Internal::ReverseFrameFlow(RenderPass& pass) {
-    if (!layerUsesOpticalFlow[0]) return ComputeFrameFlow(pass, nullptr, true);
+    // A frame of another size, or without luminance, leaves parts of a level as they were: loading
+    // it again is not the same.
+    const auto fillsLevel = [&](const ZPImage& frame) {
+        return frame.width == width && frame.height == height && HasLuminance(frame);
+    };
+    if (!layerUsesOpticalFlow[0] || (pass.needFlows && (!fillsLevel(pass.frames.TrackedFloor()) ||
+                                                        !fillsLevel(pass.frames.TrackedCeil())))) {
+        return ComputeFrameFlow(pass, nullptr, true);
+    }
     pass.NextStage();
     if (!pass.needFlows) return;
     FeedGuides(pass, 0, true);

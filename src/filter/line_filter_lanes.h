@@ -6,10 +6,10 @@
 #include "filter/line_filter.h"
 #include "image/lanes.h"
 
-// The loops of a line filter for kernels that fuse it with others.
+// The loops of a line filter, also for kernels that fuse it with others.
 namespace velorin::VELORIN_KERNEL_SET {
 
-// Outputs that are summed side by side, so that each runs over its taps in registers.
+// Vectors of outputs side by side, so that each runs over its taps in registers.
 //
 // out[p] = w[0] * v[p]; then, for j from taps - 1 down to 1, plus w[j] * (v[p + js] + v[p - js])
 // for a distance of s between neighbours. Every output has its own sum: the block's width and any

@@ -1,14 +1,13 @@
 #include "flow/level_pass_kernel.h"
 
 #include "filter/row_ring_lanes.h"
+#include "flow/level_solver.h"
 #include "image/bilinear_lanes.h"
 #include "image/interleaved_lanes.h"
 
 namespace velorin::VELORIN_KERNEL_SET {
 
 namespace {
-
-constexpr float kMinDeterminant = 40.0f;
 
 // The tensor's and the flow's blurs walk images of several channels.
 constexpr AbsentSample kAbsent = AbsentSample::kMinusOne;

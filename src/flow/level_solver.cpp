@@ -12,8 +12,6 @@ namespace velorin {
 
 namespace {
 
-constexpr float kMinDeterminant = 40.0f;
-
 // The forward and the backward difference, each where its neighbour exists, over their count.
 float Gradient(float before, float here, float after, bool hasBefore, bool hasAfter) {
     if (!hasBefore) return after - here;

@@ -33,6 +33,9 @@ void ComputeMismatch(ZPImage& mismatch, const MismatchInput& input);
 // 40 the vector stays.
 void SolveFlow(ZPImage& flow, const ZPImage& tensor, const ZPImage& mismatch);
 
+// A determinant must be larger than this in size.
+inline constexpr float kMinDeterminant = 40.0f;
+
 // Of the Gaussians below, in modes 1 and 2.
 float BlurRadius(bool isSum, int mode);
 

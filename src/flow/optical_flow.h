@@ -42,7 +42,7 @@ class ZPOpticalFlowUChar : public KQMem {
     void LoadMatte(const ZPImage& image, bool toB);
 
     // Solves for what was loaded. `dest` may be null; else it receives a copy of the flow.
-    //   highPass         1: band-pass the levels first, in place
+    //   highPass         1: band-pass the levels first
     //   mode             1; selects the blur widths of the solve
     //   skipPropagation  other than 0 leaves the repair out
     // Throws what progress and memory throw; the pyramids stay usable.
@@ -56,8 +56,8 @@ class ZPOpticalFlowUChar : public KQMem {
 
     // The flow from B to A of the images and mattes loaded by ComputeFlowFromImages, or loaded
     // singly and computed with the high-pass step: they are what they were, and neither load nor
-    // high-pass is done again. Where those images did not fit each other, a line on standard error
-    // and nothing.
+    // high-pass is done again; afterwards A and B have changed places, also where it throws. Where
+    // those images did not fit each other, a line on standard error and nothing.
     void ComputeReverseFlow(ZPImage* dest, int mode, int skipPropagation,
                             KQIdleAndProgressClass* progress);
 
@@ -86,8 +86,10 @@ class ZPOpticalFlowUChar : public KQMem {
 
     std::int32_t iterationsPerLevel = 3;
     std::int32_t reductionSteps;
-    ImagePyramid tensorPyramid;      // 3 channels: blurred gradient products
-    ImagePyramid mismatchPyramid;    // 2 channels: blurred gradient times difference; also scratch
+    ImagePyramid tensorPyramid;  // 3 channels: blurred gradient products
+    // 2 channels: the flow before the last iteration, or, where the steps are not walked, blurred
+    // gradient times difference.
+    ImagePyramid mismatchPyramid;
     ImagePyramid imagePyramidB;      // 1 channel
     ImagePyramid imagePyramidA;      // 1 channel; gradients are taken on this one
     ImagePyramid flowPyramid;        // 2 channels; internal sign while computing

@@ -37,7 +37,8 @@ struct FourRows {
 };
 
 // Rows become lanes by turning squares of four values. The last square of a row begins early enough
-// to end with it and repeats what the one before it did. Lines past the last repeat it.
+// to end with it and repeats what the one before it did. Lines past the last
+// repeat it up to the next square, and behind that are whatever they were: compared, never stored.
 VELORIN_ALWAYS_INLINE void LoadRows(const PropagationJob& job, const Strip& strip) {
     const int last = strip.first + strip.lines - 1;
     FourFloats value[4];

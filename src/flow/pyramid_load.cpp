@@ -86,6 +86,7 @@ void ZPOpticalFlowUChar::LoadImage(const ZPImage& image, const ZPImage* checkIma
         std::fputs("calculating flow, incompatible inputs!\n", stderr);
         return;
     }
+    imagesFit = true;
     ImagePyramid& pyramid = toB ? imagePyramidB : imagePyramidA;
     const ImagePyramid& mattes = toB ? mattePyramidB : mattePyramidA;
     LoadLevelZero(*pyramid[0], image, false);

@@ -9,7 +9,7 @@
 //   VELORIN_DECLARE_KERNELS(
 //       void SolveRows(ZPImage& flow, int firstRow, int lastRow);)
 //
-// and whoever runs it asks once for a job, and never within a row:
+// and whoever runs it asks once for a job or a line, and never within one:
 //
 //   const auto solveRows = VELORIN_KERNEL(SolveRows);
 //

@@ -30,7 +30,7 @@ typedef std::int32_t Ints __attribute__((vector_size(kLanes * sizeof(float))));
 #define VELORIN_ALWAYS_INLINE [[gnu::always_inline]] inline
 
 VELORIN_ALWAYS_INLINE Floats AllLanes(float value) {
-    return Floats{} + value;
+    return value - Floats{};  // a sum would lose the sign of -0.0
 }
 
 // 0, 1, 2 and so on.

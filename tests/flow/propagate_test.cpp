@@ -189,7 +189,7 @@ TEST(Propagate, TiesAndInvalidPlacesKeepTheirVector) {
     EXPECT_EQ(tight.At(9, 5), 0.0f);  // beyond it in its row; the columns come after all rows
 }
 
-TEST(Propagate, ChecksForAnAbortAfterEachSweep) {
+TEST(Propagate, ChecksForAnAbortAfterEachPairOfSweeps) {
     MovedNoise moved;
     const auto run = [&](int stopAt) {
         Recorder progress(stopAt);
