@@ -76,7 +76,7 @@ std::unique_ptr<ClipWriter> CreateWriter(const Options& options, const RunPlan& 
     std::vector<std::unique_ptr<ClipWriter>> writers;
     writers.push_back(CreateClip(options.output, settings, plan.frames));
     while (static_cast<int>(writers.size()) < WritersFor(options, plan, threads)) {
-        writers.push_back(CreateClip(options.output, settings, {}));  // the frames are looked at
+        writers.push_back(CreateClip(options.output, settings, plan.frames));
     }
     return WriteBehind(std::move(writers), kWriteBehind);
 }

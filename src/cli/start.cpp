@@ -24,14 +24,19 @@ namespace fs = std::filesystem;
 constexpr const char* kFullPrograms[] = {"libexec/velorin", VELORIN_INSTALLED_PROGRAM};
 
 [[noreturn]] void BecomeFullProgram(char** words) {
-    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
+    std::error_code hidden;
+    const fs::path folder = fs::read_symlink("/proc/self/exe", hidden).parent_path();
+    if (hidden) {
+        throw std::runtime_error("/proc is not there, by which the program finds its other file (" +
+                                 hidden.message() + "); mount it");
+    }
     fs::path tried;
     int reason = 0;
     for (const char* name : kFullPrograms) {
         tried = (folder / name).lexically_normal();
         execv(tried.c_str(), words);
         reason = errno;
-        if (reason != ENOENT && reason != ENOTDIR) break;
+        if (reason != ENOENT && reason != ENOTDIR && reason != EACCES) break;
     }
     throw std::runtime_error(tried.string() + ": the program's other file cannot be started (" +
                              std::generic_category().message(reason) + "); install it anew");

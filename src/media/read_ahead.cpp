@@ -3,6 +3,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -43,8 +44,12 @@ class PicturePool : public std::enable_shared_from_this<PicturePool> {
 
   private:
     void GiveBack(Picture* used) {
+        std::unique_ptr<Picture> owned(used);
         const std::lock_guard lock(mutex);
-        free.emplace_back(used);
+        try {
+            free.push_back(std::move(owned));
+        } catch (const std::bad_alloc&) {  // one spare picture less
+        }
     }
 
     std::mutex mutex;
