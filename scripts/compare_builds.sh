@@ -30,7 +30,7 @@ draw bytes-png rgb24
 draw shorts-png rgb48be
 draw floats-exr gbrpf32le
 failed=0
-read -ra sets < <("$1" --version | sed -n 's/^instructions: .*, of //p')
+read -ra sets < <("$1" --version | sed -n 's/^instructions: .*, of //p') || sets=(baseline)
 clips=(bytes-png shorts-png floats-exr)
 cell=0
 for interp in nearest blend energy; do
