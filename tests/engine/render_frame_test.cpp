@@ -267,6 +267,24 @@ TEST(RenderFrame, AFrameOfAnotherSizeNeverShowsStrayMemory) {
     EXPECT_SAME_IMAGE(*host.result, wanted);
 }
 
+// They fill a part of the finest level: what the first flow leaves in the rest reaches the second.
+TEST(RenderFrame, SmallTrackedFramesAreLoadedForEachFlow) {
+    MemoryHost host(DrawClip(2, 40, 32, ZPPixUChar));
+    for (float shift : {0.0f, 1.5f}) {
+        host.trackingFrames.push_back(DrawTexture(20, 15, ZPPixUChar, shift, 0.0f));
+    }
+    host.sameClip = 0;
+    host.quality = 5;
+    ASSERT_EQ(host.Render(0.25f), 0);
+    ZPOpticalFlowUChar estimator(40, 32, 0, 0, 0, 2);
+    estimator.SetSensitivity(host.sensitivity);
+    for (int a : {1, 0}) {
+        estimator.ComputeFlowFromImages(nullptr, host.trackingFrames[a].get(),
+                                        host.trackingFrames[1 - a].get(), 1, 1, 0, nullptr, false);
+    }
+    EXPECT_SAME_IMAGE(*host.internal->LayerFlowA(0), *estimator.Flow());
+}
+
 TEST(RenderFrame, GoldenChecksums) {
     struct Golden {
         std::int64_t method;
