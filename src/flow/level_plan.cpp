@@ -27,8 +27,11 @@ void CreateLevels(ImagePyramid& pyramid, int levelCount, int width, int height, 
     for (int n = 0; n < levelCount; ++n) {
         pyramid[n] = std::make_unique<ZPImage>(HalvedSide(width, n), HalvedSide(height, n),
                                                channels, ZPPixFloat, 0);
-        ClearImage(pyramid[n].get());
     }
+}
+
+void ClearLevels(ImagePyramid& pyramid, int levelCount) {
+    for (int n = 0; n < levelCount; ++n) ClearImage(pyramid[n].get());
 }
 
 StartLevel FindStartLevel(int levelCount, float sensitivity) {

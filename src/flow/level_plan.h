@@ -13,8 +13,9 @@ int HalvedSide(int side, int times);
 // `minLevelSize`. At least 1.
 int CountLevels(int width, int height, int minLevelSize);
 
-// Makes a float image of zeros on each level. Throws ZPErrNoMemory.
+// Makes a float image on each level, of which no pixel is set. Throws ZPErrNoMemory.
 void CreateLevels(ImagePyramid& pyramid, int levelCount, int width, int height, int channels);
+void ClearLevels(ImagePyramid& pyramid, int levelCount);
 
 // Where a computation begins, and the share of what it finds there that it keeps.
 struct StartLevel {

@@ -154,6 +154,9 @@ ZPMorphFlow::ZPMorphFlow(int throwOnFailure, int fullWidth, int fullHeight, int 
         CreateLevels(valuePyramid, levelCount, width, height, 2);
         CreateLevels(weightPyramid, levelCount, width, height, 1);
         CreateLevels(scratchPyramid, levelCount, width, height, 1);
+        for (auto* pyramid : {&flowPyramid, &valuePyramid, &weightPyramid, &scratchPyramid}) {
+            ClearLevels(*pyramid, levelCount);
+        }
     } catch (ZPErr failure) {
         for (auto* pyramid : {&flowPyramid, &valuePyramid, &weightPyramid, &scratchPyramid}) {
             for (std::unique_ptr<ZPImage>& level : *pyramid) level.reset();

@@ -73,6 +73,14 @@ void ZPOpticalFlowUChar::CreatePyramids() {
     if (masked) create(mattePyramidB, 1);
     create(gradientXPyramid, 1);
     create(gradientYPyramid, 1);
+    // What a caller may look at before a flow is computed, or hands in only in part. The rest, most
+    // of the memory, is made new by each flow.
+    const auto clear = [this](ImagePyramid& pyramid) { ClearLevels(pyramid, levelCount); };
+    for (ImagePyramid* pyramid : {&imagePyramidA, &imagePyramidB, &flowPyramid}) clear(*pyramid);
+    if (guided) clear(hintFlowPyramid);
+    if (guided) clear(hintWeightPyramid);
+    if (masked) clear(mattePyramidA);
+    if (masked) clear(mattePyramidB);
 }
 
 void ZPOpticalFlowUChar::ReleasePyramids() {
