@@ -8,7 +8,7 @@ build="$root/build"
 
 # shellcheck disable=SC2034  # used by those that source this
 buildPackages=(g++ cmake ninja-build pkg-config libavformat-dev libavcodec-dev libavfilter-dev
-    libavutil-dev libswscale-dev libopenimageio-dev libssl-dev libcli11-dev libtomlplusplus-dev
+    libavutil-dev libswscale-dev libopenimageio-dev libxxhash-dev libcli11-dev libtomlplusplus-dev
     nlohmann-json3-dev libgtest-dev libbenchmark-dev ffmpeg fonts-dejavu-core)
 
 as_root() {

@@ -1,22 +1,18 @@
 #include "media/digest.h"
 
-#include <openssl/sha.h>
-
-#include <array>
-#include <cstdint>
+#include <xxhash.h>
 
 namespace velorin {
 
-// By a library that knows the processor's own instructions for it: whole frames pass through here.
+// Whole frames pass through here: one that keeps up with the memory, not one for secrets.
 std::string DigestOf(std::span<const std::byte> bytes) {
-    constexpr std::size_t kBytesTold = 16;
-    std::array<std::uint8_t, SHA256_DIGEST_LENGTH> digest{};
-    SHA256(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size(), digest.data());
+    XXH128_canonical_t digest;
+    XXH128_canonicalFromHash(&digest, XXH3_128bits(bytes.data(), bytes.size()));
     std::string text;
-    for (std::size_t i = 0; i < kBytesTold; ++i) {
+    for (const unsigned char byte : digest.digest) {
         constexpr char kDigits[] = "0123456789abcdef";
-        text += kDigits[digest[i] / 16];
-        text += kDigits[digest[i] % 16];
+        text += kDigits[byte / 16];
+        text += kDigits[byte % 16];
     }
     return text;
 }

@@ -7,7 +7,8 @@
 
 namespace velorin {
 
-// 32 hexadecimal digits that differ for any two byte strings one meets: the first half of SHA-256.
+// 32 hexadecimal digits that differ for any two byte strings one meets: XXH128. No guard against
+// somebody who looks for two alike.
 std::string DigestOf(std::span<const std::byte> bytes);
 std::string DigestOf(std::string_view text);
 
