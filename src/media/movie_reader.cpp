@@ -112,12 +112,14 @@ void MovieReader::FindTimecode() {
     info.timecodeRate = TimecodeRate(info.rate);
 }
 
-// The first picture stays decoded: it is most likely the first to be read.
+// The first picture is decoded in any case, before any other. Which version of an encoder made a
+// movie, with the faults that decoders make good, stands in its first packet alone: one that began
+// elsewhere would draw other pictures, or none. It stays decoded, as most likely the first one
+// read.
 void MovieReader::FindFieldOrder() {
+    const bool decodes = index.readable > 0 && Decode(0);
     // Turned pictures have their fields in columns, or the other way up.
     if (turn.transposed || turn.mirrorY) return;
-    const bool settled = stream.Stream().codecpar->field_order == AV_FIELD_PROGRESSIVE;
-    const bool decodes = !settled && index.readable > 0 && Decode(0);
     info.fieldOrder = FieldOrderOf(stream.Stream(), decodes ? decoded.get() : nullptr);
 }
 

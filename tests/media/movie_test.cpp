@@ -260,6 +260,40 @@ TEST(Movie, OtherCodecsAndContainersAreExactToo) {
     }
 }
 
+// What an encoder says of itself stands in the first packet alone, and decoders go by it: this one
+// says to be of a version with a fault in how pictures follow each other.
+TEST(Movie, AnEncodersFaultsAreKnownWhereverReadingBegins) {
+    const TemporaryFolder folder;
+    const std::string name = folder / "old.mp4";
+    constexpr int kFrames = 60;
+    EncodeWith(name, "libx264",
+               {{"x264-params",
+                 "keyint=15:bframes=5:b-pyramid=2:b-adapt=0:scenecut=0:direct=spatial:qp=40"}},
+               kFrames);
+    const auto read = [&](int first) {
+        const auto clip = OpenClip(name);
+        std::vector<Picture> pictures(kFrames);
+        for (int i = first; i < kFrames; ++i) clip->Read(i, pictures[i]);
+        return pictures;
+    };
+    const std::vector<Picture> wellMade = read(0);
+    std::fstream file(name, std::ios::in | std::ios::out | std::ios::binary);
+    const std::string bytes(std::istreambuf_iterator<char>(file), {});
+    const std::size_t place = bytes.find("x264 - core ");
+    ASSERT_NE(place, bytes.npos);
+    file.seekp(static_cast<std::streamoff>(place) + 12);
+    file << "030";
+    file.close();
+    const std::vector<Picture> inOrder = read(0);
+    const std::vector<Picture> fromLater = read(46);
+    int faults = 0;
+    for (int i = 46; i < kFrames; ++i) {
+        faults += SamePixels(inOrder[i], wellMade[i]) ? 0 : 1;
+        EXPECT_TRUE(SamePixels(inOrder[i], fromLater[i])) << "frame " << i;
+    }
+    EXPECT_GT(faults, 0) << "the version makes no difference to these pictures";
+}
+
 // A movie whose first group leans on one that was cut off begins with the first whole picture.
 TEST(Movie, PicturesThatLeanOnACutGroupDoNotCount) {
     const TemporaryFolder folder;
