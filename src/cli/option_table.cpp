@@ -368,8 +368,8 @@ constexpr OptionEntry kOptions[] = {
      }},
 
     {kVerbAll, kRun, {}, "--setup", "FILE", "take options from this TOML file, which has them by the same "
-     "names: all but those under Run and Sheet and above the headings; the command line wins; names "
-     "of clips are read as on the command line", {}, SetSetupFile<&SetupOptions::from>},
+     "names: --frames, and all but those under Run and Sheet and above the headings; the command line "
+     "wins; names of clips are read as on the command line", {}, SetSetupFile<&SetupOptions::from>},
     {kVerbAll, kRun, {}, "--write-setup", "FILE", "write such a file with all that is in effect as "
      "the run begins", {}, SetSetupFile<&SetupOptions::to>},
     {kVerbTimes | kVerbVectors | kVerbSparkRender | kVerbVerify, kRun, {}, "--frames", "LIST", "only these output "

@@ -127,6 +127,11 @@ std::vector<std::string> ValuesOf(const TomlPlace& place, const OptionEntry& opt
     return {ofKeys ? KeysText(place, *list) : ValueText(place, node)};
 }
 
+// A shot may be known by its frames, though a setup that a run writes leaves them to the next one.
+bool MayStandInSetup(const OptionEntry& option) {
+    return BelongsInSetup(option) || option.name == "--frames";
+}
+
 // Verbs whose options a setup may hold: all that take setups.
 int VerbsOfSetups(Verb verb) {
     for (const OptionEntry& option : OptionTable()) {
@@ -149,7 +154,7 @@ const OptionEntry* FindOption(std::string_view name, Verb verb, int verbs) {
 [[noreturn]] void RefuseKey(const TomlPlace& place, std::string_view name, int verbs) {
     std::vector<std::string_view> names;
     for (const OptionEntry& option : OptionTable()) {
-        if ((option.verbs & verbs) && BelongsInSetup(option)) {
+        if ((option.verbs & verbs) && MayStandInSetup(option)) {
             names.push_back(option.name.substr(kDashes));
         }
     }
@@ -164,7 +169,7 @@ GivenOption GivenBy(const TomlPlace& place, std::string_view name, const toml::n
     const int verbs = VerbsOfSetups(verb);
     const OptionEntry* option = FindOption(name, verb, verbs);
     if (!option) RefuseKey(place, name, verbs);
-    if (!BelongsInSetup(*option)) {
+    if (!MayStandInSetup(*option)) {
         place.Refuse(std::string(name) + " is for one run; give " + std::string(option->name) +
                      " on the command line");
     }

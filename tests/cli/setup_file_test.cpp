@@ -129,13 +129,15 @@ TEST(SetupFile, RefusalsNameLineAndKey) {
 TEST(SetupFile, SharesKeysBetweenVerbsAndYieldsToTheCommandLine) {
     const std::string file = std::filesystem::temp_directory_path() / "velorin_setup_test.toml";
     std::ofstream(file) << "speed = 0.5\nquality = \"full\"\nmatte = [\"a\", \"b\"]\n"
-                           "matte-shrink = [1, 2]\n";
+                           "matte-shrink = [1, 2]\nframes = \"0-2,5\"\n";
     const auto parse = [&](Verb verb, std::vector<const char*> words) {
         words.insert(words.begin(), {"in", "-o", "o.%04d.exr", "--setup", file.c_str()});
         return ParseOptions(verb, static_cast<int>(words.size()), words.data()).value();
     };
     const Options own = parse(kVerbRetime, {"--quality", "none", "--matte", "c", "--matte", "d"});
     EXPECT_EQ(own.quality, 0);
+    EXPECT_EQ(own.frames.size(), 2u);
+    EXPECT_EQ(parse(kVerbRetime, {"--frames", "7"}).frames.at(0).first, 7);
     EXPECT_EQ(own.mattes, (std::vector<std::string>{"c", "d"}));
     EXPECT_EQ(own.matteShrinks, (std::vector<float>{1.0f, 2.0f}));
     EXPECT_EQ(parse(kVerbVectors, {}).quality, 5);
