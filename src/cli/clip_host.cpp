@@ -107,7 +107,8 @@ int ClipHost::HandOut(KQImage** out, HeldClip& clip, int frame, Handing handing)
 }
 
 int ClipHost::GetToBeWarpedSequenceImage(KQImage** out, int frame) {
-    return HandOut(out, source, frame);
+    const std::optional<std::int64_t> alone = framesAlone[pass];
+    return HandOut(out, source, alone ? static_cast<int>(*alone - base) : frame);
 }
 
 int ClipHost::GetTrackingSequenceImage(KQImage** out, int frame) {

@@ -54,6 +54,9 @@ struct HostChoices {
     float vectorScaleY = 1.0f;
 };
 
+// A source frame for each pass of a request, or none.
+using FramesAlone = std::array<std::optional<std::int64_t>, 2>;
+
 // Answers the engine out of clips and a law of time. Output times are told from the frame set
 // last: 0 is that frame, 1 the following one, so that they stay exact at any frame number.
 class ClipHost final : public KQVelorin4 {
@@ -71,6 +74,9 @@ class ClipHost final : public KQVelorin4 {
     void SetWarping(int method) { warping = method; }
     // Whether the passes of the next request look at a tracking clip with compressed tones.
     void SetCompressesTones(const std::array<bool, 2>& ofPasses) { compressesTones = ofPasses; }
+    // The one source frame that each pass of the next request shows as it stands: it is handed out
+    // in the place of its neighbour too, which is then not read. Nothing where both are looked at.
+    void SetFramesAlone(const FramesAlone& ofPasses) { framesAlone = ofPasses; }
     // Whether the next requests leave frames and mattes as they are handed out, so that these need
     // no copies. The engine does so unless it takes fields out of frames: with no input fields.
     void SetSharesFrames(bool newSharesFrames) { sharesFrames = newSharesFrames; }
@@ -133,6 +139,7 @@ class ClipHost final : public KQVelorin4 {
     bool showsNearest = false;
     bool sharesFrames = false;
     std::array<bool, 2> compressesTones{};
+    FramesAlone framesAlone;
     int pass = 0;  // that the engine is in
     std::int64_t outputFrame = 0;
     std::int64_t base = 0;

@@ -12,6 +12,12 @@ SceneRule RuleAt(const SourceTime& time, std::int64_t base, const RequestSetting
 
 }  // namespace
 
+std::optional<std::int64_t> PassForecast::FrameCopied() const {
+    if (moves || interp == 2) return std::nullopt;
+    if (interp == 0) return numbers.ShowsFloor() ? floorFrame : ceilFrame;
+    return numbers.floorWeight == 1.0f ? std::optional(floorFrame) : std::nullopt;
+}
+
 bool SecondFieldCrossesCut(const TimeLaw& law, std::int64_t outputFrame, std::int64_t base,
                            const RequestSettings& request) {
     return request.outputFields != 0 &&

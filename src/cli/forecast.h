@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "cli/scene_marks.h"
@@ -36,6 +37,9 @@ struct PassForecast {
     bool ShowsOneFrame() const { return onFrame || interp == 0; }
     // Shows it as it stands.
     bool Copies() const { return !moves && ShowsOneFrame(); }
+    // The frame that alone decides the picture. Nothing where the engine looks at both frames,
+    // though the share of one be next to none.
+    std::optional<std::int64_t> FrameCopied() const;
 };
 
 // Whether the second field of an output frame lies between two scenes, or in one of nearest frames.

@@ -78,6 +78,9 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
     if (request.outputFields != 0) WrapPicture(second, secondField);
     const std::array<bool, 2> compresses = CompressingPasses(frame);
     host.SetCompressesTones(compresses);
+    // The forecast is that of the method that was asked for, and a sheet has all of them.
+    const bool foreseen = method.interp == plan.request.interp;
+    host.SetFramesAlone(foreseen ? FramesReadAlone(options, plan, frame) : FramesAlone());
     host.SetSharesFrames(request.inputFields == 0);
     const bool tracksSource = options.motionFrom.empty() && !compresses[0] && !compresses[1];
     const bool keepsFlows = options.keepFlows || options.view == View::kFlow;

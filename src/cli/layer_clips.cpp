@@ -109,6 +109,10 @@ bool Reads(ClipRole role, const Options& options, const PassForecast& pass) {
     }
 }
 
+std::optional<std::int64_t> FrameReadAlone(const Options& options, const PassForecast& pass) {
+    return ReadsMattes(options, pass) ? std::nullopt : pass.FrameCopied();
+}
+
 // Vectors are read of the frame that they start at, where both frames of the pair are there.
 void AddVectorFrame(std::deque<std::int64_t>& frames, ClipRole role, const PassForecast& pass,
                     std::int64_t sourceFrames) {
@@ -183,11 +187,23 @@ std::vector<ClipInfo> OtherClips(const RunClips& clips) {
     return infos;
 }
 
+FramesAlone FramesReadAlone(const Options& options, const RunPlan& plan, std::int64_t outputFrame) {
+    const std::vector<PassForecast> passes = ForecastOf(*plan.law, outputFrame, plan.request);
+    FramesAlone alone;
+    for (std::size_t i = 0; i < passes.size(); ++i) alone[i] = FrameReadAlone(options, passes[i]);
+    return alone;
+}
+
 std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const RunPlan& plan,
                                     std::int64_t outputFrame) {
     std::deque<std::int64_t> frames;
     for (const PassForecast& pass : ForecastOf(*plan.law, outputFrame, plan.request)) {
         if (!Reads(role, options, pass)) continue;
+        const auto copied = FrameReadAlone(options, pass);
+        if (role == ClipRole::kSource && copied) {
+            frames.push_back(FrameInside(*copied, plan.SourceFrames()));
+            continue;
+        }
         if (role == ClipRole::kForwardVectors || role == ClipRole::kBackwardVectors) {
             AddVectorFrame(frames, role, pass, plan.SourceFrames());
             continue;

@@ -33,6 +33,9 @@ enum class ClipRole { kSource, kMotion, kMatte, kForwardVectors, kBackwardVector
 std::deque<std::int64_t> FramesRead(ClipRole role, const Options& options, const RunPlan& plan,
                                     std::int64_t outputFrame);
 
+// What ClipHost::SetFramesAlone takes.
+FramesAlone FramesReadAlone(const Options& options, const RunPlan& plan, std::int64_t outputFrame);
+
 // The frames that a ClipHost will read of a clip in that role while the plan's output frames are
 // rendered, in their order; -1 at the end, and for an open plan. `options` and `plan` outlive it.
 std::function<std::int64_t()> OrderFor(ClipRole role, const Options& options, const RunPlan& plan);

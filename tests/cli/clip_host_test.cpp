@@ -78,6 +78,8 @@ struct NoiseHost {
         WrapPicture(secondField, second);
         host.SetOutputFrame(frame);
         host.SetWarping(interp);
+        const bool foreseen = readsAlone && interp == plan.request.interp;
+        host.SetFramesAlone(foreseen ? FramesReadAlone(options, plan, frame) : FramesAlone());
         return host.RenderFrame(
             &result, &secondField, options.inputFields.value_or(0), options.outputFields,
             options.quality, 0.0f, 1.0f, 29.97f, 29.97f, options.compensate, 0.7f, interp, 1,
@@ -93,6 +95,7 @@ struct NoiseHost {
     Frames backwardReads;
     std::vector<Frames> matteReads;
     ClipHost host;
+    bool readsAlone = true;
     Picture picture;
 };
 
@@ -134,7 +137,8 @@ TEST(ClipHost, AnswersTimesAndFramesFromABaseNearTheOutputFrame) {
     EXPECT_EQ(clip.reads, Frames({500001}));
 }
 
-// With every method, and all that looks at frames before they are moved.
+// With every method, and all that looks at frames before they are moved; nor do pictures change
+// where the neighbour of a copied frame is not read.
 TEST(ClipHost, FramesThatAreSharedStayAsTheyAre) {
     Options layered;
     layered.mattes = {"a", "b"};
@@ -145,11 +149,17 @@ TEST(ClipHost, FramesThatAreSharedStayAsTheyAre) {
     changed.compensate = 2.0f;
     changed.outputFields = 1;
     changed.motionFrom = "a";
-    for (const Options& options : {Options{}, layered, changed}) {
+    Options still;
+    still.quality = 0;
+    still.inputFields = 2;
+    still.outputFields = 1;
+    for (Options options : {Options{}, layered, changed, still}) {
         for (const int interp : {0, 1, 2}) {
+            options.interp = interp;
             NoiseHost shared("0.5", 20, options);
             NoiseHost copied("0.5", 20, options);
-            shared.host.SetSharesFrames(true);
+            shared.host.SetSharesFrames(!options.inputFields);
+            copied.readsAlone = false;
             for (const std::int64_t frame : {1, 2, 3, 2, 1, 6}) {
                 ASSERT_EQ(shared.Render(frame, interp), ZPErrNone);
                 ASSERT_EQ(copied.Render(frame, interp), ZPErrNone);
@@ -233,11 +243,11 @@ TEST(ClipHost, ReadsEachClipInTheOrderThatIsAnnounced) {
             options.flowSources = {kFlowOfPoints};
         }
         for (const char* speed : {"0", "0.3", "0.4", "1", "2.5"}) {
+            options.interp = (options.interp + 1) % 3;
             NoiseHost clip(speed, 11, options);
             clip.plan.frames = {0, 1, 2, 9, 10, 11, 12, 25};
-            int interp = 0;
             for (const std::int64_t frame : clip.plan.frames) {
-                ASSERT_EQ(clip.Render(frame, interp++ % 3), ZPErrNone);
+                ASSERT_EQ(clip.Render(frame, options.interp), ZPErrNone);
             }
             const auto what = ::testing::Message()
                               << "case " << c.mattes << c.quality << c.inputFields << c.outputFields
@@ -267,6 +277,7 @@ TEST(ClipHost, KeepsTheTextOfAFailedRead) {
         EXPECT_STREQ(failure.what(), "frame 13 is damaged");
     }
     EXPECT_EQ(clip.Render(23, 1), ZPErrNone);
+    EXPECT_EQ(clip.Render(24, 1), ZPErrNone);  // frame 12 alone, with the damaged one behind it
     EXPECT_NO_THROW(clip.host.RethrowFailure());
 }
 
