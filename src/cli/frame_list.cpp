@@ -4,6 +4,8 @@
 #include <charconv>
 #include <limits>
 
+#include "media/guide_source.h"
+
 namespace velorin {
 
 namespace {
@@ -44,7 +46,7 @@ std::optional<std::vector<FrameRange>> ParseFrames(std::string_view text) {
     std::vector<FrameRange> ranges;
     while (true) {
         const std::size_t comma = text.find(',');
-        const std::optional<FrameRange> range = ParseRange(text.substr(0, comma));
+        const std::optional<FrameRange> range = ParseRange(Trimmed(text.substr(0, comma)));
         if (!range) return std::nullopt;
         ranges.push_back(*range);
         if (comma == std::string_view::npos) return ranges;

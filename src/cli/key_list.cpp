@@ -3,6 +3,8 @@
 #include <charconv>
 #include <limits>
 
+#include "media/guide_source.h"
+
 namespace velorin {
 
 namespace {
@@ -24,12 +26,13 @@ std::optional<std::int64_t> ReadFrame(std::string_view text) {
 std::vector<KeyText> SplitKeys(std::string_view text, const std::string& advice) {
     std::vector<KeyText> keys;
     while (true) {
-        const std::string_view key = text.substr(0, text.find(','));
+        const std::string_view part = text.substr(0, text.find(','));
+        const std::string_view key = Trimmed(part);
         const std::size_t colon = key.find(':');
         if (colon == std::string_view::npos) throw KeyError(key, advice);
         keys.push_back({key, key.substr(0, colon), key.substr(colon + 1)});
-        if (key.size() == text.size()) return keys;
-        text.remove_prefix(key.size() + 1);
+        if (part.size() == text.size()) return keys;
+        text.remove_prefix(part.size() + 1);
     }
 }
 

@@ -24,7 +24,7 @@ struct KeyText {
     std::string_view value;
 };
 
-// Throws KeyError, with `advice`, for a key without a colon.
+// Blanks around a key do not count. Throws KeyError, with `advice`, for one without a colon.
 std::vector<KeyText> SplitKeys(std::string_view text, const std::string& advice);
 
 // Reads the frames of keys, one after the other: whole, from 0 to 2^31 - 2, in ascending order.

@@ -16,7 +16,7 @@ TEST(FrameList, ChoosesEachFrameOnceInOrder) {
     EXPECT_EQ(chosen("7-", 9), Frames({7, 8}));
     EXPECT_EQ(chosen("1-8x3", 10), Frames({1, 4, 7}));
     EXPECT_EQ(chosen("6-x2", 10), Frames({6, 8}));
-    EXPECT_EQ(chosen("5,0-2,1-5x2", 10), Frames({0, 1, 2, 3, 5}));
+    EXPECT_EQ(chosen("5, 0-2 ,1-5x2", 10), Frames({0, 1, 2, 3, 5}));
     EXPECT_EQ(chosen("2-9223372036854775807x9223372036854775807", 10), Frames({2}));
     EXPECT_EQ(chosen("10-20,10-", 10), Frames());
 }

@@ -26,6 +26,8 @@ TEST(TimeOptions, RefusalsNameOptionAndKey) {
     expect({"--speed-curve", "0:1,5:x"}, "--speed-curve 5:x: give a speed");
     expect({"--frame-curve", "0:1,5:2,5:3"}, "--frame-curve 5:3: frame 5 has a key already, 5:2");
     expect({"--frame-curve", "0:1,"}, "--frame-curve 0:1,: give keys");
+    expect({"--frame-curve", "0:1~, 5:2 "}, "accepted");
+    expect({"--frame-curve", "0:1, 5:x"}, "--frame-curve 5:x: give a source frame");
     expect({"--scenes", "0:A,9:D"}, "--scenes 9:D: give source frames");
     expect({"--scenes", "9:A,0:B"}, "--scenes 0:B: comes after 9:A");
     expect({"--scenes", ""}, "--scenes needs a value");
