@@ -14,8 +14,6 @@ namespace velorin {
 
 namespace {
 
-constexpr int kNearestScene = 3;  // of KQVelorin4::WhichScene
-
 // A picture in the engine's hands.
 class HandedPicture final : public KQImage {
   public:
@@ -138,7 +136,7 @@ int ClipHost::GetKeyframedTime(float* out, float outputTime) {
 }
 
 int ClipHost::WhichScene(float frame) {
-    return showsNearest ? kNearestScene : choices.scenes.At(base + Truncate(frame));
+    return choices.scenes.At(base + Truncate(frame));
 }
 
 int ClipHost::GetDrawStartLayer() {

@@ -66,8 +66,6 @@ class ClipHost final : public KQVelorin4 {
 
     // The output frame that the next request is for, and whether it asks for two fields.
     void SetOutputFrame(std::int64_t frame, bool hasFields = false);
-    // Whether the next request shows the nearest frames alone, whatever their scenes.
-    void SetShowsNearest(bool newShowsNearest) { showsNearest = newShowsNearest; }
     // From now on so many are known of: of a source whose end comes while it is read.
     void SetSourceFrames(std::int64_t frames) { sourceFrames = frames; }
     // How the next request warps: see KQVelorin4::UsesWhichWarping. Inverse until it is set.
@@ -136,7 +134,6 @@ class ClipHost final : public KQVelorin4 {
     std::optional<HeldClip> backwardVectors;
     GuidePairs pairs;  // the points that the engine looks at
     int warping = 0;
-    bool showsNearest = false;
     bool sharesFrames = false;
     std::array<bool, 2> compressesTones{};
     FramesAlone framesAlone;

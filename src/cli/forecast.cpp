@@ -2,26 +2,10 @@
 
 namespace velorin {
 
-namespace {
-
-SceneRule RuleAt(const SourceTime& time, std::int64_t base, const RequestSettings& request) {
-    const SceneFrames frames = FramesOfScenes(time.After(base), request.inputFields != 0);
-    return RuleOfScenes(request.scenes.At(base + frames.earlier),
-                        request.scenes.At(base + frames.later));
-}
-
-}  // namespace
-
 std::optional<std::int64_t> PassForecast::FrameCopied() const {
     if (moves || interp == 2) return std::nullopt;
     if (interp == 0) return numbers.ShowsFloor() ? floorFrame : ceilFrame;
     return numbers.floorWeight == 1.0f ? std::optional(floorFrame) : std::nullopt;
-}
-
-bool SecondFieldCrossesCut(const TimeLaw& law, std::int64_t outputFrame, std::int64_t base,
-                           const RequestSettings& request) {
-    return request.outputFields != 0 &&
-           RuleAt(law.At(outputFrame, 1), base, request) == SceneRule::kNearest;
 }
 
 std::vector<PassForecast> ForecastOf(const TimeLaw& law, std::int64_t outputFrame,
@@ -33,9 +17,10 @@ std::vector<PassForecast> ForecastOf(const TimeLaw& law, std::int64_t outputFram
         return law.At(outputFrame, pass * 2 / passes).After(base) *
                static_cast<float>(fieldsOfFrame);
     };
-    const SceneRule rule = SecondFieldCrossesCut(law, outputFrame, base, request)
-                               ? SceneRule::kNearest
-                               : RuleAt(law.At(outputFrame, 0), base, request);
+    const SceneFrames frames =
+        FramesOfScenes(law.At(outputFrame, 0).After(base), request.inputFields != 0);
+    const SceneRule rule = RuleOfScenes(request.scenes.At(base + frames.earlier),
+                                        request.scenes.At(base + frames.later));
     const bool usesVectors = request.usesVectors && rule == SceneRule::kAnyMethod;
     std::vector<PassForecast> forecast;
     bool onFrame = !request.shrinks;

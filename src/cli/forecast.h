@@ -42,12 +42,6 @@ struct PassForecast {
     std::optional<std::int64_t> FrameCopied() const;
 };
 
-// Whether the second field of an output frame lies between two scenes, or in one of nearest frames.
-// The engine chooses its method once a request, by the first field: the host then has to ask for
-// nearest frames, so that neither field mixes two scenes.
-bool SecondFieldCrossesCut(const TimeLaw& law, std::int64_t outputFrame, std::int64_t base,
-                           const RequestSettings& request);
-
 // The passes of the request for an output frame, by the engine's own rules.
 std::vector<PassForecast> ForecastOf(const TimeLaw& law, std::int64_t outputFrame,
                                      const RequestSettings& request);

@@ -70,7 +70,6 @@ Picture* FrameRenderer::Render(std::int64_t frame, Method method, ProgressLine& 
 
 bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& progress) {
     host.SetWarping(method.warp);
-    host.SetShowsNearest(ShowsNearestFields(frame));
     KQImage result;
     KQImage second;
     WrapPicture(result, rendered);
@@ -98,11 +97,6 @@ bool FrameRenderer::AskEngine(std::int64_t frame, Method method, ProgressLine& p
                                  std::to_string(failure));
     }
     return true;
-}
-
-bool FrameRenderer::ShowsNearestFields(std::int64_t frame) const {
-    const std::int64_t base = BaseOf(*plan.law, frame, plan.request.outputFields != 0);
-    return SecondFieldCrossesCut(*plan.law, frame, base, plan.request);
 }
 
 // Not those in which nothing moves: there, tracked frames show through soft mattes.

@@ -52,7 +52,6 @@ class FrameRenderer {
     bool PaintFlowView(std::int64_t frame, ProgressLine& progress);
     Flows ReadSuppliedFlows(std::int64_t frame, ProgressLine& progress);
     std::array<bool, 2> CompressingPasses(std::int64_t frame) const;
-    bool ShowsNearestFields(std::int64_t frame) const;
     PassForecast FirstPass(std::int64_t frame) const;
     std::vector<std::unique_ptr<KQImage>> MattesAt(const PassForecast& pass);
     Picture& Converted();

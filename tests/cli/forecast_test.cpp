@@ -58,6 +58,7 @@ TEST(FlowForecast, CountsWhatTheEngineComputes) {
             host.compensateAsked = c.compensate;
             host.method = interp;
             host.keepFlows = c.keeps ? 1 : 0;
+            host.scene = [&](int frame) { return request.scenes.At(frame); };
             FlowForecast forecast(c.keeps);
             for (std::int64_t frame = 0; frame <= 40; ++frame) {
                 const auto passes = ForecastOf(*law, frame, request);
@@ -69,8 +70,6 @@ TEST(FlowForecast, CountsWhatTheEngineComputes) {
                 host.timeMap = [&](float time) {
                     return law->At(frame, static_cast<int>(2.0f * time)).After(0);
                 };
-                const bool crosses = SecondFieldCrossesCut(*law, frame, 0, request);
-                host.scene = [&](int shown) { return crosses ? 3 : request.scenes.At(shown); };
                 host.flows = 0;
                 ASSERT_EQ(host.Render(0.0f), ZPErrNone);
                 EXPECT_EQ(host.flows, wanted)
