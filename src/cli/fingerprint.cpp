@@ -18,7 +18,7 @@ namespace {
 
 // Counts up whenever a frame comes out with other pixels than before: frames of older versions are
 // then rendered anew where a run is resumed.
-constexpr int kPixelRules = 1;
+constexpr int kPixelRules = 2;
 
 constexpr std::size_t kJobDigits = 16;
 

@@ -11,15 +11,18 @@ namespace velorin {
 namespace {
 
 // The way of a sample from one type to another. Without levels it is scaled by one factor, as
-// copies of images do it; that factor would not carry the level of white exactly to white.
+// copies of images do it; that factor would not carry the level of white exactly to white. A sample
+// that stays of its type stays as it is: who reads mattes takes any value.
 struct Stretch {
     float black = 0.0f;
     float span = 1.0f;
     float toWhite = 1.0f;
     float scale = 1.0f;
     bool leveled = false;
+    bool keeps;
 
-    Stretch(int fromType, int toType, const std::optional<MatteLevels>& levels) {
+    Stretch(int fromType, int toType, const std::optional<MatteLevels>& levels)
+        : keeps(fromType == toType && !levels) {
         float fromWhite = 1.0f;
         LookUpWhitePoint(fromType, fromWhite);
         LookUpWhitePoint(toType, toWhite);
@@ -32,6 +35,7 @@ struct Stretch {
 
     template <typename To>
     To Carry(float sample) const {
+        if (keeps) return static_cast<To>(sample);
         const float scaled = leveled ? (sample - black) / span * toWhite : sample * scale;
         if (!(scaled > 0.0f)) return 0;
         return RoundInside<To>(std::min(scaled, toWhite));

@@ -21,7 +21,7 @@ struct MatteSettings {
 
 // One sample of a matte on its way from one pixel type to another: stretched by the levels, limited
 // to black and white, scaled by the white points and rounded. NaN becomes 0. Without levels and
-// with one type on both sides, a sample from black to white stays as it is.
+// with one type on both sides any sample stays as it is.
 float ConvertMatteSample(float sample, int fromType, int toType,
                          const std::optional<MatteLevels>& levels);
 
