@@ -19,14 +19,18 @@ while [ $# -gt 0 ]; do
     shift
 done
 
-# measure THREADS: "OPERATION|NS A PIXEL" for each operation.
+# measure THREADS: "OPERATION|NS A PIXEL" for each operation, the median of several short goes.
 measure() {
     local json="$build/bench-$1.json"
     "$build/release/velorin_bench" "--threads=$1" --benchmark_out="$json" \
-        --benchmark_out_format=json >/dev/null 2>&1
+        --benchmark_out_format=json --benchmark_min_time=0.1 --benchmark_repetitions=5 \
+        --benchmark_report_aggregates_only=true >/dev/null 2>&1
     awk '
-        /"name":/ { sub(/.*"name": "/, ""); sub(/(\/real_time)?",?$/, ""); name = $0 }
-        /"ns\/px":/ { sub(/.*: /, ""); printf "%s|%.3g\n", name, $0 }
+        /"name":/ { sub(/.*"name": "/, ""); sub(/",?$/, ""); name = $0 }
+        /"ns\/px":/ && sub(/(\/real_time)?_median$/, "", name) {
+            sub(/.*: /, "")
+            printf "%s|%.3g\n", name, $0
+        }
     ' "$json"
 }
 
